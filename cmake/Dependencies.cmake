@@ -1,0 +1,20 @@
+# The libraries that Siftwell is built on; script/bootstrap installs their packages.
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+
+pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
+pkg_check_modules(PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
+pkg_check_modules(ZSTD REQUIRED IMPORTED_TARGET libzstd)
+pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)
+pkg_check_modules(CURL REQUIRED IMPORTED_TARGET libcurl)
+pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
+find_package(nlohmann_json REQUIRED)
+find_package(CLI11 REQUIRED)
+
+if(SIFTWELL_TESTS)
+    find_package(GTest REQUIRED)
+endif()
+if(SIFTWELL_BENCHMARKS)
+    find_package(benchmark REQUIRED)
+endif()

@@ -1,0 +1,57 @@
+# Compiler settings shared by every target, and the two ways in which targets are declared.
+
+add_library(siftwell_options INTERFACE)
+target_include_directories(siftwell_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+# A field that a designated initializer leaves out has its default on purpose.
+target_compile_options(siftwell_options INTERFACE
+    -Wall -Wextra -Wshadow -Wconversion -Wold-style-cast -Wno-missing-field-initializers -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_compile_options(siftwell_options INTERFACE -Wthread-safety)
+endif()
+target_compile_definitions(siftwell_options INTERFACE
+    SIFTWELL_VERSION="${PROJECT_VERSION}"
+    SIFTWELL_DATA_DIR="${PROJECT_SOURCE_DIR}/data")
+target_link_libraries(siftwell_options INTERFACE Threads::Threads)
+
+if(SIFTWELL_SANITIZERS)
+    target_compile_options(siftwell_options INTERFACE
+        -fsanitize=${SIFTWELL_SANITIZERS} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(siftwell_options INTERFACE -fsanitize=${SIFTWELL_SANITIZERS})
+endif()
+if(SIFTWELL_FUZZERS)
+    target_compile_options(siftwell_options INTERFACE -fsanitize=fuzzer-no-link)
+    target_link_options(siftwell_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+find_program(CCACHE ccache)
+if(CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+# siftwell_floor(NAME SOURCES file... USES floor... LIBRARIES target...)
+# One folder under src/ is one static library of the same name. USES are the folders that it may
+# include from, which a test compares with its #include lines.
+function(siftwell_floor name)
+    cmake_parse_arguments(FLOOR "" "" "SOURCES;USES;LIBRARIES" ${ARGN})
+    list(TRANSFORM FLOOR_USES PREPEND siftwell_)
+    add_library(siftwell_${name} STATIC ${FLOOR_SOURCES})
+    target_link_libraries(siftwell_${name} PUBLIC siftwell_options ${FLOOR_USES} ${FLOOR_LIBRARIES})
+endfunction()
+
+# siftwell_test(NAME SOURCES file... USES floor...)
+# One folder under tests/ is one test program, run by ctest as a whole.
+function(siftwell_test name)
+    cmake_parse_arguments(TEST "" "" "SOURCES;USES;LIBRARIES" ${ARGN})
+    list(TRANSFORM TEST_USES PREPEND siftwell_)
+    add_executable(test_${name} ${TEST_SOURCES})
+    target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    # What the test library's macros expand to.
+    target_compile_options(test_${name} PRIVATE -Wno-dangling-else)
+    target_link_libraries(test_${name} PRIVATE
+        ${TEST_USES} ${TEST_LIBRARIES} siftwell_test_support siftwell_options GTest::gmock_main)
+    target_compile_definitions(test_${name} PRIVATE
+        SIFTWELL_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+        SIFTWELL_PROGRAM="$<TARGET_FILE_DIR:test_${name}>/siftwell")
+    add_test(NAME ${name} COMMAND test_${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+endfunction()
