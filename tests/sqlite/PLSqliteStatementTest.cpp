@@ -1,0 +1,58 @@
+#include "sqlite/PLSqliteStatement.h"
+
+#include "sqlite/SqliteFixture.h"
+
+namespace siftwell {
+namespace {
+
+class PLSqliteStatementTest : public SqliteFixture {
+protected:
+    std::unique_ptr<PLSqliteStatement> insertStatement() {
+        m_database->executeUpdate("CREATE TABLE t (id UNIQUE, v)");
+        return m_database->createStatement("INSERT INTO t VALUES (?, ?)");
+    }
+    std::string stored() {
+        return firstRow("SELECT group_concat(quote(v)) FROM t")->stringForColumnIndex(0);
+    }
+};
+
+TEST_F(PLSqliteStatementTest, OneStatementStoresManyValuesInFull) {
+    auto insert = insertStatement();
+    int id = 0;
+    const auto store = [&] {
+        insert->bindInteger(1, ++id);
+        EXPECT_TRUE(insert->run());
+    };
+    insert->bindInteger(2, INT64_MIN + 1);
+    store();
+    store();  // the value is still bound
+    insert->bindNull(2);
+    store();
+    insert->bindDate(2, Date::fromUnix(0.5));
+    store();
+    insert->bindString(2, {});
+    store();
+    insert->bindData(2, std::string_view("a\0b", 3));
+    store();
+    EXPECT_EQ(stored(), "-9223372036854775807,-9223372036854775807,NULL,0.5,'',X'610062'");
+    m_database.reset();
+    store();  // it keeps its database alive
+    insert.reset();
+    EXPECT_THAT(m_log, testing::IsEmpty());
+}
+
+TEST_F(PLSqliteStatementTest, RunThatFailedMayBeFollowedByAnother) {
+    const auto insert = insertStatement();
+    insert->bindInteger(1, 1);
+    EXPECT_TRUE(insert->run());
+    PlausibleError error;
+    EXPECT_FALSE(insert->run(&error));
+    EXPECT_EQ(error.code, PlausibleDatabase::kQueryFailed);
+    insert->bindInteger(1, 2);
+    EXPECT_TRUE(insert->run());
+    EXPECT_EQ(reasonOf([&] { insert->bindInteger(3, 1); }),
+              "SQlite error binding parameter 3 for database '" + path() + "': 25");
+}
+
+}  // namespace
+}  // namespace siftwell
