@@ -1,0 +1,154 @@
+#include "fulltext/DocumentRecord.h"
+
+#include <zstd.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "base/Translate.h"
+#include "fulltext/Bytes.h"
+
+namespace siftwell::fulltext {
+
+namespace {
+
+constexpr int kCompressionLevel = 1;
+constexpr std::uint64_t kMaxRecord = kMaxTextBytes + kMaxNameBytes + 4096;
+constexpr std::size_t kShortName = 255;
+
+struct ContextDeleter {
+    void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
+    void operator()(ZSTD_DCtx* context) const { ZSTD_freeDCtx(context); }
+};
+
+ZSTD_CCtx* compressionContext() {
+    thread_local const std::unique_ptr<ZSTD_CCtx, ContextDeleter> context(ZSTD_createCCtx());
+    return context.get();
+}
+
+ZSTD_DCtx* decompressionContext() {
+    thread_local const std::unique_ptr<ZSTD_DCtx, ContextDeleter> context(ZSTD_createDCtx());
+    return context.get();
+}
+
+bool appendCompressed(std::string& bytes, std::string_view text) {
+    const std::size_t start = bytes.size();
+    bytes.resize(start + ZSTD_compressBound(text.size()));
+    const std::size_t size =
+        ZSTD_compressCCtx(compressionContext(), bytes.data() + start, bytes.size() - start,
+                          text.data(), text.size(), kCompressionLevel);
+    if (ZSTD_isError(size) != 0) return false;
+    bytes.resize(start + size);
+    return true;
+}
+
+void appendKey(std::string& bytes, const DocumentKey& key) {
+    bytes += static_cast<char>(key.scheme.size());
+    for (const char c : key.scheme) {
+        bytes += '\0';
+        bytes += c;
+    }
+    if (key.name.empty() || key.name.size() > kShortName) {
+        bytes += '\0';
+        appendNumber(bytes, static_cast<std::uint32_t>(key.name.size()));
+    } else {
+        bytes += static_cast<char>(key.name.size());
+    }
+    bytes += key.name;
+}
+
+DocumentKey readKey(ByteReader& reader) {
+    DocumentKey key;
+    const std::string_view wide = reader.bytes(std::size_t{reader.number<std::uint8_t>()} * 2);
+    for (std::size_t i = 1; i < wide.size(); i += 2) key.scheme += wide[i];
+    std::size_t length = reader.number<std::uint8_t>();
+    if (length == 0) length = reader.number<std::uint32_t>();
+    key.name = reader.bytes(length);
+    return key;
+}
+
+bool isKeyInBounds(const DocumentKey& key) {
+    return key.scheme.size() <= 255 && key.name.size() <= kMaxNameBytes &&
+           std::all_of(key.scheme.begin(), key.scheme.end(), [](char c) { return c > 0; });
+}
+
+Result<std::string> decompressed(const StorageFile& file, std::string_view bytes,
+                                 std::size_t length) {
+    // A text of markup shrinks to a few hundredths at best; more is no honest record.
+    if (length > kMaxTextBytes || length > 1024 + bytes.size() * 40000) {
+        return damagedFile(file, "a document's length is impossible");
+    }
+    std::string text(length, '\0');
+    const std::size_t got = ZSTD_decompressDCtx(decompressionContext(), text.data(), text.size(),
+                                                bytes.data(), bytes.size());
+    if (ZSTD_isError(got) != 0 || got != length) {
+        return damagedFile(file, "a document's text cannot be decompressed");
+    }
+    return text;
+}
+
+}  // namespace
+
+Result<PreparedDocument> PreparedDocument::prepare(const DocumentKey& key,
+                                                   std::string_view readableText) {
+    if (!isKeyInBounds(key)) {
+        return {StatusCode::Invalid, _("The address is too long to be stored in the index.")};
+    }
+    if (readableText.size() > kMaxTextBytes) {
+        return {StatusCode::TooLarge, _("The text is too large to be stored in the index.")};
+    }
+    PreparedDocument document;
+    document.m_textBytes = readableText.size();
+    appendKey(document.m_behindId, key);
+    appendNumber(document.m_behindId, static_cast<std::uint32_t>(readableText.size()));
+    if (!appendCompressed(document.m_behindId, readableText)) {
+        return {StatusCode::Failed, _("The text could not be compressed.")};
+    }
+    return document;
+}
+
+std::string PreparedDocument::record(DocumentID id) const {
+    std::string payload;
+    payload.reserve(sizeof id + m_behindId.size());
+    appendNumber(payload, id);
+    payload += m_behindId;
+    return makeRecord(RecordKind::Document, payload);
+}
+
+Result<StoredDocument> readDocument(const StorageFile& file, std::uint64_t offset) {
+    const Result<std::string> payload = readRecord(file, RecordKind::Document, offset, kMaxRecord);
+    if (!payload) return payload.status();
+    ByteReader reader(*payload);
+    StoredDocument document;
+    document.id = reader.number<DocumentID>();
+    document.key = readKey(reader);
+    const auto length = reader.number<std::uint32_t>();
+    if (!reader.isOk()) return damagedFile(file, "a document is malformed");
+    Result<std::string> text = decompressed(file, reader.rest(), length);
+    if (!text) return text.status();
+    document.readableText = *std::move(text);
+    return document;
+}
+
+Result<StoredIdentity> readIdentity(const StorageFile& file, std::uint64_t offset) {
+    const Result<std::string> payload = readRecord(file, RecordKind::Document, offset, kMaxRecord);
+    if (!payload) return payload.status();
+    ByteReader reader(*payload);
+    StoredIdentity identity;
+    identity.id = reader.number<DocumentID>();
+    identity.key = readKey(reader);
+    if (!reader.isOk()) return damagedFile(file, "a document is malformed");
+    return identity;
+}
+
+Result<std::uint64_t> documentRecordSize(const StorageFile& file, std::uint64_t offset) {
+    const Result<std::string> raw = file.readAt(offset, kRecordHeaderSize);
+    if (!raw) return raw.status();
+    const RecordHeader header = parseRecordHeader(*raw);
+    if (header.kind != RecordKind::Document || header.payloadSize > kMaxRecord) {
+        return damagedFile(file, "a document is not where it should be");
+    }
+    return header.payloadSize + kRecordHeaderSize;
+}
+
+}  // namespace siftwell::fulltext

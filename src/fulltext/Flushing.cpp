@@ -1,0 +1,130 @@
+#include "fulltext/Flushing.h"
+
+#include "fulltext/SegmentBuilder.h"
+
+namespace siftwell::fulltext {
+
+namespace {
+
+constexpr std::size_t kWorthSpilling = 512 << 10;  // others may just have done it
+
+// The caller holds `writing`.
+Status segmentMemory(IndexCore& index) {
+    MemoryDocuments documents;
+    {
+        MutexLock lock(index.mutex);
+        documents = index.contents.liveMemory();
+    }
+    if (documents.empty()) return {};
+    Spool payload(index.storage, index.path);
+    const Result<std::string> header = buildSegment(documents, payload, index.untilDone());
+    if (!header) return header.status();
+    const auto segment = placeSegment(index, payload, *header, index.untilDone());
+    if (!segment) return segment.status();
+
+    std::size_t freed = 0;
+    for (const auto& document : documents) freed += document->text->memoryBytes();
+    MutexLock lock(index.mutex);
+    index.contents.replaceMemory(*segment);
+    index.bufferedBytes.fetch_sub(std::min(freed, index.bufferedBytes.load()));
+    return {};
+}
+
+bool mustSegment(IndexCore& index, FlushKind kind) {
+    MutexLock lock(index.mutex);
+    const std::size_t bytes = index.contents.memoryTextBytes();
+    return kind == FlushKind::Closing ? bytes > 0 : bytes > index.maxUnsegmentedText;
+}
+
+// Decides what the commit holds and gives its record a place; none when nothing changed.
+std::optional<Root> appendCommit(IndexCore& index) {
+    MutexLock lock(index.mutex);
+    if (!index.contents.hasChanges()) return std::nullopt;
+    FileTail& tail = *index.tail;
+    Root root{.generation = ++index.lastGeneration};
+    const Commit commit = index.contents.makeCommit(
+        root.generation, [&tail](const std::string& record) { return tail.append(record).offset; });
+    root.commit = tail.append(makeRecord(RecordKind::Commit, serializeCommit(commit))).offset;
+    root.end = tail.end();
+    index.contents.setCommitPlace(root.commit);
+    return root;
+}
+
+Status writeRoot(IndexCore& index, RootPair pair, const Root& root) {
+    const GateHold hold(index.rootWriting);
+    return index.roots.write(*index.currentFile(), pair, root);
+}
+
+Status commit(IndexCore& index) {
+    const auto root = appendCommit(index);
+    if (!root) return {};
+    if (Status status = index.currentTail()->writeOut(*index.currentFile()); !status.isOk()) {
+        return status;
+    }
+    if (Status status = writeRoot(index, RootPair::Latest, *root); !status.isOk()) return status;
+    MutexLock lock(index.mutex);
+    index.latest = *root;
+    return {};
+}
+
+}  // namespace
+
+Status IndexCore::noteWrite(Status status) {
+    MutexLock lock(mutex);
+    if (writeError.isOk()) writeError = status;
+    return status;
+}
+
+Result<std::shared_ptr<const Segment>> placeSegment(IndexCore& index, Spool& payload,
+                                                    const std::string& header,
+                                                    const ContinueCallback& mayContinue) {
+    const auto file = index.currentFile();
+    const RecordPlace place = index.currentTail()->reserve(header.size() + payload.size());
+    if (Status status = file->writeAt(place.offset, header); !status.isOk()) return status;
+    if (Status status = payload.copyTo(*file, place.offset + header.size(), mayContinue);
+        !status.isOk()) {
+        return status;
+    }
+    return Segment::open(file, place);
+}
+
+Status flush(IndexCore& index, FlushKind kind) {
+    const GateHold hold(index.writing);
+    if (Status status = index.currentWriteError(); !status.isOk()) return status;
+    if (mustSegment(index, kind)) {
+        if (Status status = segmentMemory(index); !status.isOk()) return index.noteWrite(status);
+    }
+    return index.noteWrite(commit(index));
+}
+
+Status spill(IndexCore& index) {
+    const GateHold hold(index.writing);
+    if (Status status = index.currentWriteError(); !status.isOk()) return status;
+    {
+        // A segment of documents that the last commit lists one by one would have to be committed.
+        MutexLock lock(index.mutex);
+        const bool isWorthIt = index.bufferedBytes.load(std::memory_order_relaxed) > kWorthSpilling;
+        if (!isWorthIt || !index.contents.hasPending()) return {};
+    }
+    return index.noteWrite(segmentMemory(index));
+}
+
+Status sync(IndexCore& index) {
+    const SharedHold hold(index.switching);
+    Root root;
+    {
+        MutexLock lock(index.mutex);
+        root = index.latest;
+        if (!index.writeError.isOk() || root == index.durable) return index.writeError;
+    }
+    const auto file = index.currentFile();
+    Status status = file->sync();
+    if (status.isOk()) status = writeRoot(index, RootPair::Durable, root);
+    if (status.isOk()) status = file->sync();
+    if (!status.isOk()) return index.noteWrite(status);
+    MutexLock lock(index.mutex);
+    if (index.durable.generation < root.generation) index.durable = root;
+    return {};
+}
+
+}  // namespace siftwell::fulltext

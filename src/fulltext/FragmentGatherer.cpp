@@ -1,0 +1,90 @@
+#include "fulltext/FragmentGatherer.h"
+
+#include <algorithm>
+
+#include "base/Translate.h"
+
+namespace siftwell::fulltext {
+
+namespace {
+
+constexpr std::size_t kTermsBetweenLooks = 64;
+// With fewer postings than a thirty-second of the documents, sorting them is cheaper.
+constexpr std::uint64_t kSparse = 32;
+
+}  // namespace
+
+FragmentGatherer::FragmentGatherer(const Segment& segment, const std::vector<TermNumber>& terms)
+    : m_segment(segment), m_terms(terms) {}
+
+Result<bool> FragmentGatherer::run(const Deadline& deadline) {
+    if (m_next == 0) {
+        if (Status status = chooseMethod(); !status.isOk()) return status;
+    }
+    for (; m_next < m_terms.size(); ++m_next) {
+        if (m_next % kTermsBetweenLooks == kTermsBetweenLooks - 1 && deadline.isOver())
+            return false;
+        if (Status status = addTerm(m_terms[m_next]); !status.isOk()) return status;
+    }
+    return true;
+}
+
+Status FragmentGatherer::chooseMethod() {
+    std::uint64_t postings = 0;
+    for (const TermNumber term : m_terms) {
+        const auto entry = m_segment.terms().entry(term);
+        if (!entry) return {StatusCode::Damaged, _("The terms of the index are damaged.")};
+        postings += entry->documentFrequency;
+    }
+    const std::size_t span = m_segment.lastDocument() - m_segment.firstDocument() + 1;
+    m_isCounting = postings > span / kSparse;
+    if (m_isCounting) m_counts.assign(span, 0);
+    return {};
+}
+
+Status FragmentGatherer::addTerm(TermNumber term) {
+    const Result<PostingList> list = m_segment.postings(term);
+    if (!list) return list.status();
+    PostingIterator postings(*list);
+    for (; postings.document() != kNoDocument; postings.next()) {
+        if (m_isCounting) {
+            m_counts[postings.document() - m_segment.firstDocument()] += postings.frequency();
+        } else {
+            m_listed.push_back(std::uint64_t{postings.document()} << 32 | postings.frequency());
+        }
+    }
+    if (postings.isDamaged()) {
+        return {StatusCode::Damaged, _("The postings of the index are damaged.")};
+    }
+    return {};
+}
+
+GatheredPostings FragmentGatherer::take() { return m_isCounting ? takeCounted() : takeListed(); }
+
+GatheredPostings FragmentGatherer::takeCounted() const {
+    GatheredPostings gathered;
+    for (std::size_t i = 0; i < m_counts.size(); ++i) {
+        if (m_counts[i] == 0) continue;
+        gathered.documents.push_back(m_segment.firstDocument() + static_cast<DocumentID>(i));
+        gathered.frequencies.push_back(m_counts[i]);
+    }
+    return gathered;
+}
+
+GatheredPostings FragmentGatherer::takeListed() {
+    std::sort(m_listed.begin(), m_listed.end());
+    GatheredPostings gathered;
+    for (const std::uint64_t entry : m_listed) {
+        const auto document = static_cast<DocumentID>(entry >> 32);
+        const auto frequency = static_cast<std::uint32_t>(entry);
+        if (!gathered.documents.empty() && gathered.documents.back() == document) {
+            gathered.frequencies.back() += frequency;
+        } else {
+            gathered.documents.push_back(document);
+            gathered.frequencies.push_back(frequency);
+        }
+    }
+    return gathered;
+}
+
+}  // namespace siftwell::fulltext

@@ -1,0 +1,43 @@
+// FragmentGatherer counts the terms that a fragment stands for as one: in which documents of a
+// segment any of them occurs, and how often all of them together.
+//
+// Threads: one at a time. Errors: Damaged when the postings are.
+// Memory: four bytes for every document of the segment, or eight for every posting when there are
+// few.
+#pragma once
+
+#include <vector>
+
+#include "base/Status.h"
+#include "fulltext/Deadline.h"
+#include "fulltext/Matcher.h"
+#include "fulltext/Segment.h"
+
+namespace siftwell::fulltext {
+
+class FragmentGatherer {
+public:
+    // Both outlive the gatherer.
+    FragmentGatherer(const Segment& segment, const std::vector<TermNumber>& terms);
+
+    // Goes on until everything is gathered or the time is over; whether it is done.
+    Result<bool> run(const Deadline& deadline);
+
+    // Once it is done.
+    GatheredPostings take();
+
+private:
+    Status chooseMethod();
+    Status addTerm(TermNumber term);
+    GatheredPostings takeCounted() const;
+    GatheredPostings takeListed();
+
+    const Segment& m_segment;
+    const std::vector<TermNumber>& m_terms;
+    std::size_t m_next = 0;  // term
+    bool m_isCounting = false;
+    std::vector<std::uint32_t> m_counts;  // per document of the segment
+    std::vector<std::uint64_t> m_listed;  // document in the high half, frequency in the low one
+};
+
+}  // namespace siftwell::fulltext

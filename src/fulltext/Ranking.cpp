@@ -1,0 +1,75 @@
+#include "fulltext/Ranking.h"
+
+#include <algorithm>
+
+#include "base/Translate.h"
+
+namespace siftwell::fulltext {
+
+Result<bool> Ranking::run(const Deadline& deadline) {
+    for (; m_segment < m_snapshot.segments.size(); ++m_segment) {
+        if (m_matcher == nullptr) {
+            auto matcher = m_plan.matcherFor(m_segment);
+            if (!matcher) return matcher.status();
+            m_matcher = *std::move(matcher);
+            if (m_matcher == nullptr) continue;
+            if (isFull()) m_matcher->setThreshold(m_hits.front().score);
+        }
+        const Result<bool> isDone = rankSegment(deadline);
+        if (!isDone || !*isDone) return isDone;
+        m_matcher.reset();
+    }
+    if (!m_isMemoryDone) rankMemory();
+    return true;
+}
+
+Result<bool> Ranking::rankSegment(const Deadline& deadline) {
+    constexpr int kDocumentsBetweenLooks = 128;
+    const LiveSegment& live = m_snapshot.segments[m_segment];
+    Matcher& matcher = *m_matcher;
+    for (int seen = 0; matcher.document() != kNoDocument; ++seen) {
+        if (seen % kDocumentsBetweenLooks == kDocumentsBetweenLooks - 1 && deadline.isOver()) {
+            return false;
+        }
+        const DocumentID document = matcher.document();
+        if (live.isLive(document)) {
+            offer({document, matcher.score()});
+            if (isFull()) matcher.setThreshold(m_hits.front().score);
+        }
+        matcher.advanceTo(document + 1);
+    }
+    if (matcher.isDamaged()) {
+        return Status(StatusCode::Damaged, _("The postings of the index are damaged."));
+    }
+    return true;
+}
+
+void Ranking::rankMemory() {
+    for (const auto& document : m_snapshot.memory) {
+        if (document == nullptr) continue;
+        if (const auto score = m_plan.scoreInMemory(*document)) offer({document->id, *score});
+    }
+    m_isMemoryDone = true;
+}
+
+void Ranking::offer(const Hit& hit) {
+    if (!isFull()) {
+        m_hits.push_back(hit);
+        std::push_heap(m_hits.begin(), m_hits.end(), ranksBefore);
+        return;
+    }
+    m_hasLeftOut = true;
+    if (!ranksBefore(hit, m_hits.front())) return;
+    std::pop_heap(m_hits.begin(), m_hits.end(), ranksBefore);
+    m_hits.back() = hit;
+    std::push_heap(m_hits.begin(), m_hits.end(), ranksBefore);
+}
+
+std::vector<Hit> Ranking::takeHits() {
+    std::sort(m_hits.begin(), m_hits.end(), ranksBefore);
+    // Once there were enough, documents may have been passed over unseen.
+    m_hasLeftOut = m_hasLeftOut || isFull();
+    return std::move(m_hits);
+}
+
+}  // namespace siftwell::fulltext

@@ -1,0 +1,31 @@
+#include "fulltext/WriteBudget.h"
+
+#include "fulltext/IndexCore.h"
+
+namespace siftwell::fulltext {
+
+void WriteBudget::enter(const std::shared_ptr<IndexCore>& index) {
+    MutexLock lock(m_mutex);
+    std::erase_if(m_indexes, [](const auto& candidate) { return candidate.expired(); });
+    m_indexes.push_back(index);
+}
+
+std::shared_ptr<IndexCore> WriteBudget::indexToRelieve() {
+    std::size_t all = 0;
+    std::size_t most = 0;
+    std::shared_ptr<IndexCore> largest;
+    MutexLock lock(m_mutex);
+    for (const auto& candidate : m_indexes) {
+        auto index = candidate.lock();
+        if (index == nullptr) continue;
+        const std::size_t bytes = index->bufferedBytes.load(std::memory_order_relaxed);
+        all += bytes;
+        if (bytes > most) {
+            most = bytes;
+            largest = std::move(index);
+        }
+    }
+    return all > m_maxBytes ? largest : nullptr;
+}
+
+}  // namespace siftwell::fulltext

@@ -1,0 +1,256 @@
+#include "fulltext/Index.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <thread>
+
+#include "fulltext/Search.h"
+#include "support/TemporaryFolder.h"
+
+namespace siftwell::fulltext {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+using Access = Index::Access;
+
+class IndexTest : public testing::Test {
+protected:
+    std::string path() const { return m_folder.file("pages.http"); }
+
+    std::unique_ptr<Index> create(const IndexSettings& settings = {.internalName = "pages.http"}) {
+        auto index = Index::create(path(), settings, m_surroundings);
+        EXPECT_TRUE(index) << index.status().message();
+        return *std::move(index);
+    }
+
+    Result<std::unique_ptr<Index>> open(Access access,
+                                        const std::optional<std::string>& name = {}) {
+        return Index::open(path(), name, access, m_surroundings);
+    }
+
+    static DocumentID add(Index& index, const std::string& name, const std::string& text) {
+        const auto added = index.add({"http", name}, text, text);
+        EXPECT_TRUE(added) << added.status().message();
+        return added ? added->id : 0;
+    }
+
+    static std::vector<DocumentID> find(const Index& index, std::string_view query) {
+        const auto matches = index.search(query)->findMatches(1000, std::chrono::seconds(10));
+        EXPECT_TRUE(matches) << matches.status().message();
+        std::vector<DocumentID> found;
+        if (matches) {
+            for (const Hit& hit : matches->hits) found.push_back(hit.document);
+        }
+        return found;
+    }
+
+    TemporaryFolder m_folder;
+    Index::Surroundings m_surroundings;
+};
+
+TEST_F(IndexTest, DocumentGoesThroughItsStatesAndKeepsItsNumberThroughCompaction) {
+    const auto index = create();
+    const DocumentID first = add(*index, "//a/", "alpha beta");
+    const DocumentID second = add(*index, "//b/", "beta gamma");
+    EXPECT_EQ(index->stateOf(first), DocumentState::Pending);
+    ASSERT_TRUE(index->flush().isOk());
+    EXPECT_EQ(index->stateOf(first), DocumentState::Indexed);
+    EXPECT_EQ(**index->documentWith({"http", "//b/"}), second);
+    EXPECT_FALSE(index->documentWith({"https", "//b/"})->has_value());
+
+    ASSERT_TRUE(index->remove(first).isOk());
+    EXPECT_EQ(index->remove(first).code(), StatusCode::NotFound);
+    ASSERT_TRUE(index->flush().isOk());
+    ASSERT_TRUE(index->compact().isOk());
+    EXPECT_EQ(index->stateOf(first), DocumentState::NotIndexed);
+    EXPECT_THAT(index->documentsBehind(0, 10), ElementsAre(second));
+    EXPECT_THAT(find(*index, "beta"), ElementsAre(second));
+    EXPECT_EQ(index->keyOf(second)->name, "//b/");
+}
+
+TEST_F(IndexTest, ReplacedDocumentGetsANewNumberAndTheOldOneIsTold) {
+    const auto index = create();
+    const DocumentID old = add(*index, "//a/", "alpha");
+    const auto pending = index->add({"http", "//a/"}, "beta", "Beta!");
+    EXPECT_EQ(pending->replaced, old);
+    ASSERT_TRUE(index->close().isOk());
+    const auto indexed = index->add({"http", "//a/"}, "gamma", "Gamma?");
+    EXPECT_EQ(indexed->replaced, pending->id);
+    EXPECT_GT(indexed->id, pending->id);
+    EXPECT_EQ(index->documentCount(), 1U);
+    EXPECT_THAT(find(*index, "alpha | beta"), IsEmpty());
+    EXPECT_EQ(*index->readableTextOf(indexed->id), "Gamma?");
+}
+
+TEST_F(IndexTest, SearchKeepsSeeingWhatWasThereWhenItBegan) {
+    const auto index = create();
+    const DocumentID kept = add(*index, "//a/", "word one");
+    const DocumentID gone = add(*index, "//b/", "word two");
+    ASSERT_TRUE(index->flush().isOk());
+    const auto search = index->search("word");
+    add(*index, "//c/", "word three");
+    ASSERT_TRUE(index->remove(gone).isOk());
+    ASSERT_TRUE(index->flush().isOk());
+    ASSERT_TRUE(index->compact().isOk());
+    const auto matches = search->findMatches(10, {});
+    ASSERT_TRUE(matches);
+    std::vector<DocumentID> found;
+    for (const Hit& hit : matches->hits) found.push_back(hit.document);
+    EXPECT_THAT(found, UnorderedElementsAre(kept, gone));
+    EXPECT_EQ(find(*index, "word").size(), 2U);
+}
+
+TEST_F(IndexTest, CancelledSearchHandsOutNothingMore) {
+    const auto index = create();
+    for (int i = 0; i < 100; ++i) add(*index, "//" + std::to_string(i), "word");
+    const auto search = index->search("word");
+    EXPECT_EQ(search->findMatches(10, {})->hits.size(), 10U);
+    search->cancel();
+    const auto matches = search->findMatches(10, {});
+    EXPECT_THAT(matches->hits, IsEmpty());
+    EXPECT_FALSE(matches->isMoreToCome);
+}
+
+TEST_F(IndexTest, SecondWriterIsRefusedWhileReadersComeAndGo) {
+    auto writer = create();
+    const DocumentID document = add(*writer, "//a/", "alpha");
+    EXPECT_EQ(open(Access::ReadWrite).status().code(), StatusCode::Busy);
+    auto early = open(Access::ReadOnly);
+    ASSERT_TRUE(early);
+    EXPECT_THAT(find(**early, "alpha"), IsEmpty());
+    ASSERT_TRUE(writer->flush().isOk());
+    EXPECT_THAT(find(**open(Access::ReadOnly), "alpha"), ElementsAre(document));
+    ASSERT_TRUE(writer->compact().isOk());
+    EXPECT_EQ(open(Access::ReadWrite).status().code(), StatusCode::Busy);
+    EXPECT_EQ((*early)->add({"http", "//b/"}, "b", "b").status().code(),
+              StatusCode::ReadOnlyStorage);
+    writer.reset();
+    EXPECT_TRUE(open(Access::ReadWrite));
+}
+
+TEST_F(IndexTest, FilesThatAreNotOursAreToldApartAndLeftAlone) {
+    create();
+    EXPECT_EQ(open(Access::ReadWrite, "other.http").status().code(), StatusCode::NameMismatch);
+    EXPECT_TRUE(open(Access::ReadWrite, "pages.http"));
+    EXPECT_EQ(Index::create(path(), {}, {}).status().code(), StatusCode::Exists);
+
+    const std::string text = m_folder.write("notes.txt", "no index at all");
+    EXPECT_EQ(Index::open(text, {}, Access::ReadWrite, {}).status().code(), StatusCode::NotFound);
+    EXPECT_EQ(m_folder.read("notes.txt"), "no index at all");
+
+    std::string newer = m_folder.read("pages.http");
+    newer[8] = 2;  // the version stands behind the magic
+    m_folder.write("newer.http", newer);
+    const auto refused = Index::open(m_folder.file("newer.http"), {}, Access::ReadWrite, {});
+    EXPECT_EQ(refused.status().code(), StatusCode::UnknownVersion);
+    EXPECT_THAT(refused.status().message(), testing::HasSubstr("newer.http"));
+    EXPECT_EQ(m_folder.read("newer.http"), newer);
+}
+
+TEST_F(IndexTest, ReadersChangeNothingEvenAfterAKilledWriter) {
+    {
+        const auto index = create();
+        add(*index, "//a/", "alpha");
+        ASSERT_TRUE(index->flush().isOk());
+        add(*index, "//b/", "beta");
+        m_folder.write("pages.http.compacting", "left over");
+    }
+    const std::string before = m_folder.read("pages.http");
+    auto reader = open(Access::ReadOnly);
+    ASSERT_TRUE(reader);
+    EXPECT_EQ(find(**reader, "alpha").size(), 1U);
+    EXPECT_THAT(find(**reader, "beta"), IsEmpty());
+    EXPECT_EQ(m_folder.read("pages.http"), before);
+    EXPECT_TRUE(m_folder.has("pages.http.compacting"));
+    ASSERT_TRUE(open(Access::ReadWrite));
+    EXPECT_FALSE(m_folder.has("pages.http.compacting"));
+}
+
+TEST_F(IndexTest, StopWordsAndShortWordsAreKeptOutByTheFileAlone) {
+    {
+        const auto index = create({.minimumTermLength = 2, .stopWords = {"The"}});
+        add(*index, "//a/", "the x Cat sat");
+        ASSERT_TRUE(index->close().isOk());
+    }
+    const auto index = open(Access::ReadWrite);
+    ASSERT_TRUE(index);
+    const DocumentID document = (*index)->documentsBehind(0, 1).front();
+    EXPECT_THAT(*(*index)->termsOf(document), ElementsAre("cat", "sat"));
+    EXPECT_THAT(find(**index, "*the*"), IsEmpty());
+    EXPECT_THAT(find(**index, "\"the x cat sat\""), ElementsAre(document));
+    EXPECT_THAT(find(**index, "\"x sat\""), ElementsAre(document)) << "x has no place in a phrase";
+}
+
+TEST_F(IndexTest, AddressesStandInTheFileAsASalvagerLooksForThem) {
+    const std::string longName = "///" + std::string(300, 'x');
+    {
+        const auto index = create();
+        add(*index, "//host/page", "text");
+        ASSERT_TRUE(index->add({"file", longName}, "text", "text"));
+        ASSERT_TRUE(index->flush().isOk());
+    }
+    const std::string bytes = m_folder.read("pages.http");
+    const std::string marker{"\4\0h\0t\0t\0p", 9};
+    EXPECT_NE(bytes.find(marker + "\x0b//host/page"), std::string::npos);
+    const std::string longMarker{"\4\0f\0i\0l\0e\0\x2f\1\0\0", 14};
+    EXPECT_NE(bytes.find(longMarker + longName), std::string::npos);
+    EXPECT_TRUE((*open(Access::ReadOnly))->documentWith({"file", longName})->has_value());
+}
+
+TEST_F(IndexTest, OddTextsAndKeysAreIndexedOrRefusedWithoutHarm) {
+    const auto index = create();
+    EXPECT_NE(add(*index, "", ""), 0U);
+    EXPECT_NE(add(*index, "//bytes", std::string("caf\xe9 na\0ive", 11)), 0U);
+    const std::string longWord(5000, 'w');
+    EXPECT_NE(add(*index, "//long", longWord), 0U);
+    EXPECT_EQ(find(*index, longWord).size(), 1U);
+    EXPECT_EQ(find(*index, longWord.substr(0, 64) + "*").size(), 1U);
+    EXPECT_EQ(index->add({std::string(256, 's'), "n"}, "t", "t").status().code(),
+              StatusCode::Invalid);
+    EXPECT_TRUE(index->close().isOk());
+    EXPECT_TRUE(index->check().isOk());
+}
+
+TEST_F(IndexTest, ManyThreadsAddSearchFlushAndCompactAtOnce) {
+    Maintenance maintenance;
+    WriteBudget budget(64 << 10);
+    m_surroundings.maintenance = &maintenance;
+    m_surroundings.budget = &budget;
+    m_surroundings.maxUnsegmentedText = 4 << 10;
+    const auto index = create();
+    constexpr int kThreads = 3;
+    constexpr int kDocuments = 300;
+    {
+        std::vector<std::jthread> threads;
+        for (int thread = 0; thread < kThreads; ++thread) {
+            threads.emplace_back([&index, thread] {
+                for (int i = 0; i < kDocuments; ++i) {
+                    // Every third name is shared by all threads.
+                    const std::string name =
+                        i % 3 == 0 ? "//" : "//" + std::to_string(thread) + "/";
+                    add(*index, name + std::to_string(i), "common word" + std::to_string(i % 7));
+                    if (i % 25 == 0) {
+                        EXPECT_TRUE(index->flush().isOk());
+                    }
+                }
+            });
+        }
+        threads.emplace_back([&index] {
+            for (int i = 0; i < 60; ++i) find(*index, i % 2 == 0 ? "common & word1" : "*ord2*");
+        });
+        threads.emplace_back([&index] {
+            for (int i = 0; i < 4; ++i) EXPECT_TRUE(index->compact().isOk());
+        });
+    }
+    const std::size_t expected = kDocuments / 3 + kThreads * (kDocuments - kDocuments / 3);
+    EXPECT_EQ(index->documentCount(), expected);
+    ASSERT_TRUE(index->close().isOk());
+    EXPECT_TRUE(index->check().isOk()) << index->check().message();
+    EXPECT_EQ(find(*index, "common").size(), expected);
+}
+
+}  // namespace
+}  // namespace siftwell::fulltext

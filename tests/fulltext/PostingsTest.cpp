@@ -1,0 +1,193 @@
+#include "fulltext/Postings.h"
+
+#include <gmock/gmock.h>
+
+#include <deque>
+
+#include "Oracle.h"
+#include "fulltext/BitPacking.h"
+#include "fulltext/Bytes.h"
+#include "fulltext/PostingIterator.h"
+
+namespace siftwell::fulltext {
+namespace {
+
+struct Posting {
+    DocumentID document;
+    std::vector<std::uint32_t> positions;
+};
+
+constexpr DocumentID kFirst = 1000;
+constexpr DocumentID kSpan = 200000;
+
+class PostingsTest : public testing::Test {
+protected:
+    PostingsTest() {
+        for (DocumentID i = 0; i < kSpan; ++i) appendNumber(m_lengths, lengthOf(kFirst + i));
+    }
+
+    static std::uint32_t lengthOf(DocumentID document) { return 5 + document % 97; }
+
+    static std::string encoded(const std::vector<std::uint32_t>& positions) {
+        std::string bytes;
+        std::uint32_t before = 0;
+        for (const std::uint32_t position : positions) {
+            appendVarint(bytes, position - before);
+            before = position;
+        }
+        return bytes;
+    }
+
+    std::vector<Posting> randomPostings(int count) {
+        std::vector<Posting> postings;
+        DocumentID document = kFirst - 1;
+        for (int i = 0; i < count; ++i) {
+            document +=
+                static_cast<DocumentID>(pick(m_random, 3) == 0 ? pick(m_random, 60) + 1 : 1);
+            Posting posting{document, {}};
+            std::uint32_t position = static_cast<std::uint32_t>(pick(m_random, 300));
+            for (int n = pick(m_random, 4) + 1; n > 0; --n) {
+                posting.positions.push_back(position);
+                position += static_cast<std::uint32_t>(pick(m_random, 300)) + 1;
+            }
+            postings.push_back(std::move(posting));
+        }
+        return postings;
+    }
+
+    PostingList listOf(const std::vector<Posting>& postings) {
+        PostingListWriter writer;
+        writer.begin(kFirst);
+        for (const Posting& posting : postings) {
+            writer.add(posting.document, static_cast<std::uint32_t>(posting.positions.size()),
+                       lengthOf(posting.document), encoded(posting.positions));
+        }
+        return finished(writer);
+    }
+
+    PostingList finished(PostingListWriter& writer) {
+        std::string& bytes = m_lists.emplace_back();
+        writer.finish(bytes);
+        const std::size_t size = bytes.size();
+        bytes.append(kUnpackSlack, '\0');
+        return {.bytes = std::string_view(bytes).substr(0, size),
+                .documents = writer.documents(),
+                .firstOfSegment = kFirst,
+                .lastOfSegment = kFirst + kSpan - 1,
+                .lengths = m_lengths};
+    }
+
+    void expectSame(const PostingList& list, const std::vector<Posting>& postings) {
+        PostingIterator iterator(list);
+        std::vector<std::uint32_t> positions;
+        for (std::size_t i = 0; i < postings.size(); ++i) {
+            ASSERT_EQ(iterator.document(), postings[i].document);
+            ASSERT_EQ(iterator.frequency(), postings[i].positions.size());
+            if (i % 3 != 1) {  // positions may be left unread
+                iterator.readPositions(positions);
+                ASSERT_EQ(positions, postings[i].positions);
+            }
+            iterator.next();
+        }
+        EXPECT_EQ(iterator.document(), kNoDocument);
+        EXPECT_FALSE(iterator.isDamaged());
+    }
+
+    Random m_random{7};
+    std::string m_lengths;
+    std::deque<std::string> m_lists;
+};
+
+TEST_F(PostingsTest, ListsOfEveryLengthComeBackAsTheyWere) {
+    for (const int count : {1, 2, 127, 128, 129, 255, 256, 1000}) {
+        const auto postings = randomPostings(count);
+        expectSame(listOf(postings), postings);
+    }
+}
+
+TEST_F(PostingsTest, AdvancingFindsTheFirstDocumentAtOrBehindTheTarget) {
+    for (const int count : {50, 700}) {
+        const auto postings = randomPostings(count);
+        const PostingList list = listOf(postings);
+        for (int round = 0; round < 50; ++round) {
+            PostingIterator iterator(list);
+            DocumentID target = kFirst;
+            std::vector<std::uint32_t> positions;
+            while (iterator.document() != kNoDocument) {
+                target += static_cast<DocumentID>(pick(m_random, 2000));
+                iterator.advanceTo(target);
+                const auto expected =
+                    std::find_if(postings.begin(), postings.end(),
+                                 [&](const Posting& p) { return p.document >= target; });
+                if (expected == postings.end()) {
+                    ASSERT_EQ(iterator.document(), kNoDocument);
+                    continue;
+                }
+                ASSERT_EQ(iterator.document(), expected->document);
+                iterator.readPositions(positions);
+                ASSERT_EQ(positions, expected->positions);
+                target = iterator.document();
+            }
+        }
+    }
+}
+
+TEST_F(PostingsTest, NoDocumentOfABlockScoresAboveItsBound) {
+    const Bm25 bm25(kSpan, kSpan * 50);
+    const auto postings = randomPostings(3000);
+    const PostingList list = listOf(postings);
+    PostingIterator blocks(list);
+    for (const Posting& posting : postings) {
+        ASSERT_GE(blocks.lastOfBlockWith(posting.document), posting.document);
+        const auto frequency = static_cast<std::uint32_t>(posting.positions.size());
+        ASSERT_GE(blocks.frequencyPartOfBlock(bm25),
+                  bm25.frequencyPart(frequency, lengthOf(posting.document)));
+    }
+}
+
+TEST_F(PostingsTest, CopiedBlocksReadLikeWrittenOnes) {
+    const auto postings = randomPostings(1200);
+    const std::vector<Posting> front(postings.begin(), postings.begin() + 500);
+    const std::vector<Posting> back(postings.begin() + 500, postings.end());
+    PostingListWriter writer;
+    writer.begin(kFirst);
+    for (const PostingList& part : {listOf(front), listOf(back)}) {
+        PostingIterator iterator(part);
+        while (iterator.document() != kNoDocument) {
+            if (const auto block = iterator.fullBlockFromHere()) {
+                writer.addBlock(block->entry, block->documents, block->positions);
+                iterator.skipBlock();
+                continue;
+            }
+            writer.add(iterator.document(), iterator.frequency(), lengthOf(iterator.document()),
+                       iterator.rawPositions());
+            iterator.next();
+        }
+    }
+    expectSame(finished(writer), postings);
+}
+
+TEST_F(PostingsTest, ChangedBytesEndTheWalkInsteadOfTheProgram) {
+    const PostingList list = listOf(randomPostings(400));
+    for (std::size_t at = 0; at < list.bytes.size(); ++at) {
+        std::string changed(list.bytes);
+        changed[at] = static_cast<char>(changed[at] ^ (1 << pick(m_random, 8)));
+        changed.append(kUnpackSlack, '\0');
+        PostingList damaged = list;
+        damaged.bytes = std::string_view(changed).substr(0, list.bytes.size());
+        PostingIterator iterator(damaged);
+        std::vector<std::uint32_t> positions;
+        DocumentID before = 0;
+        for (int steps = 0; iterator.document() != kNoDocument; ++steps) {
+            ASSERT_LT(steps, 1000);
+            ASSERT_GT(iterator.document(), before);
+            ASSERT_LT(iterator.document(), kFirst + kSpan);
+            before = iterator.document();
+            iterator.readPositions(positions);
+            if (iterator.document() != kNoDocument) iterator.next();
+        }
+    }
+}
+
+}  // namespace
+}  // namespace siftwell::fulltext
