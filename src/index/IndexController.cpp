@@ -1,0 +1,347 @@
+#include "index/IndexController.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "base/Files.h"
+#include "base/Log.h"
+#include "base/Translate.h"
+#include "index/IndexFolder.h"
+#include "text/Alphanumeric.h"
+#include "text/Utf8.h"
+
+namespace siftwell {
+
+namespace {
+
+constexpr int kMonthlyFormat = 1;
+constexpr int kCurrentFormat = 2;
+constexpr std::size_t kMaxStopWordBytes = 1 << 20;
+
+// Well-known public name servers; nothing is sent to them.
+constexpr const char* kWellKnownAddresses[] = {"9.9.9.9", "1.1.1.1"};
+
+constexpr const char* kSearchedSchemes[] = {"http", "https", "file", "feed"};
+
+}  // namespace
+
+IndexController::IndexController(const Surroundings& surroundings, Access access)
+    : m_surroundings(surroundings),
+      m_access(access),
+      m_gate(surroundings.centre),
+      m_admission(surroundings.settings),
+      m_search(m_locks, surroundings.mainLoop) {
+    for (const std::string& source : m_surroundings.settings.strings("IndexedSources")) {
+        noteIndexedSource(source);
+    }
+    readStopWords();
+    const fulltext::Index::Surroundings engine{
+        .maintenance = access == Access::ReadWrite ? &m_maintenance : nullptr,
+        .budget = &m_writeBudget,
+        .pace = [this] { yieldForPriorityThread(); }};
+    m_indexes = std::make_unique<IndexSet>(
+        IndexSet::Settings{.access = access,
+                           .surroundings = engine,
+                           .stopWords = {m_stopWords.begin(), m_stopWords.end()}},
+        m_surroundings.notifier, m_surroundings.clock);
+    m_store = std::make_unique<DocumentStore>(
+        DocumentStore::Parts{*m_indexes, m_locks, m_counters, m_surroundings.centre,
+                             m_surroundings.notifier, m_surroundings.clock},
+        [this] { flush(); });
+    m_loader = std::make_unique<IndexLoader>(
+        IndexLoader::Parts{*m_indexes, m_locks, m_gate, m_counters, m_surroundings.centre,
+                           m_surroundings.notifier, [this](const std::string& source) {
+                               if (m_indexFormat == kMonthlyFormat) noteIndexedSource(source);
+                           }});
+    findFolder();
+    loadIndex();
+    observe();
+    applyPreferences();
+}
+
+IndexController::~IndexController() {
+    m_loader->stop();
+    m_search.finishAfterIdlePeriod(std::chrono::seconds(0));
+}
+
+void IndexController::readStopWords() {
+    const auto path = m_surroundings.paths.resource("StopWords", "txt");
+    const auto words = path ? readFile(*path, kMaxStopWordBytes) : Result<std::string>(Status());
+    if (!words) return;
+    std::istringstream lines(*words);
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty()) m_stopWords.insert(line);
+    }
+}
+
+void IndexController::findFolder() {
+    const bool mayWrite = m_access == Access::ReadWrite;
+    m_folder = findIndexFolder(m_surroundings.paths, mayWrite, m_surroundings.notifier);
+    if (m_folder && mayWrite) {
+        migrateOldIndexFolder(m_surroundings.paths, *m_folder, m_surroundings.notifier);
+    }
+    m_store->setFolder(m_folder.value_or(""));
+}
+
+void IndexController::observe() {
+    NotificationCentre& centre = m_surroundings.centre;
+    m_observations.push_back(centre.observe("SiftwellPreferenceChangeNotification",
+                                            [this](const PropertyList&) { applyPreferences(); }));
+    m_observations.push_back(
+        centre.observe("SiftwellIndexerProgressStartNotification",
+                       [this](const PropertyList& progress) { updatePendingCount(progress); }));
+}
+
+void IndexController::updatePendingCount(const PropertyList& progress) {
+    if (const auto* dictionary = progress.asDictionary()) {
+        addToPendingDocumentCount(integerFor(*dictionary, "count").value_or(0));
+    }
+}
+
+void IndexController::applyPreferences() { m_admission.applyPreferences(); }
+
+bool IndexController::loadIndex() {
+    m_loader->stop();
+    disableIndexing();
+    {
+        const ScanLock::Turn turn(m_locks.scanLock());
+        const ExclusiveHold hold(m_locks.indexGate());
+        m_indexes->drop();
+        m_indexFormat = kCurrentFormat;
+        if (m_folder) m_indexes->load(*m_folder);
+        const auto indexes = m_indexes->list();
+        if (std::any_of(indexes->begin(), indexes->end(),
+                        [](const SKIndex& index) { return isMonthlyIndexName(index->name); })) {
+            m_indexFormat = kMonthlyFormat;
+        }
+        loadCounters();
+        enableIndexing();
+    }
+    // A process that only reads shows nothing and must not wait for the walk.
+    if (m_access == Access::ReadWrite) m_loader->start();
+    return !m_indexes->list()->empty();
+}
+
+void IndexController::loadCounters() {
+    Settings& settings = m_surroundings.settings;
+    if (!m_indexes->list()->empty()) {
+        setDeletedDocumentCount(settings.integer("DeletionCount"));
+        setDocumentCount(settings.integer("DocumentCount"));
+        return;
+    }
+    setDeletedDocumentCount(0);
+    setDocumentCount(0);
+    // The next scan reads every source from the beginning.
+    if (m_access == Access::ReadWrite) settings.set("LastIndexScanDate", Date::distantPast());
+}
+
+void IndexController::flush() {
+    if (m_access == Access::ReadOnly) return;
+    for (const SKIndex& index : *m_indexes->list()) flushIndex(index);
+    storeCounters();
+}
+
+// Records first, then the index: in this order a killed program leaves a pair that can be brought
+// to agree.
+bool IndexController::flushIndex(const SKIndex& index) {
+    if (!index->properties->write()) return false;
+    const Status status = index->index->flush();
+    if (status.isOk()) {
+        index->properties->indexWasFlushed();
+    } else {
+        m_surroundings.notifier.reportError(status.message(), 9, "", "");
+    }
+    return status.isOk();
+}
+
+void IndexController::storeCounters() {
+    Settings& settings = m_surroundings.settings;
+    settings.set("DocumentCount", documentCount());
+    settings.set("DeletionCount", deletedDocumentCount());
+    PropertyList::Array sources;
+    {
+        MutexLock lock(m_mutex);
+        sources.assign(m_indexedSources.begin(), m_indexedSources.end());
+    }
+    settings.set("IndexedSources", std::move(sources));
+}
+
+bool IndexController::compactIndex() {
+    const SharedHold hold(m_locks.indexGate());
+    for (const SKIndex& index : *m_indexes->list()) {
+        yieldForPriorityThread();
+        flushIndex(index);  // what is removed but not flushed would be kept
+        if (const Status status = index->index->compact(); !status.isOk()) {
+            m_surroundings.notifier.reportError(status.message(), 9, "", "");
+        }
+    }
+    setDeletedDocumentCount(0);
+    return true;
+}
+
+bool IndexController::closeIndex() {
+    m_loader->stop();
+    const ExclusiveHold hold(m_locks.indexGate());
+    if (m_access == Access::ReadOnly) {
+        m_indexes->drop();
+        return true;
+    }
+    flush();
+    if (const Status status = m_indexes->closeAll(); !status.isOk()) {
+        m_surroundings.notifier.reportError(status.message(), 9, "", "");
+    }
+    return true;
+}
+
+void IndexController::purgeIndex(std::size_t position) {
+    const auto indexes = m_indexes->list();
+    if (position < indexes->size()) m_indexes->purge((*indexes)[position]);
+}
+
+void IndexController::noteIndexedSource(const std::string& source) {
+    MutexLock lock(m_mutex);
+    m_indexedSources.insert(source);
+}
+
+std::vector<std::string> IndexController::indexedSources() const {
+    std::vector<std::string> sources;
+    if (m_indexFormat == kMonthlyFormat) {
+        MutexLock lock(m_mutex);
+        return {m_indexedSources.begin(), m_indexedSources.end()};
+    }
+    for (const SKIndex& index : *m_indexes->list()) {
+        const std::string source = sourceOfIndexName(index->name);
+        if (std::find(sources.begin(), sources.end(), source) == sources.end()) {
+            sources.push_back(source);
+        }
+    }
+    return sources;
+}
+
+bool IndexController::isIndexedSource(const std::string& source) const {
+    const std::vector<std::string> sources = indexedSources();
+    const std::string asNamed = m_indexFormat == kMonthlyFormat
+                                    ? source
+                                    : sourceOfIndexName(indexNameForSource(source, "x"));
+    return std::find(sources.begin(), sources.end(), asNamed) != sources.end();
+}
+
+std::optional<SKDocument> IndexController::skDocumentForURL(const Url& url) const {
+    return siftwell::skDocumentForURL(url, m_surroundings.notifier);
+}
+
+SKIndex IndexController::skIndexForSource(const std::string& source, const std::string& scheme,
+                                          bool createIfNecessary) {
+    return m_store->skIndexForSource(source, scheme, createIfNecessary);
+}
+
+std::ptrdiff_t IndexController::indexForSKIndex(const SKIndex& index) const {
+    return m_indexes->positionOf(index);
+}
+
+SKIndex IndexController::skIndexForSKDocument(const SKDocument& document,
+                                              std::optional<Date> withDate) {
+    return m_store->skIndexForSKDocument(document, withDate);
+}
+
+bool IndexController::isSKDocument(const SKDocument& document, const SKIndex& inSKIndex,
+                                   std::optional<Date> withDate) const {
+    return m_store->isSKDocument(document, inSKIndex, withDate);
+}
+
+bool IndexController::isDocument(const Url& url, const std::string& fromSource,
+                                 std::optional<Date> indexedWithDate) {
+    return m_store->isDocument(url, fromSource, indexedWithDate);
+}
+
+std::optional<PropertyRecord> IndexController::propertiesForDocumentID(
+    fulltext::DocumentID document, const SKIndex& inSKIndex) const {
+    return m_store->propertiesForDocumentID(document, inSKIndex);
+}
+
+bool IndexController::parseAndAddContent(PageContent page) {
+    if (page.content.empty() || !canProcessURL(page.url)) {
+        addToPendingDocumentCount(-1);
+        return false;
+    }
+    const bool isReadable = m_admission.isReadableFile(page.url);
+    auto request = parseContent(std::move(page), isReadable, [this] { yieldForPriorityThread(); });
+    // A page that cannot be read stays announced until the scan cycle sets the count anew.
+    if (request) addDataToIndex(*std::move(request));
+    return false;
+}
+
+void IndexController::addDataToIndex(AddRequest request) {
+    const Url url = request.url;
+    if (request.content.empty()) {
+        writeLog(filledIn("Returning without adding %@ to index", url.absoluteString()));
+        m_surroundings.notifier.reportError(_("No text on page"), 3, url.absoluteString(), "");
+        addFailedURL(url);
+        addToPendingDocumentCount(-1);
+        return;
+    }
+    const auto complete = withExtractedText(std::move(request));
+    if (!complete) {
+        m_surroundings.notifier.reportError(_("SearchKit failed to index this URL"), 3,
+                                            url.absoluteString(), "");
+    } else if (m_store->add(*complete) == DocumentStore::AddOutcome::Added &&
+               m_indexFormat == kMonthlyFormat) {
+        noteIndexedSource(complete->source);
+    }
+    addToPendingDocumentCount(-1);
+}
+
+// The text of a file that needs an extractor is read now, before any lock is taken.
+std::optional<AddRequest> IndexController::withExtractedText(AddRequest request) {
+    if (!extractorNeededForURL(request.url)) return request;
+    if (m_surroundings.extractor == nullptr) return std::nullopt;
+    auto text = m_surroundings.extractor->textOf(request.url);
+    if (!text) return std::nullopt;
+    request.readable = *text;
+    reduceToAlphanumeric(*text, [this] { yieldForPriorityThread(); });
+    request.content = trimmingWhiteSpace(*text);
+    return request;
+}
+
+bool IndexController::removeSKDocument(const SKDocument& document, const SKIndex& fromSKIndex,
+                                       const std::optional<std::string>& withURLString,
+                                       bool sendNotification) {
+    return m_store->removeSKDocument(document, fromSKIndex, withURLString, sendNotification);
+}
+
+std::size_t IndexController::removeURLFromIndex(const std::vector<Url>& urls) {
+    return static_cast<std::size_t>(std::count_if(urls.begin(), urls.end(), [this](const Url& url) {
+        return m_store->removeURLFromIndex(url);
+    }));
+}
+
+bool IndexController::netConnectionAvailable() {
+    return std::any_of(
+        std::begin(kWellKnownAddresses), std::end(kWellKnownAddresses),
+        [this](const char* address) { return m_surroundings.network.isReachable(address); });
+}
+
+bool IndexController::readyToIndex() {
+    if (!netConnectionAvailable() || !indexingEnabled()) return false;
+    const bool isFree = m_locks.scanLock().count() == 0;
+    yieldForPriorityThread();
+    return isFree;
+}
+
+RunningSearches IndexController::startSearch(const std::optional<std::vector<std::string>>& sources,
+                                             const std::string& query) {
+    const bool isRestricted = sources && m_indexFormat == kCurrentFormat;
+    return m_search.start(isRestricted ? indexesOf(*sources) : *m_indexes->list(), query);
+}
+
+std::vector<SKIndex> IndexController::indexesOf(const std::vector<std::string>& sources) {
+    std::vector<SKIndex> found;
+    for (const std::string& source : sources) {
+        for (const char* scheme : kSearchedSchemes) {
+            if (SKIndex index = skIndexForSource(source, scheme, false)) found.push_back(index);
+        }
+    }
+    return found;
+}
+
+}  // namespace siftwell
