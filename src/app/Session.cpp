@@ -1,0 +1,91 @@
+#include "app/Session.h"
+
+#include "app/SettingsStartUp.h"
+#include "base/Files.h"
+#include "base/Translate.h"
+
+namespace siftwell {
+
+Session::Session(const Paths& paths, Purpose purpose, RunLoop& mainLoop)
+    : m_paths(paths),
+      m_purpose(purpose),
+      m_mainLoop(mainLoop),
+      m_centre(mainLoop),
+      m_notifier(m_centre, m_clock) {}
+
+Session::~Session() = default;
+
+Result<std::unique_ptr<Session>> Session::open(const Paths& paths, Purpose purpose,
+                                               RunLoop& mainLoop) {
+    std::unique_ptr<Session> session(new Session(paths, purpose, mainLoop));
+    if (Status status = session->prepare(); !status.isOk()) return status;
+    return session;
+}
+
+Status Session::prepare() {
+    if (m_paths.settingsFile.empty() || m_paths.applicationData.empty()) {
+        return {StatusCode::NotFound,
+                _("Your home folder is not known. Please set the environment variable HOME.")};
+    }
+    const bool isWriting = m_purpose == Purpose::Writing;
+    if (isWriting) {
+        auto lock = WriterLock::take(m_paths.stateFolder);
+        if (!lock) return lock.status();
+        m_lock = *std::move(lock);
+        if (Status status = probeFolders(); !status.isOk()) return status;
+    }
+    auto settings = Settings::open(
+        m_paths.settingsFile, isWriting ? Settings::Access::ReadWrite : Settings::Access::ReadOnly,
+        m_mainLoop);
+    if (!settings) return settings.status();
+    m_settings = *std::move(settings);
+    m_preferences.emplace(*m_settings);
+    SettingsStartUp startUp(*m_settings, *m_preferences, m_centre, m_clock);
+    startUp.registerDefaults();
+    if (isWriting) startUp.updateDefaultSearchItems();
+    return {};
+}
+
+Status Session::probeFolders() {
+    for (const std::string& folder :
+         {folderOf(m_paths.settingsFile), m_paths.applicationData + "/Siftwell"}) {
+        // What stands in the way of the index folder is reported by who looks for it.
+        if (const auto info = fileInfo(folder); info && !info->isFolder) continue;
+        if (Status status = makePrivateFolder(folder); !status.isOk()) return status;
+        if (Status status = probeFolderForWriting(folder); !status.isOk()) return status;
+    }
+    return {};
+}
+
+IndexController& Session::indexes() {
+    if (m_indexes == nullptr) {
+        const bool isWriting = m_purpose == Purpose::Writing;
+        m_indexes = std::make_unique<IndexController>(
+            IndexController::Surroundings{m_paths, *m_settings, m_mainLoop, m_centre, m_notifier,
+                                          m_clock, m_network},
+            isWriting ? IndexController::Access::ReadWrite : IndexController::Access::ReadOnly);
+    }
+    return *m_indexes;
+}
+
+void Session::waitUntilIndexingIsEnabled() {
+    std::unique_ptr<IndexController>& controller = m_indexes;
+    const auto observation = m_centre.observe(
+        "SiftwellIndexerProgressDoneNotification", [&controller](const PropertyList& progress) {
+            const auto* dictionary = progress.asDictionary();
+            if (dictionary != nullptr && stringFor(*dictionary, "source") == "Loader") {
+                controller->enableIndexing();
+            }
+        });
+    indexes();
+    m_mainLoop.turnUntil([&controller] { return controller->indexingEnabled(); },
+                         std::chrono::hours(24));
+}
+
+Status Session::close() {
+    if (m_indexes != nullptr) m_indexes->closeIndex();
+    m_mainLoop.turn(std::chrono::milliseconds(0));  // errors of closing are told
+    return m_settings->save();
+}
+
+}  // namespace siftwell

@@ -1,0 +1,73 @@
+// Session: the objects that one run of the program needs around its indexes, in the order in which
+// they depend on each other.
+//
+// Threads: main.
+// Errors: as Status; the code tells what stands in the way: Busy another process, everything else
+// the files that cannot be used.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "app/PrefsController.h"
+#include "app/WriterLock.h"
+#include "base/Clock.h"
+#include "base/NetworkReachability.h"
+#include "base/NotificationCentre.h"
+#include "base/Paths.h"
+#include "base/RunLoop.h"
+#include "base/SWNotifier.h"
+#include "base/Settings.h"
+#include "base/Status.h"
+#include "index/IndexController.h"
+
+namespace siftwell {
+
+class Session {
+public:
+    enum class Purpose {
+        Reading,  // changes nothing, and works beside a process that writes
+        Writing,  // alone among all processes of the user
+    };
+
+    // Tries what will be written before anything is. `mainLoop` outlives the session.
+    static Result<std::unique_ptr<Session>> open(const Paths& paths, Purpose purpose,
+                                                 RunLoop& mainLoop);
+    ~Session();
+
+    const Paths& paths() const { return m_paths; }
+    RunLoop& mainLoop() { return m_mainLoop; }
+    const Clock& clock() const { return m_clock; }
+    Settings& settings() { return *m_settings; }
+    NotificationCentre& centre() { return m_centre; }
+    SWNotifier& notifier() { return m_notifier; }
+
+    // Loads the indexes at the first call; whoever wants to see errors of it observes before.
+    IndexController& indexes();
+
+    // Loads the indexes, serves the main loop until they are shown, and opens the gate.
+    void waitUntilIndexingIsEnabled();
+
+    // Writes and lets go of everything. The first error.
+    Status close();
+
+private:
+    Session(const Paths& paths, Purpose purpose, RunLoop& mainLoop);
+
+    Status prepare();
+    Status probeFolders();
+
+    const Paths m_paths;
+    const Purpose m_purpose;
+    RunLoop& m_mainLoop;
+    SystemClock m_clock;
+    RouteReachability m_network;
+    NotificationCentre m_centre;
+    SWNotifier m_notifier;
+    std::optional<WriterLock> m_lock;
+    std::unique_ptr<Settings> m_settings;
+    std::optional<PrefsController> m_preferences;
+    std::unique_ptr<IndexController> m_indexes;
+};
+
+}  // namespace siftwell
