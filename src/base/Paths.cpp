@@ -36,7 +36,7 @@ std::string homeOfUser(const char* name) {
 }
 
 std::string findResourceFolder() {
-    const std::string installed = programFolder() + "/../share/siftwell/Contents/Resources";
+    std::string installed = programFolder() + "/../share/siftwell/Contents/Resources";
     if (fileInfo(installed)) return installed;
     return std::string(SIFTWELL_DATA_DIR) + "/Contents/Resources";
 }

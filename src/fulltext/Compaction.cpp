@@ -63,7 +63,7 @@ Result<std::string_view> RecordCopier::read(std::uint64_t place) {
     if (header.kind != RecordKind::Document || header.payloadSize > 2 * kMaxTextBytes) {
         return damagedFile(m_from, "a document is not where it should be");
     }
-    const auto record = bytesAt(place, kRecordHeaderSize + header.payloadSize);
+    auto record = bytesAt(place, kRecordHeaderSize + header.payloadSize);
     if (record && !isChecksumRight(header, record->substr(kRecordHeaderSize))) {
         return damagedFile(m_from, "the checksum of a document is wrong");
     }

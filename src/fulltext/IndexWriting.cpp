@@ -192,7 +192,7 @@ Result<std::optional<DocumentID>> Index::documentWith(const DocumentKey& key) co
 
 Status Index::remove(DocumentID document) {
     if (m_core->isReadOnly) return readOnlyError(*m_core);
-    const Status notFound(StatusCode::NotFound, _("The document is not in the index."));
+    Status notFound(StatusCode::NotFound, _("The document is not in the index."));
     const SharedHold hold(m_core->switching);
     for (;;) {
         const Segments segments = segmentsOf(*m_core);

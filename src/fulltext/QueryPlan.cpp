@@ -24,7 +24,7 @@ Result<bool> QueryPlan::prepare(const Deadline& deadline) {
             if (Status status = lookUp(segment, leaf); !status.isOk()) return status;
         }
         if (isFragment(m_query.leaves[leaf])) {
-            const Result<bool> isDone = gather(segment, leaf, deadline);
+            Result<bool> isDone = gather(segment, leaf, deadline);
             if (!isDone || !*isDone) return isDone;
         }
     }
@@ -59,7 +59,7 @@ Status QueryPlan::lookUp(std::size_t segment, std::size_t leaf) {
 Result<bool> QueryPlan::gather(std::size_t segment, std::size_t leaf, const Deadline& deadline) {
     LeafTerms& terms = m_terms[segment][leaf];
     if (!m_gatherer) m_gatherer.emplace(*m_snapshot.segments[segment].segment, terms.ofWord[0]);
-    const Result<bool> isDone = m_gatherer->run(deadline);
+    Result<bool> isDone = m_gatherer->run(deadline);
     if (!isDone || !*isDone) return isDone;
     terms.gathered = m_gatherer->take();
     m_gatherer.reset();

@@ -15,7 +15,7 @@ Result<bool> Ranking::run(const Deadline& deadline) {
             if (m_matcher == nullptr) continue;
             if (isFull()) m_matcher->setThreshold(m_hits.front().score);
         }
-        const Result<bool> isDone = rankSegment(deadline);
+        Result<bool> isDone = rankSegment(deadline);
         if (!isDone || !*isDone) return isDone;
         m_matcher.reset();
     }

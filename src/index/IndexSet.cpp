@@ -145,7 +145,10 @@ void IndexSet::load(const std::string& folder) {
         m_failed.clear();
     }
     for (const std::string& file : filesBelow(folder)) {
-        if (pathExtension(file) != "data") loadFile(folder + "/" + file, composed(file));
+        if (pathExtension(file) == "data") continue;
+        std::string path = folder;
+        path.append(1, '/').append(file);
+        loadFile(path, composed(file));
     }
 }
 

@@ -15,19 +15,18 @@ struct TextDeleter {
 };
 
 // Null when ICU's data is not installed; the text then stays one word.
-icu::BreakIterator* iteratorOfThisThread() {
-    thread_local const std::unique_ptr<icu::BreakIterator> iterator = [] {
-        UErrorCode error = U_ZERO_ERROR;
-        auto* made = icu::BreakIterator::createWordInstance(icu::Locale::getRoot(), error);
-        return std::unique_ptr<icu::BreakIterator>(U_SUCCESS(error) != 0 ? made : nullptr);
-    }();
-    return iterator.get();
+std::unique_ptr<icu::BreakIterator> makeIterator() {
+    UErrorCode error = U_ZERO_ERROR;
+    std::unique_ptr<icu::BreakIterator> made(
+        icu::BreakIterator::createWordInstance(icu::Locale::getRoot(), error));
+    if (U_FAILURE(error) != 0) made.reset();
+    return made;
 }
 
 }  // namespace
 
 std::vector<std::size_t> wordEnds(std::string_view text) {
-    icu::BreakIterator* const iterator = iteratorOfThisThread();
+    thread_local const std::unique_ptr<icu::BreakIterator> iterator = makeIterator();
     UErrorCode error = U_ZERO_ERROR;
     const std::unique_ptr<UText, TextDeleter> source(
         utext_openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &error));
