@@ -1,5 +1,6 @@
 # What the scripts share. Sourced, not run.
 set -euo pipefail
+invoked_from=$PWD
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 # The first lines of a script that explain it, for --help.

@@ -1,0 +1,121 @@
+// The road of a page from a folder to a search result, over pages that other people wrote.
+//
+// $SIFTWELL_SAMPLES names a folder with `pages/` and `expected.json`, whose `queries` say which
+// pages words must find and which they must not; script/test --samples sets it. Addresses there are
+// those of the site that serves the pages; here each stands for its file.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "app/FileAdding.h"
+#include "app/Session.h"
+#include "base/RunLoop.h"
+#include "base/Url.h"
+#include "search/ResultRows.h"
+#include "search/SearchQuery.h"
+#include "support/TemporaryFolder.h"
+
+namespace siftwell {
+
+namespace {
+
+using nlohmann::json;
+
+class SamplePagesTest : public testing::Test {
+protected:
+    void SetUp() override {
+        const char* const folder = std::getenv("SIFTWELL_SAMPLES");
+        if (folder == nullptr) GTEST_SKIP() << "SIFTWELL_SAMPLES names no folder of samples";
+        m_samples = std::filesystem::canonical(folder).string();
+        m_paths = {.settingsFile = m_home.file("settings.plist"),
+                   .oldIndexFolder = m_home.file("old"),
+                   .applicationData = m_home.file("data"),
+                   .stateFolder = m_home.file("state"),
+                   .resourceFolder = std::string(SIFTWELL_SOURCE_DIR) + "/data/Contents/Resources"};
+    }
+
+    json readJson(const std::string& name) const {
+        std::ifstream file(m_samples + "/" + name);
+        return json::parse(file);
+    }
+
+    void addAllPages() {
+        auto session = open(Session::Purpose::Writing);
+        session->waitUntilIndexingIsEnabled();
+        FileAdding adding(session->indexes(), session->notifier(), session->settings());
+        adding.start({{m_samples + "/pages", "pages", "LocalFiles"}}, 2);
+        session->mainLoop().turnUntil([&] { return adding.progress().isDone; },
+                                      std::chrono::minutes(5));
+        adding.stop();
+        ASSERT_TRUE(session->close().isOk());
+    }
+
+    std::unique_ptr<Session> open(Session::Purpose purpose) {
+        auto session = Session::open(m_paths, purpose, *m_loop);
+        EXPECT_TRUE(session.isOk()) << session.status().message();
+        return *std::move(session);
+    }
+
+    // The address of the file behind an address of the site; none for an answer that is no file.
+    std::optional<std::string> fileAddress(const std::string& base, const std::string& url) const {
+        const std::string path = m_samples + "/pages" + url.substr(base.size());
+        if (!std::filesystem::is_regular_file(path)) return std::nullopt;
+        return Url::fromFilePath(path).absoluteString();
+    }
+
+    std::set<std::string> found(Session& session, const std::string& words, SearchType type) {
+        IndexController& indexes = session.indexes();
+        const RunningSearches searches =
+            indexes.startSearch(std::nullopt, skSearchQuery(words, type, indexes.stopWords()));
+        const CollectedResults results = collectResults(
+            searches, {}, ResultRowMaker(indexes, session.clock(), m_paths.resourceFolder));
+        indexes.finishSearchAfterIdlePeriod(std::chrono::seconds(0));
+        EXPECT_TRUE(results.errors.empty());
+        std::set<std::string> urls;
+        for (const ResultRow& row : results.rows) urls.insert(row.url);
+        return urls;
+    }
+
+    const TemporaryFolder m_home;
+    const std::unique_ptr<RunLoop> m_loop = makeHeadlessRunLoop();
+    std::string m_samples;
+    Paths m_paths;
+};
+
+TEST_F(SamplePagesTest, WordsFindTheirPagesAndNoOthers) {
+    addAllPages();
+    const json expected = readJson("expected.json");
+    const std::string base = expected["base"];
+    const auto session = open(Session::Purpose::Reading);
+    int expectations = 0;
+    // What a server would refuse is a file like others here, so that only what the pages say
+    // counts.
+    for (const json& query : expected["queries"]) {
+        if (query["find"].empty() || query.value("note", "").find("header") != std::string::npos) {
+            continue;
+        }
+        const std::string words = query["words"];
+        const auto urls = found(*session, words, static_cast<SearchType>(query["type"].get<int>()));
+        for (const std::string url : query["find"]) {
+            if (const auto address = fileAddress(base, url)) {
+                EXPECT_TRUE(urls.contains(*address)) << words << " did not find " << *address;
+                ++expectations;
+            }
+        }
+        for (const std::string url : query["not"]) {
+            if (const auto address = fileAddress(base, url)) {
+                EXPECT_FALSE(urls.contains(*address)) << words << " found " << *address;
+                ++expectations;
+            }
+        }
+    }
+    EXPECT_GT(expectations, 0);
+}
+
+}  // namespace
+
+}  // namespace siftwell
