@@ -1,23 +1,19 @@
 // How fast pages become text.
 //
-// Reads every file ending in .html or .htm below the folders named in SIFTWELL_BENCH_PAGES (with
-// colons between them); without that it makes pages of its own. Beside the bytes of page per second
-// every line tells what the time is in copies of the same pages ("copies"), taken in the same run.
+// Works on the pages of SIFTWELL_BENCH_PAGES; without them it makes some of its own. Beside the
+// bytes of page per second every line tells what the time is in copies of the same pages
+// ("copies"), taken in the same run.
 
 #include <benchmark/benchmark.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "support/Pages.h"
 #include "text/Alphanumeric.h"
 #include "text/Encodings.h"
 #include "text/HTMLProcessor.h"
@@ -30,42 +26,14 @@ using Pages = std::vector<std::string>;
 using Seconds = std::chrono::duration<double>;
 using SteadyClock = std::chrono::steady_clock;
 
-std::string madePage(std::size_t paragraphs) {
-    std::string page =
-        "<!DOCTYPE html>\n<html>\n<head>\n  <meta charset=\"utf-8\">\n  <title>Notes &amp; "
-        "Queries</title>\n  <style>p { margin: 0 }</style>\n</head>\n<body>\n";
-    for (std::size_t i = 0; i < paragraphs; ++i) {
-        page += "  <p class=\"n" + std::to_string(i) +
-                "\">The <a href=\"/page?n=1&amp;m=2\">grey heron</a> of the caf\xC3\xA9 stands on "
-                "one leg &mdash; always.\n    <span>See</span> <em>also</em> egret.</p>\n";
-        if (i % 20 == 0) page += "  <script>if (a < b) { count(1) }</script>\n";
-    }
-    return page + "</body>\n</html>\n";
-}
-
-std::string contentOf(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-void addPagesBelow(const std::string& folder, Pages& pages) {
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        const std::string extension = entry.path().extension();
-        if (extension != ".html" && extension != ".htm") continue;
-        if (auto page = decodePage(contentOf(entry.path()), "utf-8")) {
-            pages.push_back(std::move(*page));
-        }
-    }
-}
-
 Pages readOrMakePages() {
     Pages pages;
-    if (const char* folders = std::getenv("SIFTWELL_BENCH_PAGES")) {
-        std::istringstream list(folders);
-        for (std::string folder; std::getline(list, folder, ':');) addPagesBelow(folder, pages);
+    for (const auto& file : bench::pageFiles()) {
+        std::string html = bench::readPage(file).html;
+        if (!html.empty()) pages.push_back(std::move(html));
     }
     if (!pages.empty()) return pages;
-    for (std::size_t i = 0; i < 20; ++i) pages.push_back(madePage(50 + 350 * i));
+    for (bench::Page& page : bench::makePages(20)) pages.push_back(std::move(page.html));
     return pages;
 }
 
