@@ -1,5 +1,7 @@
 #include "Corpus.h"
 
+#include <algorithm>
+
 #include "support/Pages.h"
 #include "text/Alphanumeric.h"
 #include "text/PageText.h"
@@ -7,6 +9,8 @@
 namespace siftwell::bench {
 
 namespace {
+
+constexpr std::size_t kMaxMadePages = 1000;
 
 void addPage(Corpus& corpus, Page page) {
     PageText text = extractPageText(std::move(page.html), {});
@@ -24,7 +28,8 @@ Corpus readCorpus(std::size_t maxDocuments) {
     Corpus corpus;
     const auto files = pageFiles();
     if (files.empty()) {
-        for (Page& page : makePages(maxDocuments)) addPage(corpus, std::move(page));
+        for (Page& page : makePages(std::min(maxDocuments, kMaxMadePages)))
+            addPage(corpus, std::move(page));
         return corpus;
     }
     const std::size_t count = std::min(maxDocuments, files.size());

@@ -81,12 +81,13 @@ private:
     // The other words come from the first document, from some place on, that has the first one.
     Words rankedQuery(std::size_t size) {
         const std::string_view first = wordOfAnyFrequency();
+        const std::string withBlank = std::string(first) + ' ';
         Words query{std::string(first)};
         const std::size_t start = below(m_corpus.documents.size());
         for (std::size_t i = 0; i < m_corpus.documents.size() && query.size() < size; ++i) {
             const Document& document = m_corpus.documents[(start + i) % m_corpus.documents.size()];
+            if (document.words.find(withBlank) == std::string::npos) continue;
             const auto words = wordsOf(document);
-            if (std::find(words.begin(), words.end(), first) == words.end()) continue;
             for (std::size_t k = 0; k < 1000 && query.size() < size; ++k) {
                 const std::string_view word = words[below(words.size())];
                 if (isPlain(word) && std::find(query.begin(), query.end(), word) == query.end()) {
