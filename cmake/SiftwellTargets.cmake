@@ -1,4 +1,4 @@
-# Compiler settings shared by every target, and the two ways in which targets are declared.
+# Compiler settings shared by every target, and the ways in which targets are declared.
 
 add_library(siftwell_options INTERFACE)
 target_include_directories(siftwell_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
@@ -20,6 +20,7 @@ if(SIFTWELL_SANITIZERS)
 endif()
 if(SIFTWELL_FUZZERS)
     target_compile_options(siftwell_options INTERFACE -fsanitize=fuzzer-no-link)
+    target_compile_definitions(siftwell_options INTERFACE _GLIBCXX_ASSERTIONS)
     target_link_options(siftwell_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
@@ -54,4 +55,29 @@ function(siftwell_test name)
         SIFTWELL_PROGRAM="$<TARGET_FILE_DIR:test_${name}>/siftwell")
     add_test(NAME ${name} COMMAND test_${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+endfunction()
+
+# siftwell_fuzzer(NAME SOURCES file... USES floor...)
+# Beside the first source lie corpus/NAME, a folder of inputs, and perhaps NAME.dict. With libFuzzer
+# the program fuzz_NAME looks for more of them (see script/fuzz); without, it runs those it is given.
+# ctest replays the corpus in both.
+add_custom_target(fuzzers)
+function(siftwell_fuzzer name)
+    cmake_parse_arguments(FUZZER "" "" "SOURCES;USES;LIBRARIES" ${ARGN})
+    list(TRANSFORM FUZZER_USES PREPEND siftwell_)
+    add_executable(fuzz_${name} ${FUZZER_SOURCES})
+    target_include_directories(fuzz_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/fuzz)
+    target_link_libraries(fuzz_${name} PRIVATE ${FUZZER_USES} ${FUZZER_LIBRARIES} siftwell_options)
+    if(SIFTWELL_FUZZERS)
+        target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+        target_compile_definitions(fuzz_${name} PRIVATE SIFTWELL_LIBFUZZER)
+    else()
+        target_sources(fuzz_${name} PRIVATE ${PROJECT_SOURCE_DIR}/fuzz/Replay.cpp)
+    endif()
+    add_dependencies(fuzzers fuzz_${name})
+    list(GET FUZZER_SOURCES 0 first)
+    cmake_path(GET first PARENT_PATH folder)
+    add_test(NAME fuzz_${name}
+        COMMAND fuzz_${name} -runs=0 ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/corpus/${name})
+    set_tests_properties(fuzz_${name} PROPERTIES TIMEOUT 600)
 endfunction()

@@ -1,25 +1,24 @@
 // Any page through everything that is done with a page's text. Beside what the sanitizers see: text
-// stays valid UTF-8 and grows no longer, and both letterings have the same words.
+// stays valid UTF-8 and grows no longer, both letterings have the same words, and the fast passes
+// do what the slow ones of the tests do.
 
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "Require.h"
 #include "text/Alphanumeric.h"
 #include "text/Ascii.h"
+#include "text/HTMLProcessor.h"
 #include "text/HtmlQueries.h"
 #include "text/HtmlRewrites.h"
 #include "text/PageText.h"
+#include "text/SlowPasses.h"
 #include "text/Utf8.h"
 
 namespace {
 
 using namespace siftwell;
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
+using fuzz::require;
 
 void askEverything(std::string_view page) {
     isHTML(page);
@@ -39,6 +38,38 @@ void rewrite(const std::string& page) {
     require(isValidUtf8(text) && text.size() <= page.size());
 }
 
+// A processor beside the slow passes, which must agree after every step.
+class Twins {
+public:
+    explicit Twins(const std::string& page) : m_processor(page), m_slow(page) {}
+
+    void run() {
+        m_processor.replaceHTMLEncodedChars({});
+        m_slow = slow::entityPass(m_slow, m_moments);
+        compare();
+        remove("<!--", "-->", false);
+        remove("<SCRIPT", "/SCRIPT>", true);
+        remove("<", ">", false);
+        require(m_processor.readableString() == slow::delimiterPass(m_slow, false, m_moments));
+        m_processor.replaceHTMLEncodedDelimiters({});
+        m_slow = slow::delimiterPass(m_slow, true, m_moments);
+        compare();
+    }
+
+private:
+    void remove(const char* start, const char* stop, bool ignoreCase) {
+        m_processor.deleteTagsWithStartDelimiter(start, stop, ignoreCase, {});
+        m_slow = slow::deletionPass(m_slow, start, stop, ignoreCase, m_moments);
+        compare();
+    }
+
+    void compare() const { require(m_processor.string() == m_slow); }
+
+    HTMLProcessor m_processor;
+    std::string m_slow;
+    slow::Moments m_moments;
+};
+
 void extract(const std::string& page) {
     PageText text = extractPageText(page, [] {});
     require(isValidUtf8(text.indexText) && text.indexText.size() <= page.size());
@@ -51,12 +82,15 @@ void extract(const std::string& page) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string page(reinterpret_cast<const char*>(data), size);
+    const std::string page(fuzz::asText(data, size));
     askEverything(page);
     extract(page);
     std::string reduced = page;
     reduceToAlphanumeric(reduced, {});
     require(isValidUtf8(reduced));
-    if (isValidUtf8(page)) rewrite(page);
+    if (isValidUtf8(page)) {
+        rewrite(page);
+        Twins(page).run();
+    }
     return 0;
 }

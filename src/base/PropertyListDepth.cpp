@@ -13,6 +13,7 @@ namespace {
 constexpr std::string_view kBinaryMagic = "bplist00";
 constexpr std::size_t kTrailerSize = 32;
 constexpr std::uint64_t kMaxValues = 10'000'000;  // about a gigabyte once parsed
+constexpr std::uint64_t kMaxContents = std::uint64_t{1} << 30;
 
 std::uint64_t bigEndian(std::string_view bytes) {
     std::uint64_t value = 0;
@@ -55,6 +56,16 @@ public:
     std::uint64_t keyCount(std::uint64_t index) const {
         const auto object = objectAt(index);
         return object && object->isDictionary() ? object->length : 0;
+    }
+
+    // How many bytes a string or data takes once parsed, at most; 0 for everything else.
+    std::uint64_t contentsSize(std::uint64_t index) const {
+        constexpr std::uint64_t kLongestUnit = 3;  // UTF-16 becomes UTF-8
+        const auto object = objectAt(index);
+        if (!object || object->kind < 0x4 || object->kind > 0x6) return 0;
+        // What is longer than the file is refused by the parser.
+        const std::uint64_t length = std::min<std::uint64_t>(object->length, m_bytes.size());
+        return object->kind == 0x6 ? length * kLongestUnit : length;
     }
 
     // Whether the object is a string without zero characters; the library ends the program when it
@@ -131,13 +142,17 @@ private:
     std::uint64_t m_offsetTable = 0;
 };
 
-// Follows every reference once. A container that several others share is expanded by the parser
-// each time, so the number of values that it would make is bounded too: by the size of the file,
-// which no file without shared containers exceeds, and by a number that fits into memory.
+// Follows every reference once. What several containers share is expanded by the parser each time,
+// so what it would make is bounded too. The number of values: by the size of the file, which no
+// file without shared containers exceeds. Their strings and data: by a multiple of it, since files
+// are written with every equal string in them once. Both by what fits into memory.
 class BinaryDepthCheck {
 public:
-    BinaryDepthCheck(const BinaryObjects& objects, std::uint64_t maxValues)
-        : m_objects(objects), m_maxValues(maxValues), m_state(objects.count()) {}
+    BinaryDepthCheck(const BinaryObjects& objects, std::uint64_t fileSize)
+        : m_objects(objects),
+          m_maxValues(std::min(fileSize, kMaxValues)),
+          m_maxContents(std::min(fileSize * kUsesOfAString, kMaxContents)),
+          m_state(objects.count()) {}
 
     bool isWithin(int maxDepth) {
         if (!enter(m_objects.root())) return false;
@@ -150,16 +165,19 @@ public:
                 return false;
             }
         }
-        return m_state[m_objects.root()].values <= m_maxValues &&
-               m_state[m_objects.root()].depth <= maxDepth;
+        const State& root = m_state[m_objects.root()];
+        return isWithinLimits(root) && root.depth <= maxDepth;
     }
 
 private:
+    static constexpr std::uint64_t kUsesOfAString = 64;  // on average
+
     struct State {
         enum { Unseen, Open, Done } stage = Unseen;
         bool isKey = false;
         int depth = 0;
         std::uint64_t values = 1;
+        std::uint64_t contents = 0;  // bytes of the strings and data below
     };
     struct Step {
         std::uint64_t object;
@@ -175,6 +193,7 @@ private:
             if (!checkKey((*children)[i])) return false;
         }
         m_state[object].stage = State::Open;
+        m_state[object].contents = m_objects.contentsSize(object);
         m_path.push_back({object, std::move(*children)});
         return true;
     }
@@ -206,13 +225,19 @@ private:
         for (const std::uint64_t child : step.children) {
             state.depth = std::max(state.depth, m_state[child].depth + 1);
             state.values += m_state[child].values;
-            if (state.values > m_maxValues) return false;
+            state.contents += m_state[child].contents;
+            if (!isWithinLimits(state)) return false;
         }
         return true;
     }
 
+    bool isWithinLimits(const State& state) const {
+        return state.values <= m_maxValues && state.contents <= m_maxContents;
+    }
+
     const BinaryObjects& m_objects;
     std::uint64_t m_maxValues;
+    std::uint64_t m_maxContents;
     std::vector<State> m_state;
     std::vector<Step> m_path;
 };
@@ -265,8 +290,7 @@ bool isXmlDepthWithin(std::string_view text, int maxDepth) {
 bool isPropertyListDepthWithin(std::string_view bytes, int maxDepth) {
     if (!bytes.starts_with(kBinaryMagic)) return isXmlDepthWithin(bytes, maxDepth);
     const auto objects = BinaryObjects::open(bytes);
-    return objects && BinaryDepthCheck(*objects, std::min<std::uint64_t>(bytes.size(), kMaxValues))
-                          .isWithin(maxDepth);
+    return objects && BinaryDepthCheck(*objects, bytes.size()).isWithin(maxDepth);
 }
 
 }  // namespace siftwell

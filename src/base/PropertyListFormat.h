@@ -1,7 +1,8 @@
 // Reading and writing property lists as files hold them, in their binary and their XML form.
 //
 // Threads: pure functions. Errors: input is hostile; what is malformed, nested deeper than 512
-// levels or circular is refused before the library that parses it (which recurses) sees it.
+// levels, circular, or many times larger once its references are followed is refused before the
+// library that parses it (which recurses) sees it.
 #pragma once
 
 #include <string>

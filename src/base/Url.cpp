@@ -120,22 +120,29 @@ bool Url::readParts() {
     const std::string_view specifier =
         std::string_view(m_text).substr(m_schemeLength == 0 ? 0 : m_schemeLength + 1);
     if (specifier.starts_with("//")) {
-        const std::string whole = hasScheme() ? m_text : "http:" + m_text;
-        const Handle handle(curl_url());
-        if (handle == nullptr ||
-            curl_url_set(handle.get(), CURLUPART_URL, whole.c_str(), kParseFlags) != CURLUE_OK) {
-            return false;
-        }
         const std::size_t slash = specifier.find_first_of("/?#", 2);
-        // The library would take the first folder of "http:///folder/" for the host.
-        if (slash != 2) m_host = part(handle.get(), CURLUPART_HOST);
-        if (m_host && m_host->empty()) m_host.reset();
+        // Without an authority the library would take the first folder for the host, and refuse a
+        // folder of a file's path that looks like a drive ("file:///c:/").
+        const bool hasAuthority = slash != 2;
+        if (hasAuthority && !readHost()) return false;
         const std::string_view path =
             slash == std::string_view::npos ? std::string_view() : pathOf(specifier.substr(slash));
         m_path = withoutTrailingSlash(percentDecoded(path));
     } else if (!hasScheme() || specifier.starts_with('/')) {
         m_path = withoutTrailingSlash(percentDecoded(pathOf(specifier)));
     }
+    return true;
+}
+
+bool Url::readHost() {
+    const std::string whole = hasScheme() ? m_text : "http:" + m_text;
+    const Handle handle(curl_url());
+    if (handle == nullptr ||
+        curl_url_set(handle.get(), CURLUPART_URL, whole.c_str(), kParseFlags) != CURLUE_OK) {
+        return false;
+    }
+    m_host = part(handle.get(), CURLUPART_HOST);
+    if (m_host && m_host->empty()) m_host.reset();
     return true;
 }
 

@@ -46,6 +46,7 @@ private:
     explicit Url(std::string text) : m_text(std::move(text)) {}
 
     bool readParts();
+    bool readHost();
 
     std::string m_text;
     std::size_t m_schemeLength = 0;

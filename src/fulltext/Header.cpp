@@ -29,7 +29,9 @@ std::optional<Root> parseSlot(std::string_view slot) {
     root.commit = reader.number<std::uint64_t>();
     root.end = reader.number<std::uint64_t>();
     const auto checksum = reader.number<std::uint32_t>();
-    if (root.generation == 0 || checksum != crc32c(slot.substr(0, kSlotSize - 4))) {
+    constexpr std::uint64_t kMaxGeneration = std::uint64_t{1} << 63;  // others come above it
+    if (root.generation == 0 || root.generation > kMaxGeneration ||
+        checksum != crc32c(slot.substr(0, kSlotSize - 4))) {
         return std::nullopt;
     }
     return root;

@@ -38,6 +38,7 @@ PostingIterator::PostingIterator(const PostingList& list) : m_list(list) {
 }
 
 void PostingIterator::readShortList() {
+    if (m_list.documents == 0) return fail();
     ByteReader reader(m_list.bytes);
     std::uint64_t document = m_list.firstOfSegment;
     for (m_count = 0; m_count < m_list.documents; ++m_count) {
@@ -137,8 +138,12 @@ void PostingIterator::setDocument() { m_document = m_documents[m_index]; }
 
 void PostingIterator::finish() { m_document = kNoDocument; }
 
+// Nothing is left that a later call could go on with.
 void PostingIterator::fail() {
     m_isDamaged = true;
+    m_blocks.clear();
+    m_block = m_shallow = 0;
+    m_count = m_index = 0;
     finish();
 }
 

@@ -33,6 +33,7 @@ private:
 
     std::shared_ptr<const StorageFile> m_file;
     const TermFilter& m_filter;
+    std::uint64_t m_end = 0;
     std::vector<Commit> m_chain;  // newest first; the last one is complete
     std::vector<CommittedDocument> m_memory;
     Contents::Opened m_contents;
@@ -48,6 +49,11 @@ Result<Contents::Opened> CommitReader::read(const Root& root) {
 }
 
 Status CommitReader::readChain(const Root& root) {
+    // What is written next goes behind the end.
+    const Result<std::uint64_t> size = m_file->size();
+    if (!size) return size.status();
+    if (root.end > *size) return damaged("its end is missing");
+    m_end = root.end;
     std::uint64_t below = root.generation + 1;
     for (std::uint64_t offset = root.commit; offset != 0; offset = m_chain.back().previous) {
         Result<Commit> commit = readCommit(*m_file, offset);
@@ -73,12 +79,16 @@ Status CommitReader::readSegments() {
         auto segment = Segment::open(m_file, committed.place);
         if (!segment) return segment.status();
         LiveSegment live{*std::move(segment), nullptr};
+        if (committed.place.end() > m_end) return damaged("a segment lies behind its end");
         if (live.segment->firstDocument() <= before ||
             live.segment->lastDocument() >= m_contents.nextDocument) {
             return damaged("its segments are not in order");
         }
         before = live.segment->lastDocument();
         if (Status status = readRemovals(committed, live); !status.isOk()) return status;
+        if (live.removed != nullptr && live.removed->size() > live.segment->documents()) {
+            return damaged("a list of removed documents is malformed");
+        }
         m_contents.segments.push_back(std::move(live));
         m_contents.removedPlaces.push_back(committed.removed);
     }
@@ -99,13 +109,16 @@ Status CommitReader::readRemovals(const CommittedSegment& committed, LiveSegment
     return {};
 }
 
+// Numbers rise from the segments to the documents that stand in none, and from commit to commit.
 Status CommitReader::applyCommits() {
+    DocumentID lastBefore =
+        m_contents.segments.empty() ? 0 : m_contents.segments.back().segment->lastDocument();
     for (auto commit = m_chain.rbegin(); commit != m_chain.rend(); ++commit) {
         for (const CommittedDocument& document : commit->added) {
-            if (document.id >= m_contents.nextDocument ||
-                (!m_memory.empty() && document.id <= m_memory.back().id)) {
+            if (document.id >= m_contents.nextDocument || document.id <= lastBefore) {
                 return damaged("its documents are not in order");
             }
+            lastBefore = document.id;
             m_memory.push_back(document);
         }
         for (const DocumentID document : commit->removed) {

@@ -54,6 +54,8 @@ std::optional<RemovedSet> RemovedSet::parse(std::string_view payload) {
         word = reader.number<std::uint64_t>();
         set.m_size += static_cast<std::uint32_t>(std::popcount(word));
     }
+    const std::uint64_t behindLast = ~std::uint64_t{1} << ((last - first) % 64);
+    if ((set.m_words.back() & behindLast) != 0) return std::nullopt;
     return set;
 }
 

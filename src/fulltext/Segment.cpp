@@ -178,6 +178,7 @@ Status Segment::checkTerm(TermNumber term, std::vector<std::uint64_t>& wordsSeen
     PostingIterator iterator(*list);
     for (; iterator.document() != kNoDocument; iterator.next()) {
         iterator.readPositions(positions);
+        if (iterator.isDamaged()) break;
         wordsSeen[iterator.document() - m_trailer.first] += positions.size();
         ++documents;
     }

@@ -131,7 +131,7 @@ protected:
         for (const auto& [document, text] : holdings) {
             if (text.find('a') != std::string::npos) expected.insert(document);
         }
-        const auto matches = index.search("*a*")->findMatches(10000, {});
+        const auto matches = index.search("*a*")->findMatches(10000, std::chrono::seconds(30));
         std::set<DocumentID> found;
         for (const Hit& hit : matches->hits) found.insert(hit.document);
         EXPECT_EQ(found, expected);

@@ -38,6 +38,8 @@ TEST(MIMEMapperTest, ExtensionsAreKnownAsTheyAreWritten) {
                 Optional(std::string_view("image/x-xwindowdump")));
     EXPECT_THAT(mapper.mimeTypeForExtension("pdf"),
                 Optional(std::string_view("application/x-pdf")));
+    EXPECT_THAT(mapper.mimeTypeForExtension("cab"),
+                Optional(std::string_view("application/x-shockwave-flash")));
     EXPECT_THAT(mapper.mimeTypeForExtension("c++"), Optional(std::string_view("text/plain")));
     EXPECT_THAT(mapper.mimeTypeForExtension("ai"),
                 Optional(std::string_view("application/postscript")));
