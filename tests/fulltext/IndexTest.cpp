@@ -95,7 +95,7 @@ TEST_F(IndexTest, SearchKeepsSeeingWhatWasThereWhenItBegan) {
     ASSERT_TRUE(index->remove(gone).isOk());
     ASSERT_TRUE(index->flush().isOk());
     ASSERT_TRUE(index->compact().isOk());
-    const auto matches = search->findMatches(10, {});
+    const auto matches = search->findMatches(10, std::chrono::seconds(30));
     ASSERT_TRUE(matches);
     std::vector<DocumentID> found;
     for (const Hit& hit : matches->hits) found.push_back(hit.document);
@@ -107,9 +107,9 @@ TEST_F(IndexTest, CancelledSearchHandsOutNothingMore) {
     const auto index = create();
     for (int i = 0; i < 100; ++i) add(*index, "//" + std::to_string(i), "word");
     const auto search = index->search("word");
-    EXPECT_EQ(search->findMatches(10, {})->hits.size(), 10U);
+    EXPECT_EQ(search->findMatches(10, std::chrono::seconds(30))->hits.size(), 10U);
     search->cancel();
-    const auto matches = search->findMatches(10, {});
+    const auto matches = search->findMatches(10, std::chrono::seconds(30));
     EXPECT_THAT(matches->hits, IsEmpty());
     EXPECT_FALSE(matches->isMoreToCome);
 }
