@@ -13,8 +13,10 @@ FileAdding::FileAdding(IndexController& indexes, SWNotifier& notifier, const Set
 
 FileAdding::~FileAdding() { stop(); }
 
-void FileAdding::start(std::vector<Target> targets, unsigned threads) {
+void FileAdding::start(std::vector<Target> targets, unsigned threads,
+                       std::function<void()> whenDone) {
     m_targets = std::move(targets);
+    m_whenDone = std::move(whenDone);
     m_running = threads;
     m_threads.emplace_back([this](const std::stop_token& stop) { walk(stop); });
     for (unsigned i = 0; i < threads; ++i) m_threads.emplace_back([this] { work(); });
@@ -35,6 +37,7 @@ FileAdding::Progress FileAdding::progress() {
     Progress progress{.found = m_found,
                       .done = m_done,
                       .unchanged = m_unchanged,
+                      .filtered = m_filtered,
                       .bytes = m_bytes,
                       .isDone = m_running == 0};
     MutexLock lock(m_mutex);
@@ -49,12 +52,22 @@ void FileAdding::walk(const std::stop_token& stop) {
         if (info && info->isFolder) {
             walkFolder(target, stop);
         } else {
-            put({target.path, &target}, stop);
+            putNamed(target, stop);
         }
     }
     MutexLock lock(m_mutex);
     m_isWalkDone = true;
     m_changed.notifyAll();
+}
+
+void FileAdding::putNamed(const Target& target, const std::stop_token& stop) {
+    const std::string extension = pathExtension(target.path);
+    if (m_isReadable.canParseContentWithType(0, extension)) {
+        put({target.path, &target}, stop);
+    } else {
+        m_notifier.reportError(filledIn(_("Siftwell cannot parse files of type \"%@\""), extension),
+                               6, Url::fromFilePath(target.path).absoluteString(), "");
+    }
 }
 
 void FileAdding::walkFolder(const Target& target, const std::stop_token& stop) {
@@ -95,19 +108,25 @@ void FileAdding::work() {
         add(job);
         ++m_done;
     }
-    --m_running;
+    if (--m_running == 0) m_whenDone();
 }
 
 void FileAdding::add(const Job& job) {
-    if (isUnchanged(job)) {
-        ++m_unchanged;
+    const Url url = Url::fromFilePath(job.path);
+    const bool isFiltered = !m_indexes.canProcessURL(url);
+    if (isFiltered || isUnchanged(job, url)) {
+        ++(isFiltered ? m_filtered : m_unchanged);
         m_indexes.addToPendingDocumentCount(-1);
         return;
     }
     auto page = loadLocalFile(job.path, m_indexes.admission());
     if (!page) {
         m_indexes.addToPendingDocumentCount(-1);
-        return reportUnreadable(Url::fromFilePath(job.path).absoluteString(), page.status());
+        return reportUnreadable(url.absoluteString(), page.status());
+    }
+    // Of the files in a folder, those that hold no text are none of the user's concern.
+    if (page->content.empty() && job.path == job.target->path) {
+        m_notifier.reportError(_("No text on page"), 3, url.absoluteString(), "");
     }
     m_bytes += page->content.size();
     page->source = job.target->source;
@@ -115,11 +134,9 @@ void FileAdding::add(const Job& job) {
     m_indexes.parseAndAddContent(*std::move(page));
 }
 
-bool FileAdding::isUnchanged(const Job& job) {
+bool FileAdding::isUnchanged(const Job& job, const Url& url) {
     const auto info = fileInfo(job.path);
-    const Url url = Url::fromFilePath(job.path);
-    return info && m_indexes.canProcessURL(url) &&
-           m_indexes.isDocument(url, job.target->source, info->modified);
+    return info && m_indexes.isDocument(url, job.target->source, info->modified);
 }
 
 void FileAdding::reportUnreadable(const std::string& address, const Status& status) {

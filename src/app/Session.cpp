@@ -1,10 +1,30 @@
 #include "app/Session.h"
 
+#include <filesystem>
+
 #include "app/SettingsStartUp.h"
 #include "base/Files.h"
 #include "base/Translate.h"
 
 namespace siftwell {
+
+namespace {
+
+Status probe(const std::string& folder) {
+    if (Status status = makePrivateFolder(folder); !status.isOk()) return status;
+    return probeFolderForWriting(folder);
+}
+
+// Whether a file, or a link that leads nowhere, stands in the place of the index folder: that is
+// reported by who looks for it.
+bool isBlocked(const std::string& folder) {
+    std::error_code error;
+    return std::filesystem::symlink_status(folder, error).type() !=
+               std::filesystem::file_type::not_found &&
+           !std::filesystem::is_directory(folder, error);
+}
+
+}  // namespace
 
 Session::Session(const Paths& paths, Purpose purpose, RunLoop& mainLoop)
     : m_paths(paths),
@@ -23,7 +43,8 @@ Result<std::unique_ptr<Session>> Session::open(const Paths& paths, Purpose purpo
 }
 
 Status Session::prepare() {
-    if (m_paths.settingsFile.empty() || m_paths.applicationData.empty()) {
+    if (m_paths.settingsFile.empty() || m_paths.applicationData.empty() ||
+        m_paths.stateFolder.empty()) {
         return {StatusCode::NotFound,
                 _("Your home folder is not known. Please set the environment variable HOME.")};
     }
@@ -47,14 +68,10 @@ Status Session::prepare() {
 }
 
 Status Session::probeFolders() {
-    for (const std::string& folder :
-         {folderOf(m_paths.settingsFile), m_paths.applicationData + "/Siftwell"}) {
-        // What stands in the way of the index folder is reported by who looks for it.
-        if (const auto info = fileInfo(folder); info && !info->isFolder) continue;
-        if (Status status = makePrivateFolder(folder); !status.isOk()) return status;
-        if (Status status = probeFolderForWriting(folder); !status.isOk()) return status;
-    }
-    return {};
+    const std::string settings = folderOf(m_paths.settingsFile);
+    const std::string data = m_paths.applicationData + "/Siftwell";
+    if (Status status = probe(settings); !status.isOk()) return status;
+    return isBlocked(data) ? Status() : probe(data);
 }
 
 IndexController& Session::indexes() {

@@ -1,15 +1,15 @@
-#include <sys/types.h>
-
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <system_error>
 #include <thread>
 
 #include "app/FileAdding.h"
 #include "app/Session.h"
 #include "base/Files.h"
 #include "base/Translate.h"
+#include "base/Url.h"
 #include "cli/Commands.h"
 #include "cli/ErrorList.h"
 
@@ -19,20 +19,39 @@ namespace {
 
 constexpr std::chrono::milliseconds kBetweenProgress(100);
 
-// What a path given on the command line stands for; none, explained, when it cannot be added.
+// What stands in the way of adding what the argument names.
+std::string explanationOf(const std::string& argument, const std::error_code& error) {
+    const auto url = Url::parse(argument);
+    if (url && url->hasScheme() && !url->isFile()) {
+        return filledIn(_("Only files and folders can be added yet, not the address \"%@\"."),
+                        argument);
+    }
+    if (argument.empty() || error == std::errc::no_such_file_or_directory ||
+        error == std::errc::not_a_directory) {
+        return filledIn(_("There is no file or folder named \"%@\". Please check its name."),
+                        argument);
+    }
+    return filledIn(_("\"%@\" cannot be reached (%@)."), argument, error.message());
+}
+
+// A path, or the address of a file.
+std::string pathIn(const std::string& argument) {
+    const auto url = Url::parse(argument);
+    return url && url->isFile() ? url->path().value_or(argument) : argument;
+}
+
+// What an argument stands for; none, explained, when it cannot be added.
 std::optional<FileAdding::Target> targetFor(const std::string& argument, Console& console) {
-    const auto info = fileInfo(argument);
-    if (!info) {
-        console.message(
-            filledIn(_("There is no file or folder named \"%@\". Please check its name."),
-                     printable(argument)));
+    std::error_code error;
+    const std::string path = std::filesystem::canonical(pathIn(argument), error).string();
+    const auto info = fileInfo(path);
+    if (error || !info) {
+        console.message(printable("siftwell: " + explanationOf(argument, error)));
         return std::nullopt;
     }
-    std::error_code error;
-    const std::string path = std::filesystem::canonical(argument, error).string();
     const std::string source = lastPathComponent(path);
-    if (error || source.empty() || source == "/") {
-        console.message(_("Please enter a valid URL to a page or document."));
+    if (source.empty() || source == "/") {
+        console.message("siftwell: " + _("Please enter a valid URL to a page or document."));
         console.message(_("It must contain a path or host name."));
         return std::nullopt;
     }
@@ -40,10 +59,12 @@ std::optional<FileAdding::Target> targetFor(const std::string& argument, Console
 }
 
 std::string progressLine(const FileAdding::Progress& progress) {
+    const std::string bar =
+        progress.isWalkDone ? progressBar(progress.done, progress.found) + " " : "";
     const std::string of = progress.isWalkDone ? " / " : _(" of at least ");
-    return filledIn(_("Adding: %@ files, %@ of text"),
-                    grouped(progress.done) + of + grouped(progress.found),
-                    humanBytes(progress.bytes));
+    return bar + filledIn(_("Adding: %@ files, %@ of text"),
+                          grouped(progress.done) + of + grouped(progress.found),
+                          humanBytes(progress.bytes));
 }
 
 // Counts the pages that were added, as the index tells of them.
@@ -65,25 +86,38 @@ private:
 
 unsigned workerCount() { return std::clamp(std::thread::hardware_concurrency(), 1U, 8U); }
 
-// Whether all files were seen; false after SIGINT or SIGTERM.
-bool addAll(Session& session, std::vector<FileAdding::Target> targets, Console& console,
-            FileAdding::Progress& progress) {
+// Whether all files were seen: not after SIGINT or SIGTERM, and not when the index cannot take
+// more.
+bool addAll(Session& session, std::vector<FileAdding::Target> targets, const ErrorList& errors,
+            Console& console, FileAdding::Progress& progress) {
     bool isInterrupted = false;
     for (const int signal : {SIGINT, SIGTERM}) {
         session.mainLoop().watchSignal(signal, [&isInterrupted] { isInterrupted = true; });
     }
+    const std::size_t errorsBefore = errors.indexErrors();
+    const auto isLeftOff = [&] { return isInterrupted || errors.indexErrors() > errorsBefore; };
     FileAdding adding(session.indexes(), session.notifier(), session.settings());
-    adding.start(std::move(targets), workerCount());
-    for (progress = adding.progress(); !progress.isDone && !isInterrupted;
+    adding.start(std::move(targets), workerCount(),
+                 [&loop = session.mainLoop()] { loop.post([] {}); });  // wakes it
+    for (progress = adding.progress(); !progress.isDone && !isLeftOff();
          progress = adding.progress()) {
         console.showProgress(progressLine(progress));
-        session.mainLoop().turnUntil([&] { return isInterrupted || adding.progress().isDone; },
+        session.mainLoop().turnUntil([&] { return isLeftOff() || adding.progress().isDone; },
                                      kBetweenProgress);
     }
+    const bool isComplete = !isLeftOff();
     adding.stop();
     progress = adding.progress();
     console.clearProgress();
-    return !isInterrupted;
+    return isComplete;
+}
+
+void printSummary(std::uint64_t added, const FileAdding::Progress& progress, Console& console) {
+    console.message(filledIn(_("%@ added from %@, %@ of them unchanged."), pageCount(added),
+                             fileCount(progress.done), grouped(progress.unchanged)));
+    if (progress.filtered == 0) return;
+    console.message(
+        filledIn(_("Left out by your address filters: %@."), fileCount(progress.filtered)));
 }
 
 }  // namespace
@@ -103,24 +137,24 @@ ExitStatus runAdd(const AddOptions& options, const CommandContext& context) {
         context.mainLoop.turn(std::chrono::milliseconds(0));
         return ExitStatus::Unusable;
     }
+    const std::size_t errorsBefore = errors.indexErrors();
     FileAdding::Progress progress;
     std::uint64_t added = 0;
     bool isComplete = false;
     Status closing;
     {
         const AdditionCounter additions((*session)->centre());
-        isComplete = addAll(**session, std::move(targets), context.console, progress);
+        isComplete = addAll(**session, std::move(targets), errors, context.console, progress);
         closing = (*session)->close();
         added = additions.count();
     }
-    context.console.message(filledIn(_("%@ pages added from %@ files, %@ of them unchanged."),
-                                     grouped(added), grouped(progress.done),
-                                     grouped(progress.unchanged)));
-    if (!closing.isOk()) return explainFailure(closing, context.console);
-    if (!isComplete) {
+    const bool isSaved = closing.isOk() && errors.indexErrors() == errorsBefore;
+    if (isSaved) printSummary(added, progress, context.console);
+    if (!isComplete || !isSaved) {
         context.console.message(
             _("Left off. What was added stays; run the same command again to go on."));
     }
+    if (!closing.isOk()) return explainFailure(closing, context.console);
     if (errors.indexErrors() > 0) return ExitStatus::Unusable;
     return errors.size() > 0 || !isComplete ? ExitStatus::SomeFailed : ExitStatus::Done;
 }

@@ -3,9 +3,12 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 
+#include "base/Translate.h"
 #include "text/Utf8.h"
 #include "text/Utf8Prefix.h"
 
@@ -19,6 +22,14 @@ std::size_t terminalWidth() {
     return isKnown ? size.ws_col : 80;
 }
 
+// Control characters, other line ends, and what turns the direction of the text around it, so that
+// one address would read like another.
+bool isUnprintable(char32_t character) {
+    return character < 0x20 || (character >= 0x7F && character < 0xA0) ||
+           (character >= 0x2028 && character <= 0x202E) ||
+           (character >= 0x2066 && character <= 0x2069);
+}
+
 void write(FILE* file, std::string_view text) { std::fwrite(text.data(), 1, text.size(), file); }
 
 }  // namespace
@@ -28,6 +39,13 @@ Console::Console() : m_isErrorTerminal(isatty(STDERR_FILENO) == 1) {}
 void Console::print(std::string_view line) const {
     write(stdout, line);
     write(stdout, "\n");
+}
+
+Status Console::flush() const {
+    errno = 0;
+    const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (isWritten || errno == EPIPE) return {};
+    return Status::fromErrno(errno == 0 ? EIO : errno, "write the results");
 }
 
 void Console::message(std::string_view line) {
@@ -57,6 +75,14 @@ std::string grouped(std::uint64_t number) {
     return text;
 }
 
+std::string pageCount(std::uint64_t count) {
+    return count == 1 ? _("1 page") : filledIn(_("%@ pages"), grouped(count));
+}
+
+std::string fileCount(std::uint64_t count) {
+    return count == 1 ? _("1 file") : filledIn(_("%@ files"), grouped(count));
+}
+
 std::string humanBytes(std::uint64_t bytes) {
     constexpr std::array<const char*, 4> kUnits = {"kB", "MB", "GB", "TB"};
     if (bytes < 1000) return std::to_string(bytes) + " B";
@@ -68,14 +94,22 @@ std::string humanBytes(std::uint64_t bytes) {
     return text.data();
 }
 
+std::string progressBar(std::uint64_t done, std::uint64_t of) {
+    constexpr std::uint64_t kWidth = 20;
+    const std::uint64_t hundredths = of == 0 ? 100 : std::min(done, of) * 100 / of;
+    const std::uint64_t filled = hundredths * kWidth / 100;
+    std::array<char, 8> percent{};
+    std::snprintf(percent.data(), percent.size(), "%3u%%", static_cast<unsigned>(hundredths));
+    return "[" + std::string(filled, '#') + std::string(kWidth - filled, '-') + "] " +
+           percent.data();
+}
+
 std::string printable(std::string_view text) {
     std::string result;
     const std::string repaired = repairedUtf8(text);
     for (std::size_t at = 0; at < repaired.size();) {
         const Utf8Character next = utf8CharacterAt(repaired, at);
-        const bool isControl =
-            next.character < 0x20 || (next.character >= 0x7F && next.character < 0xA0);
-        if (isControl) {
+        if (isUnprintable(next.character)) {
             result += ' ';
         } else {
             result.append(repaired, at, next.bytes);

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/Status.h"
+
 namespace siftwell {
 
 class Console {
@@ -18,7 +20,9 @@ public:
     void showProgress(const std::string& line);  // overwrites itself; nothing without a terminal
     void clearProgress();
 
-    bool isErrorTerminal() const { return m_isErrorTerminal; }
+    // Whether all that was printed has arrived. A reader that went away does not count as a
+    // failure.
+    Status flush() const;
 
 private:
     const bool m_isErrorTerminal;
@@ -28,10 +32,16 @@ private:
 // "12,345".
 std::string grouped(std::uint64_t number);
 
+std::string pageCount(std::uint64_t count);  // "1 page", "12,345 pages"
+std::string fileCount(std::uint64_t count);  // "1 file", "12,345 files"
+
 // "1.2 MB".
 std::string humanBytes(std::uint64_t bytes);
 
-// The text without what would move a terminal's cursor or change its colours.
+// "[####----------------]  20%".
+std::string progressBar(std::uint64_t done, std::uint64_t of);
+
+// The text without what would move a terminal's cursor, change its colours or its direction.
 std::string printable(std::string_view text);
 
 }  // namespace siftwell

@@ -21,6 +21,19 @@ Date dateOf(std::tm fields) {
     return Date::fromUnix(static_cast<double>(mktime(&fields)));
 }
 
+// The 31st of a month that has no such day is its last day.
+Date dateNotBehindItsMonth(const std::tm& fields) {
+    std::tm normalised = fields;
+    normalised.tm_isdst = -1;
+    static_cast<void>(mktime(&normalised));
+    if (normalised.tm_mday != fields.tm_mday) {
+        normalised = fields;
+        normalised.tm_mday = 0;  // of the month that follows
+        ++normalised.tm_mon;
+    }
+    return dateOf(normalised);
+}
+
 std::optional<Date> ageBefore(Date now, int count, char unit) {
     std::tm fields = localCalendar(now);
     switch (unit) {
@@ -32,10 +45,10 @@ std::optional<Date> ageBefore(Date now, int count, char unit) {
             break;
         case 'm':
             fields.tm_mon -= count;
-            break;
+            return dateNotBehindItsMonth(fields);
         case 'y':
             fields.tm_year -= count;
-            break;
+            return dateNotBehindItsMonth(fields);
         default:
             return std::nullopt;
     }

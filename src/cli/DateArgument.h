@@ -12,8 +12,8 @@ namespace siftwell {
 
 enum class DayEdge { Begin, End };
 
-// A calendar day stands for its first or last moment in the local time zone. None for anything
-// else.
+// Months and years back lead to the same day of the month, or to its last one. A calendar day
+// stands for its first or last moment in the local time zone. None for anything else.
 std::optional<Date> dateFromArgument(std::string_view text, Date now, DayEdge edge);
 
 }  // namespace siftwell

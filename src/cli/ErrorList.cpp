@@ -1,5 +1,7 @@
 #include "cli/ErrorList.h"
 
+#include "text/Utf8Prefix.h"
+
 namespace siftwell {
 
 namespace {
@@ -22,7 +24,7 @@ void ErrorList::add(const PropertyList& record) {
     std::string line = "siftwell: " + stringFor(*error, "error");
     for (const char* key : {"url", "details"}) {
         const std::string part = stringFor(*error, key);
-        if (!part.empty()) line += " — " + part.substr(0, kMaxDetails);
+        if (!part.empty()) line += " — " + std::string(utf8Prefix(part, kMaxDetails));
     }
     m_console.message(printable(line));
 }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 
 #include "app/Session.h"
@@ -10,13 +11,35 @@ namespace siftwell {
 
 namespace {
 
-// An address, or the path of a file.
-std::optional<Url> urlOf(const std::string& argument) {
-    auto url = Url::parse(argument);
-    if (url && url->hasScheme()) return url;
+// What an argument may stand for: an address; a file by its name, whose folder may be a link; the
+// file that the name leads to.
+std::vector<Url> urlsOf(const std::string& argument) {
+    std::vector<Url> urls;
+    if (const auto url = Url::parse(argument); url && url->hasScheme()) urls.push_back(*url);
     std::error_code error;
     const auto path = std::filesystem::absolute(argument, error).lexically_normal();
-    return error ? std::nullopt : std::optional(Url::fromFilePath(path.string()));
+    if (error) return urls;
+    urls.push_back(Url::fromFilePath(path.string()));
+    const auto folder = std::filesystem::weakly_canonical(path.parent_path(), error);
+    if (!error) urls.push_back(Url::fromFilePath((folder / path.filename()).string()));
+    const auto target = std::filesystem::weakly_canonical(path, error);
+    if (!error) urls.push_back(Url::fromFilePath(target.string()));
+    return urls;
+}
+
+// A page may stand in several indexes, from each of which it is to go.
+bool removeEverywhere(IndexController& indexes, const Url& url) {
+    bool isRemoved = false;
+    for (std::size_t i = indexes.indexes()->size(); i > 0; --i) {
+        if (indexes.removeURLFromIndex({url}) == 0) break;
+        isRemoved = true;
+    }
+    return isRemoved;
+}
+
+bool removeFirstOf(IndexController& indexes, const std::vector<Url>& urls) {
+    return std::any_of(urls.begin(), urls.end(),
+                       [&indexes](const Url& url) { return removeEverywhere(indexes, url); });
 }
 
 }  // namespace
@@ -28,8 +51,7 @@ ExitStatus runRemove(const RemoveOptions& options, const CommandContext& context
     (*session)->waitUntilIndexingIsEnabled();
     bool isAllRemoved = true;
     for (const std::string& argument : options.addresses) {
-        const auto url = urlOf(argument);
-        if (url && (*session)->indexes().removeURLFromIndex({*url}) == 1) continue;
+        if (removeFirstOf((*session)->indexes(), urlsOf(argument))) continue;
         isAllRemoved = false;
         context.console.message(filledIn(_("%@ is not in the index."), printable(argument)));
     }

@@ -1,9 +1,11 @@
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "app/Session.h"
 #include "base/Translate.h"
 #include "cli/Commands.h"
 #include "cli/ErrorList.h"
+#include "cli/JsonLine.h"
 #include "search/ResultRows.h"
 #include "text/Utf8Prefix.h"
 
@@ -17,7 +19,7 @@ std::string joined(const std::vector<std::string>& words) {
     return text;
 }
 
-std::string jsonLine(const ResultRow& row) {
+std::string jsonFor(const ResultRow& row) {
     nlohmann::ordered_json line;
     line["url"] = repairedUtf8(row.url);
     line["title"] = repairedUtf8(row.title);
@@ -27,7 +29,7 @@ std::string jsonLine(const ResultRow& row) {
     line["source"] = repairedUtf8(row.source);
     line["indexer"] = repairedUtf8(row.indexer);
     line["cachePath"] = repairedUtf8(row.cachePath);
-    return line.dump();
+    return jsonLine(line);
 }
 
 void printForPeople(const ResultRow& row, const Console& console) {
@@ -36,11 +38,37 @@ void printForPeople(const ResultRow& row, const Console& console) {
     console.print("    " + printable(row.date + "  " + row.source));
 }
 
-void explainNothingFound(IndexController& indexes, Console& console) {
-    console.message(
-        indexes.indexes()->empty()
-            ? _("Nothing is indexed yet. Add a folder of pages with: siftwell add FOLDER")
-            : _("Nothing found."));
+// The sources that are asked for, each once; none for all.
+std::optional<std::vector<std::string>> sourcesIn(const SearchOptions& options) {
+    if (options.sources.empty()) return std::nullopt;
+    std::vector<std::string> sources;
+    for (const std::string& source : options.sources) {
+        if (std::find(sources.begin(), sources.end(), source) == sources.end())
+            sources.push_back(source);
+    }
+    return sources;
+}
+
+void explainNothingFound(const IndexController& indexes, const SearchOptions& options,
+                         Console& console) {
+    if (indexes.indexes()->empty()) {
+        return console.message(
+            _("Nothing is indexed yet. Add a folder of pages with: siftwell add FOLDER"));
+    }
+    for (const std::string& source : options.sources) {
+        if (indexes.isIndexedSource(source)) continue;
+        console.message(
+            filledIn(_("There are no pages of a source named \"%@\"; see: siftwell status"),
+                     printable(source)));
+    }
+    console.message(_("Nothing found."));
+}
+
+ExitStatus exitStatusFor(const CollectedResults& results, bool isErrorReported,
+                         const IndexController& indexes) {
+    if (!results.errors.empty() || isErrorReported)
+        return indexes.indexes()->empty() ? ExitStatus::Unusable : ExitStatus::SomeFailed;
+    return results.rows.empty() ? ExitStatus::NothingFound : ExitStatus::Done;
 }
 
 }  // namespace
@@ -50,9 +78,9 @@ ExitStatus runSearch(const SearchOptions& options, const CommandContext& context
     if (!session) return explainFailure(session.status(), context.console);
     const ErrorList errors((*session)->centre(), context.console);
     IndexController& indexes = (*session)->indexes();
-    const auto sources = options.sources.empty() ? std::nullopt : std::optional(options.sources);
     const RunningSearches searches = indexes.startSearch(
-        sources, skSearchQuery(joined(options.words), options.type, indexes.stopWords()));
+        sourcesIn(options),
+        skSearchQuery(joined(options.words), options.type, indexes.stopWords()));
     const ResultRowMaker maker(indexes, (*session)->clock(), context.paths.resourceFolder);
     const CollectedResults results = collectResults(
         searches, {options.since, options.until, options.limit, options.isSortedByDate}, maker);
@@ -60,18 +88,17 @@ ExitStatus runSearch(const SearchOptions& options, const CommandContext& context
 
     for (const ResultRow& row : results.rows) {
         if (options.isJson) {
-            context.console.print(jsonLine(row));
+            context.console.print(jsonFor(row));
         } else {
             printForPeople(row, context.console);
         }
     }
     for (const Status& error : results.errors)
-        context.console.message("siftwell: " + error.message());
+        context.console.message("siftwell: " + printable(error.message()));
     context.mainLoop.turn(std::chrono::milliseconds(0));  // prints what was reported
-    if (!results.errors.empty() || errors.size() > 0) return ExitStatus::SomeFailed;
-    if (!results.rows.empty()) return ExitStatus::Done;
-    explainNothingFound(indexes, context.console);
-    return ExitStatus::NothingFound;
+    const ExitStatus status = exitStatusFor(results, errors.size() > 0, indexes);
+    if (status == ExitStatus::NothingFound) explainNothingFound(indexes, options, context.console);
+    return status;
 }
 
 }  // namespace siftwell

@@ -6,6 +6,7 @@
 #include "base/Translate.h"
 #include "cli/Commands.h"
 #include "cli/ErrorList.h"
+#include "cli/JsonLine.h"
 #include "text/Utf8Prefix.h"
 
 namespace siftwell {
@@ -30,7 +31,8 @@ std::uint64_t bytesOf(const OpenIndex& index) {
 
 std::vector<IndexLine> linesFor(const IndexController& indexes) {
     std::vector<IndexLine> lines;
-    for (const SKIndex& index : *indexes.indexes()) {
+    const auto list = indexes.indexes();
+    for (const SKIndex& index : *list) {
         lines.push_back({index->name, index->index->documentCount(), bytesOf(*index)});
     }
     return lines;
@@ -49,14 +51,14 @@ void printJson(const std::vector<IndexLine>& lines, const std::optional<Date>& s
         json["index"] = repairedUtf8(line.name);
         json["documents"] = line.documents;
         json["bytes"] = line.bytes;
-        console.print(json.dump());
+        console.print(jsonLine(json));
     }
     nlohmann::ordered_json json;
     json["lastScan"] = nullptr;
     if (scan) json["lastScan"] = scan->iso8601();
     json["runningCopy"] = nullptr;
     if (writer != 0) json["runningCopy"] = writer;
-    console.print(json.dump());
+    console.print(jsonLine(json));
 }
 
 void printForPeople(const std::vector<IndexLine>& lines, const std::optional<Date>& scan,
@@ -64,12 +66,12 @@ void printForPeople(const std::vector<IndexLine>& lines, const std::optional<Dat
     std::uint64_t documents = 0;
     std::uint64_t bytes = 0;
     for (const IndexLine& line : lines) {
-        console.print(filledIn(_("%@: %@ pages, %@"), printable(line.name), grouped(line.documents),
+        console.print(filledIn(_("%@: %@, %@"), printable(line.name), pageCount(line.documents),
                                humanBytes(line.bytes)));
         documents += line.documents;
         bytes += line.bytes;
     }
-    console.print(filledIn(_("All: %@ pages, %@"), grouped(documents), humanBytes(bytes)));
+    console.print(filledIn(_("All: %@, %@"), pageCount(documents), humanBytes(bytes)));
     console.print(
         filledIn(_("Last scan: %@"), scan ? scan->formattedLocally("%Y-%m-%d %H:%M") : _("never")));
     console.print(writer != 0 ? filledIn(_("Running copy: process %d"), std::int64_t{writer})

@@ -1,7 +1,7 @@
 // The command line of Siftwell.
 
 #include <csignal>
-#include <cstdlib>
+#include <exception>
 
 #include "base/Log.h"
 #include "base/Paths.h"
@@ -23,14 +23,35 @@ void blockSignals() {
     std::signal(SIGPIPE, SIG_IGN);
 }
 
+// Names of files stand in the log, and whoever reads it does so on a terminal.
+void logTo(const std::string& stateFolder) {
+    if (stateFolder.empty()) return;
+    siftwell::setLogSink(
+        [write = siftwell::logFileSink(stateFolder + "/siftwell.log", kMaxLogBytes)](
+            std::string_view line) { write(siftwell::printable(line)); });
+}
+
+siftwell::ExitStatus run(int argc, char** argv, siftwell::Console& console) {
+    const siftwell::Paths paths = siftwell::Paths::ofThisUser();
+    logTo(paths.stateFolder);
+    const auto mainLoop = siftwell::makeHeadlessRunLoop();
+    const auto status = siftwell::runCommandLine(argc, argv, {paths, *mainLoop, console});
+    const siftwell::Status written = console.flush();
+    if (written.isOk()) return status;
+    console.message("siftwell: " + written.message());
+    return siftwell::ExitStatus::SomeFailed;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     blockSignals();
     siftwell::useLanguageOfEnvironment();
-    const siftwell::Paths paths = siftwell::Paths::ofThisUser();
-    siftwell::setLogSink(siftwell::logFileSink(paths.stateFolder + "/siftwell.log", kMaxLogBytes));
-    const auto mainLoop = siftwell::makeHeadlessRunLoop();
     siftwell::Console console;
-    return static_cast<int>(siftwell::runCommandLine(argc, argv, {paths, *mainLoop, console}));
+    try {
+        return static_cast<int>(run(argc, argv, console));
+    } catch (const std::exception& exception) {
+        console.message("siftwell: " + siftwell::printable(exception.what()));
+        return static_cast<int>(siftwell::ExitStatus::Unusable);
+    }
 }

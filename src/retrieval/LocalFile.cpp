@@ -33,6 +33,10 @@ Result<PageContent> loadLocalFile(const std::string& path, const Admission& admi
         MIMEMapper::sharedMapper().mimeTypeForExtension(lowerCasedAscii(pathExtension(path)));
     if (type) page.mimeType = *type;
 
+    if (admission.extractorNeededForURL(page.url)) {
+        page.content = "CONTENT ON DISK";  // the store has the file read itself
+        return page;
+    }
     const bool isReadInAnyCase = page.mimeType == "text/html" || admission.isReadableFile(page.url);
     if (!isReadInAnyCase) {
         const auto front = readFile(path, kFrontBytes);

@@ -17,7 +17,8 @@ inline constexpr std::size_t kMaxFileBytes = std::size_t{256} << 20;
 
 // The file's text, address and modification date; source and indexer are left to the caller. The
 // text is empty when the file cannot be read as text, or holds neither markup nor a type that is
-// read whatever it holds: of such a file only the front is looked at.
+// read whatever it holds: of such a file only the front is looked at. A file that needs a content
+// extractor is not read here.
 Result<PageContent> loadLocalFile(const std::string& path, const Admission& admission);
 
 }  // namespace siftwell

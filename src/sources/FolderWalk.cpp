@@ -21,19 +21,24 @@ Result<std::vector<std::string>> namesIn(const std::string& folder) {
     const std::unique_ptr<DIR, FolderCloser> opened(opendir(folder.c_str()));
     if (opened == nullptr) return Status::fromErrno(errno, "read the folder " + folder);
     std::vector<std::string> names;
-    while (const dirent* entry = readdir(opened.get())) {
+    for (errno = 0; const dirent* entry = readdir(opened.get()); errno = 0) {
         std::string name = static_cast<const char*>(entry->d_name);
         if (name != "." && name != "..") names.push_back(std::move(name));
     }
+    if (errno != 0) return Status::fromErrno(errno, "read the folder " + folder);
     std::sort(names.rbegin(), names.rend());
     return names;
 }
 
 enum class Kind { File, Folder, Other };
 
-Kind kindOf(const std::string& path) {
+// A file that is gone by now, or a link that leads nowhere, is nothing to speak of.
+Result<Kind> kindOf(const std::string& path) {
     struct stat info {};
-    if (lstat(path.c_str(), &info) != 0) return Kind::Other;
+    if (lstat(path.c_str(), &info) != 0) {
+        if (errno == ENOENT) return Kind::Other;
+        return Status::fromErrno(errno, "examine the file " + path);
+    }
     if (S_ISDIR(info.st_mode)) return Kind::Folder;
     if (S_ISLNK(info.st_mode) && stat(path.c_str(), &info) != 0) return Kind::Other;
     return S_ISREG(info.st_mode) ? Kind::File : Kind::Other;
@@ -68,14 +73,13 @@ bool FolderWalk::next(std::string& path) {
         }
         path = (level.folder == "/" ? "" : level.folder) + "/" + level.names.back();
         level.names.pop_back();
-        switch (kindOf(path)) {
-            case Kind::File:
-                return true;
-            case Kind::Folder:
-                enter(path);
-                break;
-            case Kind::Other:
-                break;
+        const auto kind = kindOf(path);
+        if (!kind) {
+            m_onError(kind.status());
+        } else if (*kind == Kind::Folder) {
+            enter(path);
+        } else if (*kind == Kind::File) {
+            return true;
         }
     }
     return false;

@@ -5,7 +5,8 @@
 // number of files.
 //
 // Threads: one at a time.
-// Errors: a folder that cannot be read is told to the handler and passed over.
+// Errors: a folder that cannot be read, or a file that cannot be examined, is told to the handler
+// and passed over.
 #pragma once
 
 #include <functional>

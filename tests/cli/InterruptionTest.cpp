@@ -1,0 +1,137 @@
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <random>
+#include <thread>
+
+#include "base/FileDescriptor.h"
+#include "cli/ProgramFixture.h"
+
+namespace siftwell {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class InterruptionTest : public ProgramFixture {
+protected:
+    // All addresses that a search finds now.
+    std::multiset<std::string> indexed() {
+        const Outcome outcome = siftwell({"search", "--json", "--limit", "0", "apple"});
+        EXPECT_THAT(outcome.status, testing::AnyOf(0, 1)) << outcome.err;
+        if (outcome.status == 0) EXPECT_EQ(outcome.err, "");
+        return addresses(outcome);
+    }
+
+    // What was found first is found still.
+    static void expectNothingLost(const std::multiset<std::string>& before,
+                                  const std::multiset<std::string>& after) {
+        EXPECT_TRUE(std::includes(after.begin(), after.end(), before.begin(), before.end()));
+        EXPECT_EQ(std::set<std::string>(after.begin(), after.end()).size(), after.size());
+    }
+
+    // Until the index has grown by so many bytes, or the process has ended.
+    void waitForGrowth(pid_t process, std::uintmax_t bytes) {
+        const std::uintmax_t start = sizeOfIndex();
+        while (sizeOfIndex() < start + bytes && !hasEnded(process)) std::this_thread::yield();
+    }
+
+    std::uintmax_t sizeOfIndex() {
+        std::error_code error;
+        const std::uintmax_t size = std::filesystem::file_size(indexFile("many.file"), error);
+        return error ? 0 : size;
+    }
+};
+
+TEST_F(InterruptionTest, SearchingBesideARunningAddFindsMoreAndMore) {
+    constexpr std::size_t kPages = 1000;
+    const pid_t add = startSiftwell({"add", manyPages(kPages)});
+    std::multiset<std::string> before;
+    int searches = 0;
+    for (; !hasEnded(add); ++searches) {
+        const auto now = indexed();
+        expectNothingLost(before, now);
+        before = now;
+        EXPECT_EQ(siftwell({"status", "--json"}).status, 0);
+    }
+    EXPECT_EQ(wait(add), 0);
+    EXPECT_GT(searches, 1);
+    EXPECT_EQ(indexed().size(), kPages);
+    EXPECT_EQ(siftwell({"check"}).status, 0);
+}
+
+TEST_F(InterruptionTest, AKilledAddLosesNothingThatAnotherProcessSaw) {
+    constexpr std::size_t kPages = 1500;
+    const std::string folder = manyPages(kPages);
+    std::mt19937 random(20261121);
+    std::multiset<std::string> before;
+    int killed = 0;
+    for (int round = 0; round < 4; ++round) {
+        const pid_t add = startSiftwell({"add", folder});
+        waitForGrowth(add, random() % 40'000);
+        const auto seen = indexed();
+        expectNothingLost(before, seen);
+        kill(add, SIGKILL);
+        if (wait(add) != 0) ++killed;
+        const Outcome check = siftwell({"check", "--json"});
+        EXPECT_EQ(check.status, 0) << check.out << check.err;
+        before = indexed();
+        expectNothingLost(seen, before);
+    }
+    EXPECT_GT(killed, 0);
+    EXPECT_EQ(siftwell({"add", folder}).status, 0);
+    const auto all = indexed();
+    expectNothingLost(before, all);
+    EXPECT_EQ(all.size(), kPages);
+    EXPECT_EQ(linesOf(siftwell({"check", "--json"}))[0]["withoutRecord"], 0);
+}
+
+TEST_F(InterruptionTest, AnAddThatIsAskedToEndKeepsWhatItDid) {
+    const std::string folder = manyPages(1000);
+    for (const int signal : {SIGTERM, SIGINT}) {
+        const pid_t add = startSiftwell({"add", folder});
+        waitForGrowth(add, 1);
+        kill(add, signal);
+        const int status = wait(add);
+        if (status == 0) continue;  // was done before
+        EXPECT_EQ(status, 3);
+        EXPECT_THAT(m_home.read("err.started"), HasSubstr("Left off. What was added stays"));
+        EXPECT_EQ(siftwell({"check"}).status, 0);
+    }
+    EXPECT_EQ(siftwell({"add", folder}).status, 0);
+    EXPECT_EQ(indexed().size(), 1000U);
+}
+
+TEST_F(InterruptionTest, ASearchEndsAtOnceWhenItIsInterrupted) {
+    ASSERT_EQ(siftwell({"add", manyPages(600)}).status, 0);
+    const std::string pipe = m_home.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const FileDescriptor reader(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
+    const pid_t search =
+        start({"search", "--json", "--limit", "0", "apple"}, pipe, m_home.file("err"));
+    char first = 0;
+    ASSERT_EQ(read(reader.get(), &first, 1), 1);  // and no more: the pipe fills up
+    kill(search, SIGINT);
+    EXPECT_EQ(wait(search), 1000 + SIGINT);
+}
+
+TEST_F(InterruptionTest, ProgressIsShownOnATerminalAlone) {
+    const std::string folder = manyPages(200);
+    const FileDescriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+    ASSERT_TRUE(terminal.isOpen());
+    ASSERT_EQ(grantpt(terminal.get()), 0);
+    ASSERT_EQ(unlockpt(terminal.get()), 0);
+    const FileDescriptor kept(open(ptsname(terminal.get()), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    const pid_t add = start({"add", folder}, "/dev/null", ptsname(terminal.get()));
+    EXPECT_EQ(wait(add), 0);
+    std::string shown(1 << 16, '\0');
+    const ssize_t count = read(terminal.get(), shown.data(), shown.size());
+    ASSERT_GT(count, 0);
+    shown.resize(static_cast<std::size_t>(count));
+    EXPECT_THAT(shown, HasSubstr("Adding: "));  // perhaps behind a bar
+    EXPECT_THAT(shown, HasSubstr("\r\033[K200 pages added"));
+    EXPECT_THAT(siftwell({"add", folder}).err, testing::Not(HasSubstr("Adding")));
+}
+
+}  // namespace
+}  // namespace siftwell

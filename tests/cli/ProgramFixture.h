@@ -1,0 +1,155 @@
+// ProgramFixture: the real program, run in a home of its own.
+#pragma once
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/TemporaryFolder.h"
+
+namespace siftwell {
+
+class ProgramFixture : public testing::Test {
+protected:
+    using Arguments = std::vector<std::string>;
+
+    struct Outcome {
+        int status = -1;  // what the program ended with; 1000 and more: the signal that ended it
+        std::string out;
+        std::string err;
+    };
+
+    Outcome siftwell(const Arguments& arguments) {
+        return outcomeOf(start(arguments, m_home.file("out"), m_home.file("err")));
+    }
+
+    // Runs on beside the test.
+    pid_t startSiftwell(const Arguments& arguments) {
+        return start(arguments, m_home.file("out.started"), m_home.file("err.started"));
+    }
+
+    pid_t start(const Arguments& arguments, const std::string& out, const std::string& err) {
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC;
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), kFlags, 0600);
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), kFlags, 0600);
+        std::vector<std::string> words = {"siftwell"};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        std::vector<std::string> variables = environmentOfProgram();
+        pid_t process = -1;
+        EXPECT_EQ(posix_spawn(&process, SIFTWELL_PROGRAM, &actions, nullptr, pointers(words).data(),
+                              pointers(variables).data()),
+                  0);
+        posix_spawn_file_actions_destroy(&actions);
+        return process;
+    }
+
+    Outcome outcomeOf(pid_t process) const {
+        return {wait(process), m_home.read("out"), m_home.read("err")};
+    }
+
+    static int wait(pid_t process) {
+        int status = 0;
+        EXPECT_EQ(waitpid(process, &status, 0), process);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+    }
+
+    static bool hasEnded(pid_t process) {
+        siginfo_t info{};
+        waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT);
+        return info.si_pid == process;
+    }
+
+    // A page below the home, by its title and words; its path.
+    std::string page(const std::string& name, const std::string& title, const std::string& words) {
+        return m_home.write(name, "<html><head><title>" + title + "</title></head><body>" + words +
+                                      "</body></html>");
+    }
+
+    // A folder of pages "p0.html", … that all hold "apple", and each its own "number0x".
+    std::string manyPages(int count) {
+        for (int i = 0; i < count; ++i) {
+            const std::string number = std::to_string(i);
+            page("many/p" + number + ".html", "Page " + number,
+                 "apple number" + number + "x " + std::string(200, 'w') + number);
+        }
+        return m_home.file("many");
+    }
+
+    using Lines = std::vector<nlohmann::json>;
+
+    // Every line of what --json prints; fails on a line that is no JSON.
+    static Lines linesOf(const Outcome& outcome) {
+        Lines lines;
+        std::istringstream text(outcome.out);
+        for (std::string line; std::getline(text, line);) {
+            lines.push_back(nlohmann::json::parse(line, nullptr, false));
+            EXPECT_FALSE(lines.back().is_discarded()) << line;
+        }
+        return lines;
+    }
+
+    Lines found(Arguments arguments) {
+        arguments.insert(arguments.begin(), {"search", "--json"});
+        return linesOf(siftwell(arguments));
+    }
+
+    std::vector<std::string> titles(const Arguments& arguments) {
+        std::vector<std::string> result;
+        for (const auto& line : found(arguments)) result.push_back(line["title"]);
+        return result;
+    }
+
+    std::multiset<std::string> addresses(const Outcome& outcome) const {
+        std::multiset<std::string> result;
+        for (const auto& line : linesOf(outcome)) result.insert(line["url"]);
+        return result;
+    }
+
+    std::string indexFile(const std::string& name) const {
+        return m_home.file("data/Siftwell/" + name);
+    }
+
+    TemporaryFolder m_home;
+    std::map<std::string, std::string> m_variables = {{"HOME", m_home.path()},
+                                                      {"XDG_CONFIG_HOME", m_home.file("config")},
+                                                      {"XDG_DATA_HOME", m_home.file("data")},
+                                                      {"XDG_STATE_HOME", m_home.file("state")},
+                                                      {"LC_ALL", "C.UTF-8"},
+                                                      {"LANGUAGE", "en"},
+                                                      {"TZ", "UTC"}};
+
+private:
+    std::vector<std::string> environmentOfProgram() const {
+        std::vector<std::string> variables;
+        for (char** each = environ; *each != nullptr; ++each) {
+            const std::string variable = *each;
+            if (!m_variables.contains(variable.substr(0, variable.find('=')))) {
+                variables.push_back(variable);
+            }
+        }
+        for (const auto& [name, value] : m_variables) variables.push_back(name + "=" + value);
+        return variables;
+    }
+
+    static std::vector<char*> pointers(std::vector<std::string>& texts) {
+        std::vector<char*> result;
+        for (std::string& text : texts) result.push_back(text.data());
+        result.push_back(nullptr);
+        return result;
+    }
+};
+
+}  // namespace siftwell

@@ -1,0 +1,241 @@
+#include <sys/stat.h>
+
+#include <chrono>
+
+#include "cli/ProgramFixture.h"
+
+namespace siftwell {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::SizeIs;
+using testing::UnorderedElementsAre;
+
+class ProgramTest : public ProgramFixture {
+protected:
+    void date(const std::string& name, int daysAgo) {
+        using std::filesystem::file_time_type;
+        std::filesystem::last_write_time(m_home.file(name),
+                                         file_time_type::clock::now() - std::chrono::days(daysAgo));
+    }
+
+    void addThreePages() {
+        page("notes/a.html", "Alpha", "apple banana");
+        page("notes/b.html", "Beta", "apple cherry status");
+        page("notes/c.html", "Gamma", "pineapple");
+        ASSERT_EQ(siftwell({"add", m_home.file("notes")}).status, 0);
+    }
+};
+
+std::set<std::string> keysOf(const nlohmann::json& object) {
+    std::set<std::string> keys;
+    for (const auto& [key, value] : object.items()) keys.insert(key);
+    return keys;
+}
+
+TEST_F(ProgramTest, WrongUseIsExplainedAndEndsWith2) {
+    const std::vector<std::pair<Arguments, std::string>> uses = {
+        {{"frobnicate"}, "There is no command \"frobnicate\"."},
+        {{"sources"}, "\"sources\" is not part of this version yet."},
+        {{"search"}, "WORDS is missing."},
+        {{"add"}, "PATH is missing."},
+        {{"remove"}, "URL is missing."},
+        {{"search", "x", "--colour"}, "There is no option \"--colour\" here."},
+        {{"search", "x", "--type", "some"}, "\"some\" is none of all|fragments|any"},
+        {{"search", "x", "--sort", "size"}, "\"size\" is none of score|date."},
+        {{"search", "x", "--limit", "-1"}, "\"-1\" is no number"},
+        {{"search", "x", "--limit", "1e3"}, "\"1e3\" is no number"},
+        {{"search", "x", "--limit", "99999999999999999999"}, "is no number"},
+        {{"search", "x", "--limit"}, "--limit needs one value."},
+        {{"search", "x", "--since", "2026-13-01"}, "\"2026-13-01\" is no date"},
+        {{"search", "x", "--until", "[7d]"}, "\"[7d]\" is no date"},
+        {{"check", "--repair"}, "\"--repair\" is not part of this version yet."},
+        {{"add", "--extract-urls", "x"}, "\"--extract-urls\" is not part of this version yet."},
+        {{"add", "https://example.org/"}, "not the address \"https://example.org/\"."},
+        {{"add", "/"}, "Please enter a valid URL to a page or document."},
+        {{"add", "/nowhere/at/all"}, "There is no file or folder named \"/nowhere/at/all\"."},
+        {{"add", ""}, "There is no file or folder named \"\"."},
+        {{"add", std::string(5000, 'x')}, "cannot be reached"}};
+    for (const auto& [arguments, message] : uses) {
+        const Outcome outcome = siftwell(arguments);
+        EXPECT_EQ(outcome.status, 2) << message;
+        EXPECT_THAT(outcome.err, AllOf(testing::StartsWith("siftwell: "), HasSubstr(message)));
+        EXPECT_EQ(outcome.out, "");
+    }
+    EXPECT_FALSE(m_home.has("data"));
+}
+
+TEST_F(ProgramTest, EveryCommandHasHelpAndTheVersionNamesThatOfTheOutput) {
+    for (const char* command : {"search", "add", "remove", "status", "check"}) {
+        const Outcome help = siftwell({command, "--help"});
+        EXPECT_EQ(help.status, 0);
+        EXPECT_THAT(help.out, HasSubstr(std::string("Usage: siftwell ") + command));
+        EXPECT_THAT(siftwell({"--help"}).out, HasSubstr(command));
+    }
+    EXPECT_THAT(siftwell({"--version"}).out,
+                MatchesRegex("siftwell [0-9]+\\.[0-9]+\\.[0-9]+ \\(output [0-9]+\\)\n"));
+    EXPECT_THAT(siftwell({}).out, HasSubstr("siftwell add FOLDER"));
+}
+
+TEST_F(ProgramTest, ReadingLeavesNoTraceOnAFreshComputer) {
+    const Outcome search = siftwell({"search", "apple"});
+    EXPECT_EQ(search.status, 1);
+    EXPECT_THAT(search.err, HasSubstr("Nothing is indexed yet."));
+    EXPECT_EQ(siftwell({"status"}).status, 0);
+    EXPECT_EQ(siftwell({"check"}).status, 0);
+    for (const char* folder : {"config", "data", "state"}) EXPECT_FALSE(m_home.has(folder));
+}
+
+TEST_F(ProgramTest, PagesAreFoundByEverySearchType) {
+    addThreePages();
+    const auto search = [this](const std::string& type, const Arguments& words) {
+        Arguments arguments = {"--type", type};
+        arguments.insert(arguments.end(), words.begin(), words.end());
+        return titles(arguments);
+    };
+    EXPECT_THAT(search("all", {"apple", "banana"}), ElementsAre("Alpha"));
+    EXPECT_THAT(search("any", {"banana", "cherry"}), UnorderedElementsAre("Alpha", "Beta"));
+    EXPECT_THAT(search("fragments", {"app", "cher"}), ElementsAre("Beta"));
+    EXPECT_THAT(search("any-fragments", {"nana", "ineapp"}),
+                UnorderedElementsAre("Alpha", "Gamma"));
+    EXPECT_THAT(search("raw", {"*apple", "!banana"}), UnorderedElementsAre("Beta", "Gamma"));
+    EXPECT_THAT(search("raw", {"\"apple cherry\""}), ElementsAre("Beta"));
+    EXPECT_THAT(titles({"APPLE", "& Banana!"}), ElementsAre("Alpha"));
+    // Words that look like something else on a command line.
+    EXPECT_THAT(titles({"status"}), ElementsAre("Beta"));
+    EXPECT_THAT(titles({"[banana,apple]"}), ElementsAre("Alpha"));
+    EXPECT_THAT(titles({"--", "--banana"}), ElementsAre("Alpha"));
+    for (const char* none : {"durian", "!!!", "", "the and of", "\xFF\xFE"}) {
+        const Outcome outcome = siftwell({"search", "--", none});
+        EXPECT_EQ(outcome.status, 1) << none;
+        EXPECT_EQ(outcome.err, "Nothing found.\n");
+    }
+}
+
+TEST_F(ProgramTest, ResultsAreLimitedByNumberDateAndSource) {
+    for (const char* name : {"old/1.html", "new/2.html", "new/3.html"}) page(name, name, "apple");
+    page("new/4.html", "often", "apple apple apple apple");
+    date("old/1.html", 400);
+    date("new/2.html", 10);
+    date("new/3.html", 3);
+    date("new/4.html", 40);
+    ASSERT_EQ(siftwell({"add", m_home.file("old"), m_home.file("new")}).status, 0);
+    EXPECT_THAT(titles({"apple", "--sort", "date"}),
+                ElementsAre("new/3.html", "new/2.html", "often", "old/1.html"));
+    EXPECT_THAT(titles({"apple", "--sort", "date", "--limit", "1"}), ElementsAre("new/3.html"));
+    EXPECT_THAT(titles({"apple", "--source", "new", "--limit", "1"}), ElementsAre("often"));
+    EXPECT_THAT(titles({"apple", "--limit", "0"}), SizeIs(4));
+    EXPECT_THAT(titles({"apple", "--limit", "1", "--until", "1y"}), ElementsAre("old/1.html"));
+    EXPECT_THAT(titles({"apple", "--since", "2w", "--until", "5d"}), ElementsAre("new/2.html"));
+    EXPECT_THAT(titles({"apple", "--since", "2999-01-01"}), IsEmpty());
+    EXPECT_THAT(titles({"apple", "--source", "old", "--source", "old"}), ElementsAre("old/1.html"));
+    EXPECT_THAT(titles({"--source", "old", "--source", "new", "apple"}), SizeIs(4));
+    const Outcome outcome = siftwell({"search", "--source", "nobody", "apple"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("no pages of a source named \"nobody\""));
+}
+
+TEST_F(ProgramTest, JsonHoldsWhatIsDocumented) {
+    addThreePages();
+    const Lines results = found({"banana"});
+    ASSERT_THAT(results, SizeIs(1));
+    EXPECT_EQ(keysOf(results[0]), (std::set<std::string>{"url", "title", "score", "date", "source",
+                                                         "indexer", "cachePath"}));
+    EXPECT_EQ(results[0]["url"], "file://" + m_home.file("notes/a.html"));
+    EXPECT_EQ(results[0]["source"], "notes");
+    EXPECT_EQ(results[0]["indexer"], "LocalFiles");
+    EXPECT_EQ(results[0]["cachePath"], "");
+    EXPECT_GT(results[0]["score"], 0);
+    EXPECT_THAT(results[0]["date"].get<std::string>(),
+                MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z"));
+
+    const Lines status = linesOf(siftwell({"status", "--json"}));
+    ASSERT_THAT(status, SizeIs(2));
+    EXPECT_EQ(status[0]["index"], "notes.file");
+    EXPECT_EQ(status[0]["documents"], 3);
+    EXPECT_GT(status[0]["bytes"], 4096);
+    EXPECT_EQ(status[1], nlohmann::json::parse(R"({"lastScan":null,"runningCopy":null})"));
+    EXPECT_EQ(linesOf(siftwell({"check", "--json"}))[0],
+              nlohmann::json::parse(
+                  R"({"index":"notes.file","documents":3,"withoutRecord":0,"error":null})"));
+}
+
+TEST_F(ProgramTest, OnlyWhatChangedIsAddedAgain) {
+    addThreePages();
+    EXPECT_EQ(siftwell({"add", m_home.file("notes")}).err,
+              "0 pages added from 3 files, 3 of them unchanged.\n");
+    page("notes/b.html", "Beta", "durian");
+    date("notes/b.html", -1);
+    EXPECT_EQ(siftwell({"add", m_home.file("notes")}).err,
+              "1 page added from 3 files, 2 of them unchanged.\n");
+    EXPECT_THAT(titles({"durian"}), ElementsAre("Beta"));
+    EXPECT_THAT(titles({"cherry"}), IsEmpty());
+    EXPECT_EQ(siftwell({"check"}).out, "notes.file: 3 pages, in order\n");
+}
+
+TEST_F(ProgramTest, FilesAreAddedByNameAndFoldersWithWhatCanBeRead) {
+    page("[odd, names]/a.html", "Odd", "apple");
+    page("mixed/ads/b.html", "Advertisement", "apple");
+    page("mixed/untyped", "Untyped", "apple");
+    m_home.write("mixed/plain", "apple that may be anything");
+    m_home.write("mixed/picture.jpg", "apple");
+    m_home.write("mixed/empty.html", "");
+    EXPECT_EQ(siftwell({"add", m_home.file("[odd, names]")}).status, 0);
+    const Outcome mixed = siftwell({"add", m_home.file("mixed")});
+    EXPECT_THAT(mixed.err, HasSubstr("Left out by your address filters: 1 file.\n"));
+    EXPECT_THAT(titles({"apple"}), UnorderedElementsAre("Odd", "Untyped"));
+
+    const std::string file = page("single.html", "Single", "elderberry");
+    EXPECT_EQ(siftwell({"add", "file://" + file}).status, 0);
+    EXPECT_EQ(found({"elderberry"})[0]["indexer"], "SingleURL");
+    const Outcome refused =
+        siftwell({"add", m_home.file("mixed/picture.jpg"), m_home.file("mixed/plain"), file});
+    EXPECT_EQ(refused.status, 3);
+    EXPECT_THAT(refused.err, HasSubstr("No text on page — file://" + m_home.file("mixed/plain")));
+    EXPECT_THAT(refused.err, AllOf(HasSubstr("Siftwell cannot parse files of type \"jpg\""),
+                                   HasSubstr("/mixed/picture.jpg")));
+}
+
+TEST_F(ProgramTest, RemovedPagesAreNotFoundAnyMore) {
+    addThreePages();
+    std::filesystem::create_directory_symlink(m_home.file("notes"), m_home.file("link"));
+    EXPECT_EQ(siftwell({"remove", m_home.file("link/a.html")}).status, 0);
+    EXPECT_EQ(siftwell({"remove", "file://" + m_home.file("notes/b.html")}).status, 0);
+    const Outcome again =
+        siftwell({"remove", m_home.file("notes/a.html"), m_home.file("notes/c.html")});
+    EXPECT_EQ(again.status, 3);
+    EXPECT_EQ(again.err, m_home.file("notes/a.html") + " is not in the index.\n");
+    EXPECT_THAT(titles({"--type", "fragments", "apple"}), IsEmpty());
+    EXPECT_EQ(siftwell({"status"}).status, 0);
+}
+
+TEST_F(ProgramTest, SpeaksFrenchAndPrintsTheSameJson) {
+    m_variables["LANGUAGE"] = "fr";
+    EXPECT_THAT(siftwell({"search", "x"}).err, HasSubstr("Rien n’est encore indexé."));
+    EXPECT_THAT(siftwell({"search", "--limit", "x", "y"}).err, HasSubstr("n’est pas un nombre"));
+    addThreePages();
+    EXPECT_THAT(siftwell({"status"}).out, HasSubstr("Total : 3 pages"));
+    const Lines results = found({"banana"});
+    m_variables["LANGUAGE"] = "en";
+    EXPECT_EQ(results, found({"banana"}));
+}
+
+TEST_F(ProgramTest, WhatIsKeptIsPrivateToTheUser) {
+    addThreePages();
+    siftwell({"add", m_home.file("notes")});
+    for (const char* folder : {"config", "data", "state"}) {
+        for (const auto& entry :
+             std::filesystem::recursive_directory_iterator(m_home.file(folder))) {
+            struct stat info {};
+            ASSERT_EQ(lstat(entry.path().c_str(), &info), 0);
+            EXPECT_EQ(info.st_mode & 077, 0U) << entry.path();
+        }
+    }
+}
+
+}  // namespace
+}  // namespace siftwell
