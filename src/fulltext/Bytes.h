@@ -36,6 +36,18 @@ inline void appendVarint(std::string& bytes, std::uint64_t number) {
     bytes += static_cast<char>(number);
 }
 
+inline constexpr std::size_t kMaxVarintBytes = 10;
+
+// Writes where there is room for a varint; the byte behind it.
+inline char* writeVarint(char* to, std::uint64_t number) {
+    while (number >= 0x80) {
+        *to++ = static_cast<char>(number | 0x80);
+        number >>= 7;
+    }
+    *to++ = static_cast<char>(number);
+    return to;
+}
+
 inline std::string_view asView(const std::uint8_t* data, std::size_t size) {
     const void* anonymous = data;
     return {static_cast<const char*>(anonymous), size};

@@ -1,6 +1,7 @@
 #include "fulltext/Inverter.h"
 
 #include <algorithm>
+#include <array>
 
 #include "fulltext/Bytes.h"
 #include "fulltext/Hash.h"
@@ -12,6 +13,7 @@ namespace siftwell::fulltext {
 namespace {
 
 constexpr std::size_t kFirstSlots = 1024;
+constexpr std::size_t kMaxKeptWords = 1 << 20;
 
 }  // namespace
 
@@ -38,8 +40,12 @@ InvertedText Inverter::invert(std::string_view text, const TermFilter& filter) {
 }
 
 void Inverter::clear() {
-    // A table that one large page has blown up is not carried along for ever.
+    // Tables that one large page has blown up are not carried along for ever.
     if (m_slots.size() > 64 * kFirstSlots) m_slots.clear();
+    if (m_sequence.capacity() > kMaxKeptWords) {
+        m_sequence = {};
+        m_positions = {};
+    }
     m_slots.resize(std::max(m_slots.size(), kFirstSlots));
     std::fill(m_slots.begin(), m_slots.end(), 0);
     m_entries.clear();
@@ -79,6 +85,7 @@ std::uint32_t Inverter::addEntry(std::string_view word, std::uint64_t hash,
                          .bytes = static_cast<std::uint32_t>(m_bytes.size()),
                          .size = static_cast<std::uint32_t>(word.size()),
                          .frequency = 0,
+                         .nextPosition = 0,
                          .isTerm = filter.isTerm(word)});
     m_bytes += word;
     return static_cast<std::uint32_t>(m_entries.size() - 1);
@@ -94,44 +101,50 @@ void Inverter::growTable() {
     }
 }
 
-// The positions of the first entry, then those of the second, and so on.
-std::vector<std::uint32_t> Inverter::positionsByEntry() const {
-    std::vector<std::uint32_t> next(m_entries.size());
+void Inverter::sortPositions() {
     std::uint32_t sum = 0;
-    for (std::size_t entry = 0; entry < m_entries.size(); ++entry) {
-        next[entry] = sum;
-        sum += m_entries[entry].frequency;
+    for (Entry& entry : m_entries) {
+        entry.nextPosition = sum;
+        sum += entry.frequency;
     }
-    std::vector<std::uint32_t> positions(m_sequence.size());
+    m_positions.resize(m_sequence.size());
     for (std::uint32_t position = 0; position < m_sequence.size(); ++position) {
-        positions[next[m_sequence[position]]++] = position;
+        m_positions[m_entries[m_sequence[position]].nextPosition++] = position;
     }
-    return positions;
 }
 
-void Inverter::appendTerms(InvertedText& result) const {
-    const std::vector<std::uint32_t> positions = positionsByEntry();
+// Varint distances, the first from 0.
+void Inverter::appendPositions(std::string& bytes, const Entry& entry) const {
+    std::array<char, 64 * kMaxVarintBytes> encoded;  // a string that grows by bytes is slow
+    char* const begin = encoded.data();
+    char* end = begin;
+    std::uint32_t before = 0;
+    for (std::uint32_t at = entry.nextPosition - entry.frequency; at < entry.nextPosition; ++at) {
+        if (begin + encoded.size() - end < static_cast<std::ptrdiff_t>(kMaxVarintBytes)) {
+            bytes.append(begin, end);
+            end = begin;
+        }
+        end = writeVarint(end, m_positions[at] - before);
+        before = m_positions[at];
+    }
+    bytes.append(begin, end);
+}
+
+void Inverter::appendTerms(InvertedText& result) {
+    sortPositions();
     result.m_hashes.reserve(m_entries.size());
     result.m_terms.reserve(m_entries.size() + 1);
     result.m_bytes.reserve(m_bytes.size());
-    result.m_positions.reserve(positions.size() * 5 / 4);
-    const std::uint32_t* position = positions.data();
+    result.m_positions.reserve(m_positions.size() * 5 / 4);
     for (const Entry& entry : m_entries) {
-        const std::uint32_t* const end = position + entry.frequency;
-        if (entry.isTerm) {
-            result.m_hashes.push_back(entry.hash);
-            result.m_terms.push_back({static_cast<std::uint32_t>(result.m_bytes.size()),
-                                      static_cast<std::uint32_t>(result.m_positions.size()),
-                                      entry.frequency});
-            result.m_bytes.append(m_bytes, entry.bytes, entry.size);
-            result.m_words += entry.frequency;
-            std::uint32_t before = 0;
-            for (const std::uint32_t* at = position; at != end; ++at) {
-                appendVarint(result.m_positions, *at - before);
-                before = *at;
-            }
-        }
-        position = end;
+        if (!entry.isTerm) continue;
+        result.m_hashes.push_back(entry.hash);
+        result.m_terms.push_back({static_cast<std::uint32_t>(result.m_bytes.size()),
+                                  static_cast<std::uint32_t>(result.m_positions.size()),
+                                  entry.frequency});
+        result.m_bytes.append(m_bytes, entry.bytes, entry.size);
+        result.m_words += entry.frequency;
+        appendPositions(result.m_positions, entry);
     }
     result.m_terms.push_back({static_cast<std::uint32_t>(result.m_bytes.size()),
                               static_cast<std::uint32_t>(result.m_positions.size()), 0});

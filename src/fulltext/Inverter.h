@@ -46,6 +46,7 @@ private:
         std::uint32_t bytes;  // offset in m_bytes
         std::uint32_t size;
         std::uint32_t frequency;
+        std::uint32_t nextPosition;  // where its next position goes in m_positions
         bool isTerm;
     };
 
@@ -54,13 +55,15 @@ private:
     std::uint32_t addEntry(std::string_view word, std::uint64_t hash, const TermFilter& filter);
     void growTable();
     std::uint32_t* slotOf(std::string_view word, std::uint64_t hash);
-    void appendTerms(InvertedText& result) const;
-    std::vector<std::uint32_t> positionsByEntry() const;
+    void sortPositions();
+    void appendPositions(std::string& bytes, const Entry& entry) const;
+    void appendTerms(InvertedText& result);
 
     std::vector<std::uint32_t> m_slots;  // 1 + number of an entry, 0 when free
     std::vector<Entry> m_entries;
     std::string m_bytes;
-    std::vector<std::uint32_t> m_sequence;  // entry of each word of the text
+    std::vector<std::uint32_t> m_sequence;   // entry of each word of the text
+    std::vector<std::uint32_t> m_positions;  // of the first entry, then of the second, and so on
 };
 
 }  // namespace siftwell::fulltext

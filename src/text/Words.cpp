@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 
 #include "text/Characters.h"
 #include "text/Folding.h"
@@ -34,6 +36,31 @@ constexpr std::array<ByteKind, 256> kByteKinds = [] {
 
 ByteKind kindAt(std::string_view text, std::size_t at) {
     return kByteKinds[static_cast<unsigned char>(text[at])];
+}
+
+// Of the eight bytes of a number, those that are small ASCII letters or digits: their highest bits.
+constexpr std::uint64_t plainBytes(std::uint64_t bytes) {
+    constexpr std::uint64_t kOnes = 0x0101010101010101;
+    constexpr std::uint64_t kHigh = 0x80 * kOnes;
+    const std::uint64_t low = bytes & ~kHigh;
+    // A byte reaches the highest bit when it is at least the character.
+    const auto isFrom = [low](std::uint64_t character) { return low + (0x80 - character) * kOnes; };
+    const std::uint64_t digits = isFrom('0') & ~isFrom('9' + 1);
+    const std::uint64_t letters = isFrom('a') & ~isFrom('z' + 1);
+    return (digits | letters) & ~bytes & kHigh;
+}
+
+// Where the run of small ASCII letters and digits ends that begins at `at` or is empty.
+std::size_t endOfPlain(std::string_view text, std::size_t at) {
+    if constexpr (std::endian::native == std::endian::little) {
+        for (std::uint64_t bytes; text.size() - at >= sizeof bytes; at += sizeof bytes) {
+            std::memcpy(&bytes, text.data() + at, sizeof bytes);
+            const std::uint64_t others = plainBytes(bytes) ^ 0x8080808080808080;
+            if (others != 0) return at + static_cast<std::size_t>(std::countr_zero(others)) / 8;
+        }
+    }
+    while (at < text.size() && kindAt(text, at) == ByteKind::Plain) ++at;
+    return at;
 }
 
 // The size of the word character at `at`, or 0 when another character stands there.
@@ -70,8 +97,7 @@ bool WordScanner::next() {
 // Reads a word of ASCII letters and digits; when other letters follow it, marks the run for
 // reading.
 bool WordScanner::readAsciiWord() {
-    std::size_t at = m_position;
-    while (at < m_text.size() && kindAt(m_text, at) == ByteKind::Plain) ++at;
+    std::size_t at = endOfPlain(m_text, m_position);
     const bool isPlain = at == m_text.size() || kindAt(m_text, at) == ByteKind::Separator;
     if (isPlain) {
         m_begin = m_position;
