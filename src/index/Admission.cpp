@@ -40,7 +40,7 @@ void Admission::applyURLFilters() {
 }
 
 Verdict Admission::judge(const Url& url) const {
-    const std::string scheme = url.scheme();
+    const std::string scheme = lowerCasedAscii(url.scheme());
     if (scheme.empty() || !url.path()) return Verdict::NotAnAddress;
     if (scheme == "ftp" || scheme == "safari-extension") return Verdict::SchemeRefused;
     if (scheme == "feed") return Verdict::Accepted;

@@ -18,7 +18,7 @@ bool isMarkup(const PageContent& page) {
 
 std::optional<std::string> combinedTitle(const std::optional<std::string>& given,
                                          const std::optional<std::string>& found) {
-    if (!found) return given;
+    if (!found || found->empty()) return given;
     return given && !given->empty() ? *given + " " + *found : found;
 }
 

@@ -16,7 +16,28 @@ namespace {
 
 constexpr std::uint64_t kNotFlushed = UINT64_MAX;
 
+// A name beside the file that nothing bears yet.
+std::string nameToSetAside(const std::string& path) {
+    std::string name = path + ".damaged";
+    for (int number = 2; fileInfo(name); ++number) {
+        name = path + ".damaged" + std::to_string(number);
+    }
+    return name;
+}
+
 }  // namespace
+
+template <typename Use>
+auto DocumentProperties::fromFile(Use use) const {
+    using Value = std::decay_t<decltype(*use(std::declval<const PropertyRecordFile&>()))>;
+    const GateHold hold(m_fileGate);
+    const PropertyRecordFile* const records = file();
+    if (records == nullptr) return std::optional<Value>();
+    auto value = use(*records);
+    if (value) return std::optional<Value>(*std::move(value));
+    noteFailure(value.status());
+    return std::optional<Value>();
+}
 
 DocumentProperties::DocumentProperties(std::string path, fulltext::Index& index, Access access,
                                        ErrorHandler onError)
@@ -24,59 +45,63 @@ DocumentProperties::DocumentProperties(std::string path, fulltext::Index& index,
       m_index(index),
       m_access(access),
       m_nextAtOpening(index.nextDocument()),
-      m_onError(std::move(onError)),
-      m_highest(m_nextAtOpening - 1) {
+      m_onError(std::move(onError)) {
     // After a clean end there is nothing to settle, and the file can wait until it is needed.
-    if (m_access == Access::ReadWrite && PropertyRecordFile::wasLeftOpen(m_path)) file();
+    if (m_access == Access::ReadOnly || !PropertyRecordFile::wasLeftOpen(m_path)) return;
+    const GateHold hold(m_fileGate);
+    file();
 }
 
 DocumentProperties::~DocumentProperties() = default;
 
 bool DocumentProperties::read() {
     const GateHold writing(m_writing);
-    const GateHold hold(m_fileGate);
-    m_file.reset();
-    m_isOpened = false;
+    {
+        const GateHold hold(m_fileGate);
+        m_file.reset();
+        m_isOpened = false;
+        m_isUnusable = false;
+        m_fileError = {};
+    }
     MutexLock lock(m_mutex);
     m_changes.clear();
     m_changed = false;
-    m_count = 0;
     return true;
 }
 
 PropertyRecordFile* DocumentProperties::file() const {
-    const GateHold hold(m_fileGate);
-    if (!m_isOpened) {
-        m_isOpened = true;
-        openFile();
+    if (m_isOpened) return m_file.get();
+    m_isOpened = true;
+    auto opened = openFile();
+    if (opened) {
+        m_file = *std::move(opened);
+    } else {
+        setAside(opened.status());
     }
     return m_file.get();
 }
 
-void DocumentProperties::openFile() const {
-    if (!fileInfo(m_path)) return;
+// Null when there is none, or none of this index. Records of another index, whose file stood here
+// once, are not looked at, and go as a whole when the index is open for writing.
+Result<std::unique_ptr<PropertyRecordFile>> DocumentProperties::openFile() const {
+    std::unique_ptr<PropertyRecordFile> none;
+    if (!fileInfo(m_path)) return none;
     const bool isForWriting = m_access == Access::ReadWrite;
     auto opened = isForWriting ? PropertyRecordFile::open(m_path)
                                : PropertyRecordFile::openForReading(m_path);
-    Status status = opened ? Status() : opened.status();
-    if (status.isOk() && isForWriting) status = reconcile(**opened);
-    Result<std::int64_t> count = 0;
-    if (status.isOk()) {
-        count = (*opened)->count();
-        status = count.status();
-    }
-    if (!status.isOk()) return setAside(status);
-    m_file = *std::move(opened);
-    MutexLock lock(m_mutex);
-    m_count += *count - static_cast<std::int64_t>(m_removedInFile.size());
-}
-
-// Drops what the index does not know. Records of another index, whose file stood here once, go as a
-// whole.
-Status DocumentProperties::reconcile(PropertyRecordFile& opened) const {
-    const auto identity = opened.identity();
+    if (!opened || *opened == nullptr) return opened;
+    const auto identity = (*opened)->identity();
     if (!identity) return identity.status();
     const bool isOfThisIndex = !identity->has_value() || **identity == m_index.identity();
+    if (!isForWriting) return isOfThisIndex ? *std::move(opened) : std::move(none);
+    if (m_isReconciled) return opened;
+    if (Status status = reconcile(**opened, isOfThisIndex); !status.isOk()) return status;
+    m_isReconciled = true;
+    return opened;
+}
+
+// Drops what the index does not know.
+Status DocumentProperties::reconcile(PropertyRecordFile& opened, bool isOfThisIndex) const {
     if (Status status = opened.deleteFrom(isOfThisIndex ? m_nextAtOpening : 0); !status.isOk()) {
         return status;
     }
@@ -98,14 +123,32 @@ Status DocumentProperties::settleRemovals(PropertyRecordFile& opened) const {
     return opened.write(changes);
 }
 
+Status DocumentProperties::createFile() {
+    if (m_isUnusable || m_access == Access::ReadOnly) {
+        return {StatusCode::Failed,
+                filledIn(_("The properties file %@ cannot be written."), m_path)};
+    }
+    auto created = PropertyRecordFile::create(m_path);
+    if (!created) return created.status();
+    m_file = *std::move(created);
+    m_isReconciled = true;
+    return {};
+}
+
+void DocumentProperties::noteFailure(const Status& status) const {
+    if (status.code() != StatusCode::Damaged) return reportOnce(status);
+    m_file.reset();
+    setAside(status);
+}
+
 // The file is never overwritten: a person may want to mend it.
 void DocumentProperties::setAside(const Status& status) const {
-    m_openingError = status;
+    m_fileError = status;
     if (m_access == Access::ReadOnly || status.code() != StatusCode::Damaged) {
         m_isUnusable = true;
         return reportOnce(status);
     }
-    const std::string aside = m_path + ".damaged";
+    const std::string aside = nameToSetAside(m_path);
     for (const std::string& path : PropertyRecordFile::pathsOf(m_path)) {
         const std::string target = aside + path.substr(m_path.size());
         if (fileInfo(path)) m_isUnusable |= std::rename(path.c_str(), target.c_str()) != 0;
@@ -138,13 +181,8 @@ std::optional<PropertyRecord> DocumentProperties::propertiesForSKDocument(
         if (const auto* change = changeOf(document)) return *change;
         if (m_removedInFile.contains(document)) return std::nullopt;
     }
-    PropertyRecordFile* const records = file();
-    if (records == nullptr) return std::nullopt;
-    const GateHold hold(m_fileGate);
-    const auto record = records->record(document);
-    if (record) return *record;
-    reportOnce(record.status());
-    return std::nullopt;
+    return fromFile([document](const auto& file) { return file.record(document); })
+        .value_or(std::nullopt);
 }
 
 std::optional<Date> DocumentProperties::dateForSKDocument(DocumentID document) const {
@@ -154,14 +192,23 @@ std::optional<Date> DocumentProperties::dateForSKDocument(DocumentID document) c
 
 std::vector<RecordEntry> DocumentProperties::recordsBehind(DocumentID document,
                                                            std::size_t max) const {
+    for (;;) {
+        DocumentID end = fulltext::kNoDocument;
+        std::vector<RecordEntry> records = recordsBehind(document, max, end);
+        if (!records.empty() || end == fulltext::kNoDocument) return records;
+        document = end;  // all of these were removed
+    }
+}
+
+// Looks at the file up to `end`; kNoDocument when that was all.
+std::vector<RecordEntry> DocumentProperties::recordsBehind(DocumentID document, std::size_t max,
+                                                           DocumentID& end) const {
+    const auto entries =
+        fromFile([document, max](const auto& file) { return file.recordsBehind(document, max); });
     std::map<DocumentID, PropertyRecord> found;
-    DocumentID end = fulltext::kNoDocument;  // behind which the file was not looked at
-    if (PropertyRecordFile* const records = file()) {
-        const GateHold hold(m_fileGate);
-        const auto entries = records->recordsBehind(document, max);
-        reportOnce(entries.status());
-        if (entries && entries->size() == max) end = entries->back().first;
-        if (entries) found.insert(entries->begin(), entries->end());
+    if (entries) {
+        if (entries->size() == max) end = entries->back().first;
+        found.insert(entries->begin(), entries->end());
     }
     MutexLock lock(m_mutex);
     for (const auto& removed : m_removedInFile) found.erase(removed.first);
@@ -182,39 +229,42 @@ std::vector<RecordEntry> DocumentProperties::recordsBehind(DocumentID document,
 }
 
 std::int64_t DocumentProperties::count() const {
-    file();
-    MutexLock lock(m_mutex);
-    return m_count;
-}
-
-// Numbers rise, so that a new one need not be looked up.
-bool DocumentProperties::isKnown(DocumentID document) const {
+    const GateHold writing(m_writing);
+    std::map<DocumentID, bool> changes;  // and whether the record is there afterwards
     {
         MutexLock lock(m_mutex);
-        if (document > m_highest) return false;
+        for (const auto& [document, record] : m_changes) changes[document] = record.has_value();
     }
-    return propertiesForSKDocument(document).has_value();
+    std::int64_t count =
+        fromFile([](const auto& file) { return file.count(); }).value_or(std::int64_t{0});
+    for (const auto& [document, isThere] : changes) {
+        count += static_cast<int>(isThere) - static_cast<int>(isInFile(document));
+    }
+    return count;
+}
+
+bool DocumentProperties::isInFile(DocumentID document) const {
+    {
+        MutexLock lock(m_mutex);
+        if (m_removedInFile.contains(document)) return false;
+    }
+    const auto record = fromFile([document](const auto& file) { return file.record(document); });
+    return record && record->has_value();
 }
 
 bool DocumentProperties::addSKDocument(DocumentID document,
                                        const std::optional<PropertyRecord>& withProperties) {
     if (!withProperties) return true;
-    const bool isNew = !isKnown(document);
     MutexLock lock(m_mutex);
     m_changes.insert_or_assign(document, *withProperties);
     m_changed = true;
-    m_highest = std::max(m_highest, document);
-    if (isNew) ++m_count;
     return true;
 }
 
 bool DocumentProperties::removeSKDocument(DocumentID document) {
-    const bool isThere = isKnown(document);
     MutexLock lock(m_mutex);
-    m_changed = true;
-    if (!isThere) return true;
     m_changes.insert_or_assign(document, std::nullopt);
-    --m_count;
+    m_changed = true;
     return true;
 }
 
@@ -238,32 +288,15 @@ std::shared_ptr<const DocumentProperties::Changes> DocumentProperties::takeChang
 }
 
 Status DocumentProperties::commit(const Changes& changes) {
-    PropertyRecordFile* const records = fileForWriting();
-    if (records == nullptr) {
-        return {StatusCode::Failed,
-                filledIn(_("The properties file %@ cannot be written."), m_path)};
+    const GateHold hold(m_fileGate);
+    if (file() == nullptr) {
+        if (Status status = createFile(); !status.isOk()) return status;
     }
     const RecordChanges described = describe(changes);
-    Status status;
-    {
-        const GateHold hold(m_fileGate);
-        status = records->write(described);
-    }
+    Status status = m_file->write(described);
+    if (!status.isOk()) noteFailure(status);
     noteWritten(described, status.isOk());
     return status;
-}
-
-PropertyRecordFile* DocumentProperties::fileForWriting() {
-    if (PropertyRecordFile* const records = file()) return records;
-    const GateHold hold(m_fileGate);
-    if (m_isUnusable || m_access == Access::ReadOnly) return nullptr;
-    auto created = PropertyRecordFile::create(m_path);
-    if (!created) {
-        reportOnce(created.status());
-        return nullptr;
-    }
-    m_file = *std::move(created);
-    return m_file.get();
 }
 
 // What was removed before goes for good once no state of the index that may survive knows it.
@@ -307,17 +340,17 @@ void DocumentProperties::indexWasFlushed() {
 }
 
 Status DocumentProperties::check() const {
-    PropertyRecordFile* const records = file();
     const GateHold hold(m_fileGate);
-    if (records != nullptr) return records->check();
-    return m_openingError;
+    const PropertyRecordFile* const records = file();
+    return records == nullptr ? m_fileError : records->check();
 }
 
 void DocumentProperties::close() {
     const GateHold writing(m_writing);
-    const RecordChanges rest = describe({});
     const GateHold hold(m_fileGate);
+    m_isOpened = true;  // and not again
     if (m_file != nullptr && m_access == Access::ReadWrite) {
+        const RecordChanges rest = describe({});
         if (!rest.forgotten.empty()) reportOnce(m_file->write(rest));
         m_file->close();
     }

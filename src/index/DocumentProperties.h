@@ -8,8 +8,8 @@
 //
 // Threads: any. Memory is guarded by a mutex; the file by gates, so that nobody waits for the disk
 // who needs only memory. Errors: a missing file is an empty one. One that cannot be read counts as
-// empty too: it is set aside when the index is open for writing, never overwritten, and the handler
-// is told once.
+// empty too, from the moment when that shows: it is set aside when the index is open for writing,
+// never overwritten, and the handler is told once.
 #pragma once
 
 #include <atomic>
@@ -50,7 +50,7 @@ public:
     bool write();
     void indexWasFlushed();
 
-    std::int64_t count() const;
+    std::int64_t count() const;  // reads the whole file
 
     // Always true; no record changes nothing.
     bool addSKDocument(fulltext::DocumentID document,
@@ -72,18 +72,27 @@ public:
 private:
     using Changes = std::map<fulltext::DocumentID, std::optional<PropertyRecord>>;
 
+    // The caller holds m_fileGate.
     PropertyRecordFile* file() const;  // opened when first needed; null when there is none
-    void openFile() const;
-    Status reconcile(PropertyRecordFile& opened) const;
+    Result<std::unique_ptr<PropertyRecordFile>> openFile() const;
+    Status reconcile(PropertyRecordFile& opened, bool isOfThisIndex) const;
     Status settleRemovals(PropertyRecordFile& opened) const;
+    Status createFile();
+    void noteFailure(const Status& status) const;
     void setAside(const Status& status) const;
+
+    // What `use` makes of the file; none when there is no file, or none that can be used.
+    template <typename Use>
+    auto fromFile(Use use) const;
+
     void reportOnce(const Status& status) const;
     const std::optional<PropertyRecord>* changeOf(fulltext::DocumentID document) const
         SW_REQUIRES(m_mutex);
-    bool isKnown(fulltext::DocumentID document) const;
+    std::vector<RecordEntry> recordsBehind(fulltext::DocumentID document, std::size_t max,
+                                           fulltext::DocumentID& end) const;
+    bool isInFile(fulltext::DocumentID document) const;
     std::shared_ptr<const Changes> takeChanges();
     Status commit(const Changes& changes);
-    PropertyRecordFile* fileForWriting();
     RecordChanges describe(const Changes& changes);
     void noteWritten(const RecordChanges& written, bool isDone);
     void putBack(const Changes& changes);
@@ -96,23 +105,22 @@ private:
 
     mutable std::atomic<bool> m_isErrorReported = false;
 
-    Gate m_writing;
+    mutable Gate m_writing;  // before m_fileGate
 
     // For reading and writing alike, one thread at a time.
     mutable Gate m_fileGate;
     mutable std::unique_ptr<PropertyRecordFile> m_file;  // under m_fileGate, like the flags
     mutable bool m_isOpened = false;
-    mutable Status m_openingError;
+    mutable bool m_isReconciled = false;
+    mutable Status m_fileError;         // why it cannot be used
     mutable bool m_isUnusable = false;  // stands in the way and must not be overwritten
 
     mutable Mutex m_mutex;
     bool m_changed SW_GUARDED_BY(m_mutex) = false;
     Changes m_changes SW_GUARDED_BY(m_mutex);  // since the last write; none for a removed record
     std::shared_ptr<const Changes> m_beingWritten SW_GUARDED_BY(m_mutex);  // may be null
-    fulltext::DocumentID m_highest SW_GUARDED_BY(m_mutex);  // no record is known above it
-    mutable std::int64_t m_count SW_GUARDED_BY(m_mutex) = 0;
     // Records in the file that count as removed, with the generation of the index that knows it.
-    mutable std::map<fulltext::DocumentID, std::uint64_t> m_removedInFile SW_GUARDED_BY(m_mutex);
+    std::map<fulltext::DocumentID, std::uint64_t> m_removedInFile SW_GUARDED_BY(m_mutex);
 };
 
 }  // namespace siftwell

@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "base/Translate.h"
+#include "text/Utf8.h"
 #include "text/Utf8Prefix.h"
 
 namespace siftwell {
@@ -24,7 +25,7 @@ std::string titleFor(const AddRequest& request) {
     std::string title = request.url.scheme() == "feed"
                             ? filledIn(_("RSS Feed: %@"), request.url.host().value_or(""))
                             : repairedUtf8(request.url.lastPathComponent());
-    return title.size() > 1 ? title : request.url.absoluteString();
+    return utf16Length(title) > 1 ? title : request.url.absoluteString();
 }
 
 SKIndex DocumentStore::skIndexForSource(const std::string& source, const std::string& scheme,
@@ -73,6 +74,7 @@ SKIndex DocumentStore::skIndexForSKDocument(const SKDocument& document,
 
 bool DocumentStore::isDocument(const Url& url, const std::string& fromSource,
                                std::optional<Date> indexedWithDate) {
+    const SharedHold hold(m_parts.locks.indexGate());
     const auto document = skDocumentForURL(url, m_parts.notifier);
     if (!document) return false;
     const SKIndex own = skIndexForSource(fromSource, url.scheme(), true);
@@ -92,8 +94,10 @@ DocumentStore::AddOutcome DocumentStore::add(const AddRequest& request) {
     }
     if (isSKDocument(*document, target, request.date)) return AddOutcome::UpToDate;
     if (!clearOlderCopies(request, *document, target)) return AddOutcome::UpToDate;
-    if (!addToIndex(request, *document, target)) return AddOutcome::NotAdded;
+    const auto record = addToIndex(request, *document, target);
+    if (!record) return AddOutcome::NotAdded;
     if (m_parts.counters.documents.add(1) % kFlushInterval == 0) m_flush();
+    postAddition(*record);
     return AddOutcome::Added;
 }
 
@@ -102,7 +106,8 @@ DocumentStore::AddOutcome DocumentStore::add(const AddRequest& request) {
 bool DocumentStore::clearOlderCopies(const AddRequest& request, const SKDocument& document,
                                      const SKIndex& target) {
     bool isNewest = true;
-    for (const SKIndex& index : *m_parts.indexes.list()) {
+    const auto indexes = m_parts.indexes.list();
+    for (const SKIndex& index : *indexes) {
         const auto number = numberOf(document, index);
         if (!number) continue;
         const auto record = index->properties->propertiesForSKDocument(*number);
@@ -114,26 +119,32 @@ bool DocumentStore::clearOlderCopies(const AddRequest& request, const SKDocument
             m_parts.counters.documents.add(-1);
             m_parts.counters.deleted.add(1);
         } else {
-            removeSKDocument(document, index, request.url.absoluteString(), true);
+            removeNumber(*number, index, request.url.absoluteString(), true);
         }
     }
     return isNewest;
 }
 
-bool DocumentStore::addToIndex(const AddRequest& request, const SKDocument& document,
-                               const SKIndex& target) {
+// The record that was stored.
+std::optional<PropertyRecord> DocumentStore::addToIndex(const AddRequest& request,
+                                                        const SKDocument& document,
+                                                        const SKIndex& target) {
+    const SharedHold hold(target->pairGate);
     const auto added = target->index->add(document, request.content, request.readable);
     if (!added) {
         m_parts.notifier.reportError(_("SearchKit failed to index this URL"), kSeverity,
                                      request.url.absoluteString(),
                                      filledIn(_("Content = %@"), request.content));
-        return false;
+        return std::nullopt;
     }
-    const PropertyRecord record = recordFor(request);
+    PropertyRecord record = recordFor(request);
     if (added->replaced) target->properties->removeSKDocument(*added->replaced);
     target->properties->addSKDocument(added->id, record);
-    postAddition(record);
-    return true;
+    // Another thread may have replaced the document before it had its record.
+    if (target->index->stateOf(added->id) == fulltext::DocumentState::NotIndexed) {
+        target->properties->removeSKDocument(added->id);
+    }
+    return record;
 }
 
 PropertyRecord DocumentStore::recordFor(const AddRequest& request) const {
@@ -150,22 +161,38 @@ bool DocumentStore::removeSKDocument(const SKDocument& document, const SKIndex& 
                                      std::optional<std::string> withURLString,
                                      bool sendNotification) {
     const auto number = numberOf(document, fromSKIndex);
-    if (!withURLString && number) {
+    if (!number) {
+        reportNotRemoved(withURLString);
+        return false;
+    }
+    if (!withURLString) {
         const auto record = fromSKIndex->properties->propertiesForSKDocument(*number);
         withURLString = record ? record->url : addressOfDocument(document);
     }
-    if (!number || !fromSKIndex->index->remove(*number).isOk()) {
-        if (withURLString) {
-            m_parts.notifier.reportError(_("SearchKit failed to remove this URL"), kSeverity,
-                                         *withURLString, "");
+    return removeNumber(*number, fromSKIndex, *withURLString, sendNotification);
+}
+
+bool DocumentStore::removeNumber(fulltext::DocumentID document, const SKIndex& fromSKIndex,
+                                 const std::string& url, bool sendNotification) {
+    {
+        const SharedHold hold(fromSKIndex->pairGate);
+        const Status status = fromSKIndex->index->remove(document);
+        if (!status.isOk()) {
+            // Another thread may have removed it meanwhile; that is as good.
+            if (status.code() != StatusCode::NotFound) reportNotRemoved(url);
+            return false;
         }
-        return false;
+        fromSKIndex->properties->removeSKDocument(document);
     }
-    fromSKIndex->properties->removeSKDocument(*number);
-    if (sendNotification && withURLString) postRemoval(*withURLString);
+    if (sendNotification) postRemoval(url);
     m_parts.counters.documents.add(-1);
     m_parts.counters.deleted.add(1);
     return true;
+}
+
+void DocumentStore::reportNotRemoved(const std::optional<std::string>& url) {
+    if (!url) return;
+    m_parts.notifier.reportError(_("SearchKit failed to remove this URL"), kSeverity, *url, "");
 }
 
 bool DocumentStore::removeURLFromIndex(const Url& url) {
@@ -173,7 +200,8 @@ bool DocumentStore::removeURLFromIndex(const Url& url) {
     const auto document = skDocumentForURL(url, m_parts.notifier);
     if (!document) return false;
     const SKIndex index = skIndexForSKDocument(*document, std::nullopt);
-    return index != nullptr && removeSKDocument(*document, index, url.absoluteString(), true);
+    const auto number = index == nullptr ? std::nullopt : numberOf(*document, index);
+    return number && removeNumber(*number, index, url.absoluteString(), true);
 }
 
 std::optional<PropertyRecord> DocumentStore::propertiesForDocumentID(

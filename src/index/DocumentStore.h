@@ -86,7 +86,11 @@ public:
 private:
     bool clearOlderCopies(const AddRequest& request, const SKDocument& document,
                           const SKIndex& target);
-    bool addToIndex(const AddRequest& request, const SKDocument& document, const SKIndex& target);
+    std::optional<PropertyRecord> addToIndex(const AddRequest& request, const SKDocument& document,
+                                             const SKIndex& target);
+    bool removeNumber(fulltext::DocumentID document, const SKIndex& fromSKIndex,
+                      const std::string& url, bool sendNotification);
+    void reportNotRemoved(const std::optional<std::string>& url);
     PropertyRecord recordFor(const AddRequest& request) const;
     void postRemoval(const std::string& url);
     void postAddition(const PropertyRecord& record);

@@ -60,8 +60,14 @@ IndexController::IndexController(const Surroundings& surroundings, Access access
 }
 
 IndexController::~IndexController() {
-    m_loader->stop();
     m_search.finishAfterIdlePeriod(std::chrono::seconds(0));
+    m_loader->stop();
+}
+
+void IndexController::endSearchOfThisThread() {
+    if (m_surroundings.mainLoop.isOwnedByThisThread()) {
+        m_search.finishAfterIdlePeriod(std::chrono::seconds(0));
+    }
 }
 
 void IndexController::readStopWords() {
@@ -101,6 +107,7 @@ void IndexController::updatePendingCount(const PropertyList& progress) {
 void IndexController::applyPreferences() { m_admission.applyPreferences(); }
 
 bool IndexController::loadIndex() {
+    endSearchOfThisThread();
     m_loader->stop();
     disableIndexing();
     {
@@ -137,13 +144,17 @@ void IndexController::loadCounters() {
 
 void IndexController::flush() {
     if (m_access == Access::ReadOnly) return;
-    for (const SKIndex& index : *m_indexes->list()) flushIndex(index);
+    endSearchOfThisThread();
+    const SharedHold hold(m_locks.indexGate());
+    const auto indexes = m_indexes->list();
+    for (const SKIndex& index : *indexes) flushIndex(index);
     storeCounters();
 }
 
 // Records first, then the index: in this order a killed program leaves a pair that can be brought
 // to agree.
 bool IndexController::flushIndex(const SKIndex& index) {
+    const ExclusiveHold hold(index->pairGate);
     if (!index->properties->write()) return false;
     const Status status = index->index->flush();
     if (status.isOk()) {
@@ -167,8 +178,10 @@ void IndexController::storeCounters() {
 }
 
 bool IndexController::compactIndex() {
+    endSearchOfThisThread();
     const SharedHold hold(m_locks.indexGate());
-    for (const SKIndex& index : *m_indexes->list()) {
+    const auto indexes = m_indexes->list();
+    for (const SKIndex& index : *indexes) {
         yieldForPriorityThread();
         flushIndex(index);  // what is removed but not flushed would be kept
         if (const Status status = index->index->compact(); !status.isOk()) {
@@ -180,6 +193,7 @@ bool IndexController::compactIndex() {
 }
 
 bool IndexController::closeIndex() {
+    endSearchOfThisThread();
     m_loader->stop();
     const ExclusiveHold hold(m_locks.indexGate());
     if (m_access == Access::ReadOnly) {
@@ -209,7 +223,8 @@ std::vector<std::string> IndexController::indexedSources() const {
         MutexLock lock(m_mutex);
         return {m_indexedSources.begin(), m_indexedSources.end()};
     }
-    for (const SKIndex& index : *m_indexes->list()) {
+    const auto indexes = m_indexes->list();
+    for (const SKIndex& index : *indexes) {
         const std::string source = sourceOfIndexName(index->name);
         if (std::find(sources.begin(), sources.end(), source) == sources.end()) {
             sources.push_back(source);
@@ -280,27 +295,28 @@ void IndexController::addDataToIndex(AddRequest request) {
         addToPendingDocumentCount(-1);
         return;
     }
-    const auto complete = withExtractedText(std::move(request));
-    if (!complete) {
+    if (!extractText(request)) {
         m_surroundings.notifier.reportError(_("SearchKit failed to index this URL"), 3,
-                                            url.absoluteString(), "");
-    } else if (m_store->add(*complete) == DocumentStore::AddOutcome::Added &&
+                                            url.absoluteString(),
+                                            filledIn(_("Content = %@"), request.content));
+    } else if (m_store->add(request) == DocumentStore::AddOutcome::Added &&
                m_indexFormat == kMonthlyFormat) {
-        noteIndexedSource(complete->source);
+        noteIndexedSource(request.source);
     }
     addToPendingDocumentCount(-1);
 }
 
-// The text of a file that needs an extractor is read now, before any lock is taken.
-std::optional<AddRequest> IndexController::withExtractedText(AddRequest request) {
-    if (!extractorNeededForURL(request.url)) return request;
-    if (m_surroundings.extractor == nullptr) return std::nullopt;
+// The text of a file that needs an extractor is read now, before any lock is taken. False when
+// there is none to be had.
+bool IndexController::extractText(AddRequest& request) {
+    if (!extractorNeededForURL(request.url)) return true;
+    if (m_surroundings.extractor == nullptr) return false;
     auto text = m_surroundings.extractor->textOf(request.url);
-    if (!text) return std::nullopt;
+    if (!text) return false;
     request.readable = *text;
     reduceToAlphanumeric(*text, [this] { yieldForPriorityThread(); });
     request.content = trimmingWhiteSpace(*text);
-    return request;
+    return true;
 }
 
 bool IndexController::removeSKDocument(const SKDocument& document, const SKIndex& fromSKIndex,

@@ -8,6 +8,7 @@
 // Errors: reported through the notifier.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -65,7 +66,8 @@ public:
     std::vector<std::string> indexedSources() const;
     bool isIndexedSource(const std::string& source) const;
 
-    // ---- Loading and keeping
+    // ---- Loading and keeping. On the main thread they end the current search at once: it would
+    // wait for threads that wait for its priority.
 
     // Loads every index anew; whether there is any. Main or a maintenance thread.
     bool loadIndex();
@@ -164,6 +166,7 @@ public:
     }
 
 private:
+    void endSearchOfThisThread();
     void readStopWords();
     void findFolder();
     void loadCounters();
@@ -172,7 +175,7 @@ private:
     void noteIndexedSource(const std::string& source);
     bool flushIndex(const SKIndex& index);
     void storeCounters();
-    std::optional<AddRequest> withExtractedText(AddRequest request);
+    bool extractText(AddRequest& request);
     std::vector<SKIndex> indexesOf(const std::vector<std::string>& sources);
 
     const Surroundings m_surroundings;

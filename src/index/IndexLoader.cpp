@@ -36,31 +36,38 @@ void IndexLoader::run(const std::stop_token& stop) {
         const ScanLock::Turn turn(m_parts.locks.scanLock());
         m_parts.centre.postMainThreadNotificationName("SiftwellStatusRemoveURLNotification", {});
         m_parts.notifier.reportProgressIn("Loader", "Loading index files...");
-        for (const SKIndex& index : *m_parts.indexes.list()) {
-            if (!mayContinue(stop)) break;
-            const SharedHold hold(m_parts.locks.indexGate());
-            walk(index, stop);
-        }
+        const bool isComplete = walkAll(stop);
         postSummaries();
-        m_parts.counters.documents.set(m_sent);
+        if (isComplete) m_parts.counters.documents.set(m_sent);
         m_parts.gate.enable();
     }
     m_parts.notifier.reportProgressDoneIn("Loader", "");
     m_parts.notifier.reportStatus("");
 }
 
+// False when it was broken off: then the number of documents is not known.
+bool IndexLoader::walkAll(const std::stop_token& stop) {
+    const auto indexes = m_parts.indexes.list();
+    for (const SKIndex& index : *indexes) {
+        if (!mayContinue(stop)) return false;
+        const SharedHold hold(m_parts.locks.indexGate());
+        if (!walk(index, stop)) return false;
+    }
+    return true;
+}
+
 bool IndexLoader::mayContinue(const std::stop_token& stop) const {
     return !stop.stop_requested() && m_parts.locks.continueEnumerating();
 }
 
-void IndexLoader::walk(const SKIndex& index, const std::stop_token& stop) {
+bool IndexLoader::walk(const SKIndex& index, const std::stop_token& stop) {
     for (fulltext::DocumentID last = 0;;) {
         const auto documents = index->index->documentsBehind(last, kDocumentsPerLook);
-        if (documents.empty()) return;
+        if (documents.empty()) return true;
         const auto records = index->properties->recordsBehind(last, kDocumentsPerLook);
         auto record = records.begin();
         for (const fulltext::DocumentID document : documents) {
-            if (!mayContinue(stop)) return;
+            if (!mayContinue(stop)) return false;
             while (record != records.end() && record->first < document) ++record;
             const bool isNext = record != records.end() && record->first == document;
             addSummary(

@@ -42,7 +42,8 @@ public:
 
 private:
     bool mayContinue(const std::stop_token& stop) const;
-    void walk(const SKIndex& index, const std::stop_token& stop);
+    bool walkAll(const std::stop_token& stop);
+    bool walk(const SKIndex& index, const std::stop_token& stop);
     void addSummary(const SKIndex& index, fulltext::DocumentID document,
                     const std::optional<PropertyRecord>& record);
     void postSummaries();

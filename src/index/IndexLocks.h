@@ -1,7 +1,8 @@
 // IndexLocks: how indexing, maintenance and searching share the indexes.
 //
-// Order, where more than one is held: scan turn, index lock, the set's gate for making indexes. The
-// priority is passed through at safe points and never held while waiting for another lock.
+// Order, where more than one is held: scan turn, index lock, the set's gate for making indexes, the
+// gate of one index and its records. The priority is passed through at safe points and never held
+// while waiting for another lock.
 //
 // Threads: any.
 #pragma once

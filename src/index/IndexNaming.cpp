@@ -9,6 +9,7 @@
 #include "base/Log.h"
 #include "base/Translate.h"
 #include "text/Ascii.h"
+#include "text/NormalForm.h"
 #include "text/Utf8Prefix.h"
 
 namespace siftwell {
@@ -18,6 +19,9 @@ namespace {
 constexpr std::size_t kMaxWholeName = 255;
 constexpr std::size_t kMaxSpecifier = 65535;
 constexpr std::size_t kMiddleLength = 11;  // reserved for the length and sum of what is left out
+
+// An index of that name would be taken for a side file.
+constexpr std::string_view kSideFileExtension = "data";
 
 // With scheme, ".data" and SQLite's endings, a file name stays below the 255 bytes of file systems.
 constexpr std::size_t kMaxSourceBytes = 180;
@@ -76,7 +80,7 @@ std::string shortenedName(std::string_view specifier) {
     std::size_t last = components.size();
     while (last > first && used + components[last - 1].size() + kMiddleLength <= kMaxWholeName) {
         --last;
-        tail = "/" + std::string(components[last]) + tail;
+        tail.insert(0, components[last]).insert(0, 1, '/');
         used += components[last].size() + 1;
     }
     std::size_t skipped = 0;
@@ -93,9 +97,11 @@ std::string shortenedName(std::string_view specifier) {
 }  // namespace
 
 std::string indexNameForSource(std::string_view source, std::string_view scheme) {
-    std::string name = fileNameOf(source);
-    if (!scheme.empty()) name += "." + lowerCasedAscii(scheme);
-    return name;
+    std::string name = fileNameOf(composed(source));
+    if (scheme.empty()) return name;
+    std::string extension = lowerCasedAscii(scheme);
+    if (extension == kSideFileExtension) extension.insert(0, "%");
+    return name + "." + extension;
 }
 
 std::string sourceOfIndexName(std::string_view indexName) {

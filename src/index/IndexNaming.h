@@ -14,8 +14,9 @@
 namespace siftwell {
 
 // The name of the index for documents of a source with a scheme, which is also its file's name: the
-// source with the scheme in lower case as extension, or the source alone. What would leave the
-// index folder, hide the file or not fit into a name is escaped ("a/b" becomes "a%2Fb").
+// source, precomposed, with the scheme in lower case as extension, or the source alone. What would
+// leave the index folder, hide the file, not fit into a name or be taken for a side file is escaped
+// ("a/b" becomes "a%2Fb").
 std::string indexNameForSource(std::string_view source, std::string_view scheme);
 
 // The source of an index, by its name: what stands before the extension.

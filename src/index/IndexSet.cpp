@@ -189,7 +189,8 @@ void IndexSet::reportUnusable(const Status& status) {
 
 Status IndexSet::closeAll() {
     Status first;
-    for (const SKIndex& index : *list()) {
+    const auto indexes = list();
+    for (const SKIndex& index : *indexes) {
         const Status status = index->index->close();
         index->properties->close();
         if (first.isOk()) first = status;

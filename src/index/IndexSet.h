@@ -32,7 +32,8 @@ public:
     // `notifier` and `clock` outlive the set.
     IndexSet(Settings settings, SWNotifier& notifier, Clock& clock);
 
-    // The list as it is now; never null.
+    // The list as it is now; never null. Whoever walks it gives it a name: the temporary of a loop
+    // over *list() ends before the loop begins.
     std::shared_ptr<const List> list() const;
     SKIndex find(const std::string& name) const;  // null when there is none
 

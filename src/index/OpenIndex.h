@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "base/Gate.h"
 #include "fulltext/Index.h"
 #include "index/DocumentProperties.h"
 
@@ -16,6 +17,10 @@ struct OpenIndex {
     std::string path;
     std::unique_ptr<fulltext::Index> index;
     std::unique_ptr<DocumentProperties> properties;
+
+    // Shared by whoever changes a document and its record, exclusive for writing both: what is
+    // flushed has its records, whenever the program is killed.
+    SharedGate pairGate;
 
     static std::string sideFileOf(const std::string& path) { return path + ".data"; }
 };

@@ -32,6 +32,15 @@ std::string textIn(const PLSqliteResultSet& row, int column) {
     return row.isNullForColumnIndex(column) ? std::string() : row.stringForColumnIndex(column);
 }
 
+// For what SQLite is content with and this program never writes.
+[[noreturn]] void refuse(const char* what) { throw NamedException("PLSqliteException", what); }
+
+DocumentID documentIn(const PLSqliteResultSet& row) {
+    const std::int64_t number = row.bigIntForColumnIndex(0);
+    if (number < 1 || number > fulltext::kLastDocumentID) refuse("no document has such a number");
+    return static_cast<DocumentID>(number);
+}
+
 RecordEntry entryIn(const PLSqliteResultSet& row) {
     PropertyRecord record{.date = Date::fromReference(row.doubleForColumnIndex(1)),
                           .source = textIn(row, 2),
@@ -40,7 +49,7 @@ RecordEntry entryIn(const PLSqliteResultSet& row) {
                           .url = textIn(row, 5),
                           .cachePath = std::nullopt};
     if (!row.isNullForColumnIndex(6)) record.cachePath = row.dataForColumnIndex(6);
-    return {static_cast<DocumentID>(row.bigIntForColumnIndex(0)), std::move(record)};
+    return {documentIn(row), std::move(record)};
 }
 
 void bindEntry(PLSqliteStatement& statement, DocumentID document, const PropertyRecord& record) {
@@ -77,12 +86,14 @@ bool PropertyRecordFile::wasLeftOpen(const std::string& path) {
 // Looks before it opens the file for writing: at closing, SQLite would change a file that is not
 // ours to change.
 Result<std::unique_ptr<PropertyRecordFile>> PropertyRecordFile::open(const std::string& path) {
-    const auto looked = openForReading(path);
+    auto looked = openForReading(path);
     if (!looked) return looked.status();
+    const bool isEmpty = *looked == nullptr;
+    looked->reset();  // while it looks, the file is locked
     auto file = openAt(path, path, PLSqliteDatabase::kReadWrite);
     if (!file) return file.status();
     Status status = (*file)->prepareForWriting();
-    if (status.isOk() && *looked == nullptr) status = (*file)->createTables();
+    if (status.isOk() && isEmpty) status = (*file)->createTables();
     if (!status.isOk()) return status;
     return file;
 }
@@ -237,7 +248,8 @@ Result<std::vector<RecordEntry>> PropertyRecordFile::recordsBehind(DocumentID do
 
 Result<std::int64_t> PropertyRecordFile::count() const {
     return guarded([this]() -> std::int64_t {
-        const auto rows = query("SELECT count(*) FROM records");
+        const auto rows =
+            query("SELECT count(*) FROM records WHERE id NOT IN (SELECT id FROM removed)");
         return rows->next() ? rows->bigIntForColumnIndex(0) : 0;
     });
 }
@@ -246,9 +258,7 @@ Result<std::set<DocumentID>> PropertyRecordFile::removed() const {
     return guarded([this] {
         std::set<DocumentID> documents;
         const auto rows = query("SELECT id FROM removed");
-        while (rows->next()) {
-            documents.insert(static_cast<DocumentID>(rows->bigIntForColumnIndex(0)));
-        }
+        while (rows->next()) documents.insert(documentIn(*rows));
         return documents;
     });
 }
@@ -259,7 +269,8 @@ Result<std::optional<fulltext::FileIdentity>> PropertyRecordFile::identity() con
         if (!rows->next()) return std::nullopt;
         const std::string bytes = rows->dataForColumnIndex(0);
         fulltext::FileIdentity identity{};
-        std::copy_n(bytes.begin(), std::min(bytes.size(), identity.size()), identity.begin());
+        if (bytes.size() != identity.size()) refuse("no index has such an identity");
+        std::copy(bytes.begin(), bytes.end(), identity.begin());
         return identity;
     });
 }
@@ -292,7 +303,8 @@ Status PropertyRecordFile::writeInTransaction(const RecordChanges& changes) {
     if (Status status = store(changes); !status.isOk()) return status;
     for (const auto& [statement, documents] :
          {std::pair("DELETE FROM removed WHERE id = ?", &changes.restored),
-          std::pair("INSERT OR REPLACE INTO removed VALUES (?)", &changes.removed),
+          std::pair("INSERT OR REPLACE INTO removed SELECT id FROM records WHERE id = ?",
+                    &changes.removed),
           std::pair("DELETE FROM records WHERE id = ?", &changes.forgotten),
           std::pair("DELETE FROM removed WHERE id = ?", &changes.forgotten)}) {
         if (Status status = runForEach(statement, *documents); !status.isOk()) return status;

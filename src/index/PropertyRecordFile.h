@@ -40,8 +40,9 @@ public:
     // For writing; an empty file gets its tables. Damaged when the file is no database of ours,
     // UnknownVersion, without having touched it, when a newer program wrote it.
     static Result<std::unique_ptr<PropertyRecordFile>> open(const std::string& path);
-    // Sees the file as it is now, whatever is written meanwhile, and changes nothing in its folder.
-    // Null when nothing was written to it yet.
+    // Sees the file as it is now, whatever is written meanwhile, and changes nothing in its folder;
+    // only where a log was left without its index ("-shm") does SQLite make that. Null when nothing
+    // was written to it yet.
     static Result<std::unique_ptr<PropertyRecordFile>> openForReading(const std::string& path);
     static Result<std::unique_ptr<PropertyRecordFile>> create(const std::string& path);
 
@@ -54,7 +55,7 @@ public:
     // Up to `max` records of documents behind `document`, in rising order.
     Result<std::vector<RecordEntry>> recordsBehind(fulltext::DocumentID document,
                                                    std::size_t max) const;
-    Result<std::int64_t> count() const;  // reads the whole file
+    Result<std::int64_t> count() const;  // without removed ones; reads the whole file
     Result<std::set<fulltext::DocumentID>> removed() const;
     // The index that the records were written for; none before the first write.
     Result<std::optional<fulltext::FileIdentity>> identity() const;

@@ -1,0 +1,84 @@
+#include "index/IndexLocks.h"
+
+#include "index/IndexFixture.h"
+
+namespace siftwell {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(DocumentCounterTest, IsNeverBelowZeroAndSaysWhatItWouldBe) {
+    DocumentCounter counter;
+    EXPECT_EQ(counter.add(-1), -1);
+    EXPECT_EQ(counter.value(), 0);
+    EXPECT_EQ(counter.add(5), 5);
+    EXPECT_EQ(counter.add(-7), -2);
+    EXPECT_EQ(counter.value(), 0);
+    EXPECT_EQ(counter.set(-3), -3);
+    EXPECT_EQ(counter.value(), 0);
+}
+
+class IndexLocksTest : public IndexFixture {
+protected:
+    IndexLocks m_locks;
+};
+
+TEST_F(IndexLocksTest, GateStartsClosedAndTellsOnlyOfItsFirstClosingAndLastOpening) {
+    IndexingGate gate(m_centre);
+    EXPECT_FALSE(gate.isEnabled());
+    EXPECT_FALSE(gate.disable());
+    gate.enable();
+    EXPECT_FALSE(gate.isEnabled());
+    gate.enable();
+    EXPECT_TRUE(gate.isEnabled());
+    gate.enable();
+    EXPECT_EQ(gate.reasons(), 0);
+    EXPECT_TRUE(
+        isLogged("[IndexController enableIndexing] attempted to enable indexing when it "
+                 "was already enabled."));
+    EXPECT_TRUE(gate.disable());
+    EXPECT_FALSE(gate.disable());
+    m_loop.drain();
+    EXPECT_THAT(m_toggles, ElementsAre(true, false));
+}
+
+TEST_F(IndexLocksTest, EnumerationsTakeTurnsAndOneThatIsAloneGoesOn) {
+    std::vector<int> journal;
+    std::thread second;
+    {
+        const ScanLock::Turn turn(m_locks.scanLock());
+        EXPECT_TRUE(m_locks.continueEnumerating());
+        second = std::thread([&] {
+            const ScanLock::Turn next(m_locks.scanLock());
+            EXPECT_TRUE(m_locks.continueEnumerating());
+            journal.push_back(2);
+        });
+        while (m_locks.continueEnumerating()) std::this_thread::yield();
+        EXPECT_EQ(m_locks.scanLock().count(), 2);
+        journal.push_back(1);
+    }
+    second.join();
+    EXPECT_THAT(journal, ElementsAre(1, 2));
+    EXPECT_EQ(m_locks.scanLock().count(), 0);
+    EXPECT_FALSE(m_locks.continueEnumerating());
+}
+
+TEST_F(IndexLocksTest, ScanMayStartOnlineWithOpenGateAndNobodyEnumerating) {
+    EXPECT_TRUE(store().readyToIndex());
+    EXPECT_EQ(m_network.asked.size(), 1U);
+    m_network.isOnline = false;
+    EXPECT_FALSE(store().readyToIndex());
+    EXPECT_EQ(m_network.asked.size(), 3U);
+    m_network.isOnline = true;
+    store().disableIndexing();
+    EXPECT_FALSE(store().readyToIndex());
+    store().enableIndexing();
+
+    m_centre.post("SiftwellIndexerProgressStartNotification",
+                  PropertyList::Dictionary{{"source", "x"}, {"count", 12}});
+    m_centre.post("SiftwellIndexerProgressStartNotification", "no dictionary");
+    EXPECT_EQ(store().pendingDocumentCount(), 12);
+}
+
+}  // namespace
+}  // namespace siftwell
