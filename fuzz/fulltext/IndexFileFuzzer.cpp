@@ -85,6 +85,8 @@ std::unique_ptr<IndexFile> IndexFile::made(unsigned kind) {
     file->addDocuments(**index, 0, kind % 2 == 0 ? 6 : kBlock + 2);
     require((*index)->close().isOk());
     if (kind % 2 != 0) return file;
+    index = Index::open(kPath, "x", Index::Access::ReadWrite, file->surroundings());
+    require(index.isOk());
     file->addDocuments(**index, 6, 8);
     require((*index)->remove(2).isOk() && (*index)->remove(7).isOk());
     file->addDocuments(**index, 8, 10);

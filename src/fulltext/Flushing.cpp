@@ -1,5 +1,6 @@
 #include "fulltext/Flushing.h"
 
+#include "base/Translate.h"
 #include "fulltext/SegmentBuilder.h"
 
 namespace siftwell::fulltext {
@@ -73,6 +74,18 @@ Status IndexCore::noteWrite(Status status) {
     MutexLock lock(mutex);
     if (writeError.isOk()) writeError = status;
     return status;
+}
+
+void IndexCore::endWriting() {
+    const GateHold noMerge(merging);
+    const GateHold noWrite(writing);
+    MutexLock lock(mutex);
+    if (hasEnded) return;
+    hasEnded = true;
+    if (writeError.isOk()) {
+        writeError = {StatusCode::Failed, filledIn(_("The index %@ was closed."), path)};
+    }
+    file->unlockForWriting();
 }
 
 Result<std::shared_ptr<const Segment>> placeSegment(IndexCore& index, Spool& payload,

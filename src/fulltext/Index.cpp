@@ -59,6 +59,7 @@ Index::Index(std::shared_ptr<IndexCore> core, const Surroundings& surroundings)
 Index::~Index() {
     m_core->isClosing = true;
     if (m_surroundings.maintenance != nullptr) m_surroundings.maintenance->forget(*m_core);
+    if (!m_core->isReadOnly) m_core->endWriting();
 }
 
 Result<std::unique_ptr<Index>> Index::create(const std::string& path, const IndexSettings& settings,
@@ -138,6 +139,7 @@ Result<std::unique_ptr<Index>> Index::openFile(std::unique_ptr<StorageFile> file
 
 Status Index::close() {
     if (m_core->isReadOnly) return {};
+    if (m_core->isEnded()) return {};
     m_core->isClosing = true;
     if (m_surroundings.maintenance != nullptr) m_surroundings.maintenance->forget(*m_core);
     m_core->isClosing = false;
@@ -145,6 +147,7 @@ Status Index::close() {
     if (status.isOk()) status = mergeSegmentsOf(*m_core, kMergedOnClosing);
     if (status.isOk()) status = fulltext::flush(*m_core, FlushKind::Closing);
     if (status.isOk()) status = fulltext::sync(*m_core);
+    m_core->endWriting();
     return status;
 }
 

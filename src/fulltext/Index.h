@@ -60,7 +60,9 @@ public:
 
     ~Index();
 
-    // Flushes, leaves no document outside of segments, and makes everything durable.
+    // Flushes, leaves no document outside of segments, makes everything durable, and lets another
+    // writer in, whoever still looks at the index. Nothing can be written any more; a second call
+    // does nothing.
     Status close();
 
     const IndexSettings& settings() const;

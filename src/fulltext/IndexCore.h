@@ -53,6 +53,7 @@ struct IndexCore {
     std::uint64_t lastGeneration SW_GUARDED_BY(mutex) = 0;  // given to a commit, written or not
     Root latest SW_GUARDED_BY(mutex);   // root of the newest commit that was written
     Root durable SW_GUARDED_BY(mutex);  // root of the newest commit that was synced
+    bool hasEnded SW_GUARDED_BY(mutex) = false;
 
     Gate rootWriting;
     RootWriter roots;  // under rootWriting
@@ -71,6 +72,13 @@ struct IndexCore {
     Status currentWriteError() SW_EXCLUDES(mutex) {
         MutexLock lock(mutex);
         return writeError;
+    }
+
+    // Searches may keep the file for long after the last write.
+    void endWriting() SW_EXCLUDES(mutex);
+    bool isEnded() SW_EXCLUDES(mutex) {
+        MutexLock lock(mutex);
+        return hasEnded;
     }
 
     // Gives way to others between two steps. Work that can be left off is, when the index is

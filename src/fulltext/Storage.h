@@ -35,9 +35,10 @@ public:
     virtual Status sync() = 0;
     virtual Result<std::unique_ptr<Mapping>> map(std::uint64_t offset, std::size_t count) const = 0;
 
-    // Excludes every other writer of this file, in this process and others, until the file object
-    // goes. Busy when there is one.
+    // Excludes every other writer of this file, in this process and others, until it is unlocked or
+    // the file object goes. Busy when there is one.
     virtual Status lockForWriting() = 0;
+    virtual void unlockForWriting() = 0;
 };
 
 class Storage {

@@ -103,17 +103,23 @@ public:
     }
 
     Status lockForWriting() override {
-        struct flock whole {};
-        whole.l_type = F_WRLCK;
-        whole.l_whence = SEEK_SET;
-        if (fcntl(descriptor(), F_OFD_SETLK, &whole) == 0) return {};
+        if (setLock(F_WRLCK)) return {};
         if (errno != EAGAIN && errno != EACCES) return failure("lock");
         return {StatusCode::Busy,
                 filledIn(_("Another program is writing the index %@. Only one can at a time."),
                          m_path)};
     }
 
+    void unlockForWriting() override { setLock(F_UNLCK); }
+
 private:
+    bool setLock(short type) const {
+        struct flock whole {};
+        whole.l_type = type;
+        whole.l_whence = SEEK_SET;
+        return fcntl(descriptor(), F_OFD_SETLK, &whole) == 0;
+    }
+
     Status failure(std::string_view verb) const {
         return Status::fromErrno(errno, std::string(verb) + " the file " + m_path);
     }

@@ -144,11 +144,12 @@ Status PropertyRecordFile::prepareForWriting() {
 }
 
 Status PropertyRecordFile::createTables() {
+    constexpr const char* kCreateRecords =
+        "CREATE TABLE IF NOT EXISTS records (id INTEGER PRIMARY KEY, date REAL NOT NULL, "
+        "source TEXT NOT NULL, indexer TEXT NOT NULL, title TEXT NOT NULL, url TEXT NOT NULL, "
+        "cachePath BLOB)";
     for (const char* statement :
-         {"BEGIN IMMEDIATE",
-          "CREATE TABLE IF NOT EXISTS records (id INTEGER PRIMARY KEY, date REAL NOT NULL, source "
-          "TEXT NOT NULL, indexer TEXT NOT NULL, title TEXT NOT NULL, url TEXT NOT NULL, cachePath "
-          "BLOB)",
+         {"BEGIN IMMEDIATE", kCreateRecords,
           "CREATE TABLE IF NOT EXISTS removed (id INTEGER PRIMARY KEY)",
           "CREATE TABLE IF NOT EXISTS engine (identity BLOB NOT NULL, next INTEGER NOT NULL)",
           "PRAGMA user_version=1", "COMMIT"}) {

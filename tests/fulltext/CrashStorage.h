@@ -167,6 +167,11 @@ public:
         return {};
     }
 
+    void unlockForWriting() override {
+        MutexLock lock(m_storage.m_mutex);
+        if (m_hasLock) m_hasLock = m_inode->isLocked = false;
+    }
+
 private:
     friend class CrashStorage;
 

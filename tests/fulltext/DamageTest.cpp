@@ -34,7 +34,11 @@ protected:
         for (int i = 0; i < 260; ++i) {
             const std::string text = randomText(m_random, 60) + "kaka kalo mika";
             EXPECT_TRUE(index->add({"http", "//" + std::to_string(i)}, text, text));
-            if (i == 180) EXPECT_TRUE(index->close().isOk());
+            if (i == 180) {
+                EXPECT_TRUE(index->close().isOk());
+                index = *Index::open(m_folder.file("made"), std::nullopt, Index::Access::ReadWrite,
+                                     surroundings);
+            }
             if (i % 40 == 3) EXPECT_TRUE(index->remove(static_cast<DocumentID>(i)).isOk());
         }
         EXPECT_TRUE(index->flush().isOk());

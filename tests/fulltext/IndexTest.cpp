@@ -72,11 +72,12 @@ TEST_F(IndexTest, DocumentGoesThroughItsStatesAndKeepsItsNumberThroughCompaction
 }
 
 TEST_F(IndexTest, ReplacedDocumentGetsANewNumberAndTheOldOneIsTold) {
-    const auto index = create();
+    auto index = create();
     const DocumentID old = add(*index, "//a/", "alpha");
     const auto pending = index->add({"http", "//a/"}, "beta", "Beta!");
     EXPECT_EQ(pending->replaced, old);
     ASSERT_TRUE(index->close().isOk());
+    index = *open(Access::ReadWrite);
     const auto indexed = index->add({"http", "//a/"}, "gamma", "Gamma?");
     EXPECT_EQ(indexed->replaced, pending->id);
     EXPECT_GT(indexed->id, pending->id);
@@ -112,6 +113,19 @@ TEST_F(IndexTest, CancelledSearchHandsOutNothingMore) {
     const auto matches = search->findMatches(10, std::chrono::seconds(30));
     EXPECT_THAT(matches->hits, IsEmpty());
     EXPECT_FALSE(matches->isMoreToCome);
+}
+
+TEST_F(IndexTest, ClosedIndexLetsTheNextWriterInWhileSearchesStillLookAtIt) {
+    auto index = create();
+    add(*index, "//a/", "alpha");
+    ASSERT_TRUE(index->flush().isOk());
+    const auto search = index->search("alpha");
+    ASSERT_TRUE(index->close().isOk());
+    EXPECT_TRUE(open(Access::ReadWrite));
+    EXPECT_FALSE(index->add({"http", "//b/"}, "beta", "beta"));
+    EXPECT_FALSE(index->flush().isOk());
+    index.reset();
+    EXPECT_EQ(search->findMatches(10, std::chrono::seconds(30))->hits.size(), 1U);
 }
 
 TEST_F(IndexTest, SecondWriterIsRefusedWhileReadersComeAndGo) {
