@@ -68,11 +68,13 @@ std::string headerPage(const FileIdentity& identity, std::uint64_t settings) {
 }
 
 Result<Header> readHeader(const StorageFile& file) {
-    const Result<std::string> page = file.readAt(0, kHeaderPageSize);
-    if (!page || !page->starts_with(kMagic)) {
+    const Result<std::string> magic = file.readAt(0, kMagic.size());
+    if (!magic || *magic != kMagic) {
         return Status(StatusCode::NotFound,
                       filledIn(_("%@ is no index of Siftwell."), file.path()));
     }
+    const Result<std::string> page = file.readAt(0, kHeaderPageSize);
+    if (!page) return page.status();
     ByteReader reader(*page);
     reader.bytes(kMagic.size());
     if (const auto version = reader.number<std::uint32_t>(); version != kFormatVersion) {

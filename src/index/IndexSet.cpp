@@ -155,7 +155,7 @@ void IndexSet::load(const std::string& folder) {
 void IndexSet::loadFile(const std::string& path, const std::string& name) {
     auto index = openForLoading(path, name);
     if (!index && index.status().code() != StatusCode::NameMismatch) {
-        return reportUnusable(index.status());
+        return reportUnusable(index.status(), path);
     }
     const bool isFull = index && (*index)->documentCount() > 0;
     if (isFull) return append(makeOpenIndex(name, path, *std::move(index)));
@@ -181,10 +181,16 @@ Result<std::unique_ptr<Index>> IndexSet::openForLoading(const std::string& path,
     return nameless;
 }
 
-// A file that is no index at all is none of our business.
-void IndexSet::reportUnusable(const Status& status) {
-    if (status.code() == StatusCode::NotFound) return;
-    m_notifier.reportError(status.message(), kSeverity, "", "");
+// A file that is no index at all is none of our business, unless it has the records of one.
+void IndexSet::reportUnusable(const Status& status, const std::string& path) {
+    if (status.code() == StatusCode::NotFound && !fileInfo(OpenIndex::sideFileOf(path))) return;
+    const bool isBroken =
+        status.code() == StatusCode::NotFound || status.code() == StatusCode::Damaged;
+    const std::string message =
+        isBroken ? filledIn(_("%@ Move it to another folder to have its pages indexed anew."),
+                            status.message())
+                 : status.message();
+    m_notifier.reportError(message, kSeverity, "", "");
 }
 
 Status IndexSet::closeAll() {

@@ -62,7 +62,7 @@ private:
     void loadFile(const std::string& path, const std::string& name);
     Result<std::unique_ptr<fulltext::Index>> openForLoading(const std::string& path,
                                                             const std::string& name);
-    void reportUnusable(const Status& status);
+    void reportUnusable(const Status& status, const std::string& path);
     Result<std::unique_ptr<fulltext::Index>> createPatiently(const std::string& path,
                                                              const std::string& name);
     SKIndex create(const std::string& folder, const std::string& name);
