@@ -69,6 +69,7 @@ TEST_F(InterruptionTest, AKilledAddLosesNothingThatAnotherProcessSaw) {
     for (int round = 0; round < 4; ++round) {
         const pid_t add = startSiftwell({"add", folder});
         waitForGrowth(add, random() % 40'000);
+        kill(add, SIGSTOP);  // so that it does not end while others look
         const auto seen = indexed();
         expectNothingLost(before, seen);
         kill(add, SIGKILL);
