@@ -30,7 +30,15 @@ protected:
     };
 
     Outcome siftwell(const Arguments& arguments) {
-        return outcomeOf(start(arguments, m_home.file("out"), m_home.file("err")));
+        const int status = wait(start(arguments, m_home.file("out"), m_home.file("err")));
+        return {status, m_home.read("out"), m_home.read("err")};
+    }
+
+    // Adds files and folders below the home.
+    Outcome add(const std::vector<std::string>& names) {
+        Arguments arguments = {"add"};
+        for (const std::string& name : names) arguments.push_back(m_home.file(name));
+        return siftwell(arguments);
     }
 
     // Runs on beside the test.
@@ -54,10 +62,6 @@ protected:
                   0);
         posix_spawn_file_actions_destroy(&actions);
         return process;
-    }
-
-    Outcome outcomeOf(pid_t process) const {
-        return {wait(process), m_home.read("out"), m_home.read("err")};
     }
 
     static int wait(pid_t process) {
@@ -112,10 +116,25 @@ protected:
         return result;
     }
 
-    std::multiset<std::string> addresses(const Outcome& outcome) const {
-        std::multiset<std::string> result;
-        for (const auto& line : linesOf(outcome)) result.insert(line["url"]);
-        return result;
+    // All pages that hold "apple", by their addresses.
+    std::multiset<std::string> indexed() {
+        const Outcome outcome = siftwell({"search", "--json", "--limit", "0", "apple"});
+        EXPECT_THAT(outcome.status, testing::AnyOf(0, 1)) << outcome.err;
+        if (outcome.status == 0) EXPECT_EQ(outcome.err, "");
+        std::multiset<std::string> addresses;
+        for (const auto& line : linesOf(outcome)) addresses.insert(line["url"]);
+        return addresses;
+    }
+
+    void expectFailure(const Arguments& arguments, int status, const std::string& message) {
+        const Outcome outcome = siftwell(arguments);
+        EXPECT_EQ(outcome.status, status) << arguments.front() << ": " << outcome.err;
+        EXPECT_THAT(outcome.err, testing::HasSubstr(message));
+    }
+
+    void expectInOrder() {
+        const Outcome check = siftwell({"check"});
+        EXPECT_EQ(check.status, 0) << check.out << check.err;
     }
 
     std::string indexFile(const std::string& name) const {
@@ -134,12 +153,6 @@ protected:
 private:
     std::vector<std::string> environmentOfProgram() const {
         std::vector<std::string> variables;
-        for (char** each = environ; *each != nullptr; ++each) {
-            const std::string variable = *each;
-            if (!m_variables.contains(variable.substr(0, variable.find('=')))) {
-                variables.push_back(variable);
-            }
-        }
         for (const auto& [name, value] : m_variables) variables.push_back(name + "=" + value);
         return variables;
     }

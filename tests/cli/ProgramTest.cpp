@@ -1,5 +1,3 @@
-#include <sys/stat.h>
-
 #include <chrono>
 
 #include "cli/ProgramFixture.h"
@@ -27,7 +25,7 @@ protected:
         page("notes/a.html", "Alpha", "apple banana");
         page("notes/b.html", "Beta", "apple cherry status");
         page("notes/c.html", "Gamma", "pineapple");
-        ASSERT_EQ(siftwell({"add", m_home.file("notes")}).status, 0);
+        ASSERT_EQ(add({"notes"}).status, 0);
     }
 };
 
@@ -82,9 +80,7 @@ TEST_F(ProgramTest, EveryCommandHasHelpAndTheVersionNamesThatOfTheOutput) {
 }
 
 TEST_F(ProgramTest, ReadingLeavesNoTraceOnAFreshComputer) {
-    const Outcome search = siftwell({"search", "apple"});
-    EXPECT_EQ(search.status, 1);
-    EXPECT_THAT(search.err, HasSubstr("Nothing is indexed yet."));
+    expectFailure({"search", "apple"}, 1, "Nothing is indexed yet.");
     EXPECT_EQ(siftwell({"status"}).status, 0);
     EXPECT_EQ(siftwell({"check"}).status, 0);
     for (const char* folder : {"config", "data", "state"}) EXPECT_FALSE(m_home.has(folder));
@@ -92,10 +88,9 @@ TEST_F(ProgramTest, ReadingLeavesNoTraceOnAFreshComputer) {
 
 TEST_F(ProgramTest, PagesAreFoundByEverySearchType) {
     addThreePages();
-    const auto search = [this](const std::string& type, const Arguments& words) {
-        Arguments arguments = {"--type", type};
-        arguments.insert(arguments.end(), words.begin(), words.end());
-        return titles(arguments);
+    const auto search = [this](const std::string& type, Arguments words) {
+        words.insert(words.begin(), {"--type", type});
+        return titles(words);
     };
     EXPECT_THAT(search("all", {"apple", "banana"}), ElementsAre("Alpha"));
     EXPECT_THAT(search("any", {"banana", "cherry"}), UnorderedElementsAre("Alpha", "Beta"));
@@ -123,7 +118,7 @@ TEST_F(ProgramTest, ResultsAreLimitedByNumberDateAndSource) {
     date("new/2.html", 10);
     date("new/3.html", 3);
     date("new/4.html", 40);
-    ASSERT_EQ(siftwell({"add", m_home.file("old"), m_home.file("new")}).status, 0);
+    ASSERT_EQ(add({"old", "new"}).status, 0);
     EXPECT_THAT(titles({"apple", "--sort", "date"}),
                 ElementsAre("new/3.html", "new/2.html", "often", "old/1.html"));
     EXPECT_THAT(titles({"apple", "--sort", "date", "--limit", "1"}), ElementsAre("new/3.html"));
@@ -134,9 +129,8 @@ TEST_F(ProgramTest, ResultsAreLimitedByNumberDateAndSource) {
     EXPECT_THAT(titles({"apple", "--since", "2999-01-01"}), IsEmpty());
     EXPECT_THAT(titles({"apple", "--source", "old", "--source", "old"}), ElementsAre("old/1.html"));
     EXPECT_THAT(titles({"--source", "old", "--source", "new", "apple"}), SizeIs(4));
-    const Outcome outcome = siftwell({"search", "--source", "nobody", "apple"});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("no pages of a source named \"nobody\""));
+    expectFailure({"search", "--source", "nobody", "apple"}, 1,
+                  "no pages of a source named \"nobody\"");
 }
 
 TEST_F(ProgramTest, JsonHoldsWhatIsDocumented) {
@@ -166,15 +160,17 @@ TEST_F(ProgramTest, JsonHoldsWhatIsDocumented) {
 
 TEST_F(ProgramTest, OnlyWhatChangedIsAddedAgain) {
     addThreePages();
-    EXPECT_EQ(siftwell({"add", m_home.file("notes")}).err,
-              "0 pages added from 3 files, 3 of them unchanged.\n");
+    EXPECT_EQ(add({"notes"}).err, "0 pages added from 3 files, 3 of them unchanged.\n");
     page("notes/b.html", "Beta", "durian");
     date("notes/b.html", -1);
-    EXPECT_EQ(siftwell({"add", m_home.file("notes")}).err,
-              "1 page added from 3 files, 2 of them unchanged.\n");
+    EXPECT_EQ(add({"notes"}).err, "1 page added from 3 files, 2 of them unchanged.\n");
     EXPECT_THAT(titles({"durian"}), ElementsAre("Beta"));
     EXPECT_THAT(titles({"cherry"}), IsEmpty());
     EXPECT_EQ(siftwell({"check"}).out, "notes.file: 3 pages, in order\n");
+    std::filesystem::create_directory(m_home.file("empty"));
+    const Outcome empty = add({"empty"});
+    EXPECT_EQ(empty.status, 0);
+    EXPECT_EQ(empty.err, "0 pages added from 0 files, 0 of them unchanged.\n");
 }
 
 TEST_F(ProgramTest, FilesAreAddedByNameAndFoldersWithWhatCanBeRead) {
@@ -184,20 +180,19 @@ TEST_F(ProgramTest, FilesAreAddedByNameAndFoldersWithWhatCanBeRead) {
     m_home.write("mixed/plain", "apple that may be anything");
     m_home.write("mixed/picture.jpg", "apple");
     m_home.write("mixed/empty.html", "");
-    EXPECT_EQ(siftwell({"add", m_home.file("[odd, names]")}).status, 0);
-    const Outcome mixed = siftwell({"add", m_home.file("mixed")});
-    EXPECT_THAT(mixed.err, HasSubstr("Left out by your address filters: 1 file.\n"));
+    EXPECT_EQ(add({"[odd, names]"}).status, 0);
+    EXPECT_THAT(add({"mixed"}).err, HasSubstr("Left out by your address filters: 1 file.\n"));
     EXPECT_THAT(titles({"apple"}), UnorderedElementsAre("Odd", "Untyped"));
 
     const std::string file = page("single.html", "Single", "elderberry");
     EXPECT_EQ(siftwell({"add", "file://" + file}).status, 0);
     EXPECT_EQ(found({"elderberry"})[0]["indexer"], "SingleURL");
-    const Outcome refused =
-        siftwell({"add", m_home.file("mixed/picture.jpg"), m_home.file("mixed/plain"), file});
+    const Outcome refused = add({"mixed/picture.jpg", "mixed/plain", "single.html"});
     EXPECT_EQ(refused.status, 3);
-    EXPECT_THAT(refused.err, HasSubstr("No text on page — file://" + m_home.file("mixed/plain")));
-    EXPECT_THAT(refused.err, AllOf(HasSubstr("Siftwell cannot parse files of type \"jpg\""),
-                                   HasSubstr("/mixed/picture.jpg")));
+    EXPECT_THAT(refused.err,
+                AllOf(HasSubstr("No text on page — file://" + m_home.file("mixed/plain")),
+                      HasSubstr("Siftwell cannot parse files of type \"jpg\""),
+                      HasSubstr("/mixed/picture.jpg")));
 }
 
 TEST_F(ProgramTest, RemovedPagesAreNotFoundAnyMore) {
@@ -205,18 +200,16 @@ TEST_F(ProgramTest, RemovedPagesAreNotFoundAnyMore) {
     std::filesystem::create_directory_symlink(m_home.file("notes"), m_home.file("link"));
     EXPECT_EQ(siftwell({"remove", m_home.file("link/a.html")}).status, 0);
     EXPECT_EQ(siftwell({"remove", "file://" + m_home.file("notes/b.html")}).status, 0);
-    const Outcome again =
-        siftwell({"remove", m_home.file("notes/a.html"), m_home.file("notes/c.html")});
-    EXPECT_EQ(again.status, 3);
-    EXPECT_EQ(again.err, m_home.file("notes/a.html") + " is not in the index.\n");
+    expectFailure({"remove", m_home.file("notes/a.html"), m_home.file("notes/c.html")}, 3,
+                  m_home.file("notes/a.html") + " is not in the index.\n");
     EXPECT_THAT(titles({"--type", "fragments", "apple"}), IsEmpty());
     EXPECT_EQ(siftwell({"status"}).status, 0);
 }
 
 TEST_F(ProgramTest, SpeaksFrenchAndPrintsTheSameJson) {
     m_variables["LANGUAGE"] = "fr";
-    EXPECT_THAT(siftwell({"search", "x"}).err, HasSubstr("Rien n’est encore indexé."));
-    EXPECT_THAT(siftwell({"search", "--limit", "x", "y"}).err, HasSubstr("n’est pas un nombre"));
+    expectFailure({"search", "x"}, 1, "Rien n’est encore indexé.");
+    expectFailure({"search", "--limit", "x", "y"}, 2, "n’est pas un nombre");
     addThreePages();
     EXPECT_THAT(siftwell({"status"}).out, HasSubstr("Total : 3 pages"));
     const Lines results = found({"banana"});
@@ -226,13 +219,11 @@ TEST_F(ProgramTest, SpeaksFrenchAndPrintsTheSameJson) {
 
 TEST_F(ProgramTest, WhatIsKeptIsPrivateToTheUser) {
     addThreePages();
-    siftwell({"add", m_home.file("notes")});
+    add({"notes"});
     for (const char* folder : {"config", "data", "state"}) {
-        for (const auto& entry :
-             std::filesystem::recursive_directory_iterator(m_home.file(folder))) {
-            struct stat info {};
-            ASSERT_EQ(lstat(entry.path().c_str(), &info), 0);
-            EXPECT_EQ(info.st_mode & 077, 0U) << entry.path();
+        using std::filesystem::recursive_directory_iterator;
+        for (const auto& entry : recursive_directory_iterator(m_home.file(folder))) {
+            EXPECT_EQ(static_cast<int>(entry.symlink_status().permissions()) & 077, 0);
         }
     }
 }
