@@ -25,9 +25,10 @@ protected:
     }
     ~FileAddingTest() override { EXPECT_TRUE(m_session->close().isOk()); }
 
-    FileAdding::Target folder(const std::string& name) {
+    FileAdding::Target named(const std::string& name) {
         return {m_home.file(name), name, "LocalFiles"};
     }
+    std::int64_t documents() { return m_session->indexes().documentCount(); }
 
     FileAdding::Progress add(std::vector<FileAdding::Target> targets, unsigned threads = 4) {
         FileAdding adding(m_session->indexes(), m_session->notifier(), m_session->settings());
@@ -53,14 +54,17 @@ protected:
     std::vector<std::string> m_told;
 };
 
-TEST_F(FileAddingTest, EveryFileIsAddedOnceHoweverManyThreadsAndTargets) {
+TEST_F(FileAddingTest, EveryFileIsAddedOnceHoweverManyTargetsUnlessItIsFiltered) {
     writePages("notes", 300);
-    const auto first = add({folder("notes"), {m_home.file("notes"), "other", "LocalFiles"}});
-    EXPECT_EQ(first.found, 600U);
-    EXPECT_EQ(m_session->indexes().documentCount(), 300);
+    writePages("notes/ads", 3);
+    const auto first = add({named("notes"), {m_home.file("notes"), "other", "LocalFiles"}});
+    EXPECT_EQ(first.found, 606U);
+    EXPECT_EQ(first.filtered, 6U);
+    EXPECT_EQ(add({named("notes/ads")}).bytes, 0U);
+    EXPECT_EQ(documents(), 300);
     EXPECT_GE(first.bytes, 300U * 18);
-    EXPECT_EQ(add({folder("notes")}, 1).unchanged, 300U);
-    EXPECT_EQ(m_session->indexes().documentCount(), 300);
+    EXPECT_EQ(add({named("notes")}, 1).unchanged, 300U);
+    EXPECT_EQ(documents(), 300);
     EXPECT_THAT(m_told, IsEmpty());
 }
 
@@ -68,42 +72,31 @@ TEST_F(FileAddingTest, WhatIsLeftOffIsDoneTheNextTime) {
     writePages("notes", 400);
     for (int round = 0; round < 3; ++round) {
         FileAdding adding(m_session->indexes(), m_session->notifier(), m_session->settings());
-        adding.start({folder("notes")}, 3, [] {});
+        adding.start({named("notes")}, 3, [] {});
         if (round == 0) continue;  // goes without having been stopped
         adding.stop();
-        EXPECT_TRUE(adding.progress().isDone);
         adding.stop();
+        EXPECT_TRUE(adding.progress().isDone);
     }
     m_session->indexes().setPendingDocumentCount(0);
-    add({folder("notes")});
-    EXPECT_EQ(m_session->indexes().documentCount(), 400);
+    add({named("notes")});
+    EXPECT_EQ(documents(), 400);
 }
 
 TEST_F(FileAddingTest, NamedFilesThatCannotBeReadAreToldAndThoseInFoldersPassedOver) {
-    for (const char* name : {"a.jpg", "b.unknown", "c"})
-        m_home.write(std::string("x/") + name, "apple");
+    for (const char* name : {"x/a.jpg", "x/b.unknown", "x/c"}) m_home.write(name, "apple");
     ASSERT_EQ(mkfifo(m_home.file("x/pipe.html").c_str(), 0600), 0);
-    EXPECT_EQ(add({folder("x"), folder("missing")}).found,
-              2U);  // the file without a type, "missing"
+    EXPECT_EQ(add({named("x"), named("missing")}).found,
+              2U);  // "missing", and "x/c" without a type
     const std::string there = "file://" + m_home.path();
     EXPECT_THAT(m_told, ElementsAre("5 Failed to get content " + there + "/missing"));
     m_told.clear();
-    EXPECT_EQ(add({folder("x/a.jpg"), folder("x/pipe.html"), folder("x/c")}, 1).done, 2U);
+    EXPECT_EQ(add({named("x/a.jpg"), named("x/pipe.html"), named("x/c")}, 1).done, 2U);
     EXPECT_THAT(m_told, testing::UnorderedElementsAre(
                             "6 Siftwell cannot parse files of type \"jpg\" " + there + "/x/a.jpg",
                             "5 Failed to get content " + there + "/x/pipe.html",
                             "3 No text on page " + there + "/x/c"));
-    EXPECT_EQ(m_session->indexes().documentCount(), 0);
-}
-
-TEST_F(FileAddingTest, AddressFiltersHoldForFilesToo) {
-    writePages("pages/ads", 3);
-    writePages("pages/other", 2);
-    const auto progress = add({folder("pages")});
-    EXPECT_EQ(progress.filtered, 3U);
-    EXPECT_EQ(progress.bytes, 2U * 18);
-    EXPECT_EQ(m_session->indexes().documentCount(), 2);
-    EXPECT_THAT(m_told, IsEmpty());
+    EXPECT_EQ(documents(), 0);
 }
 
 }  // namespace

@@ -22,17 +22,16 @@ protected:
 TEST_F(AdmissionTest, FirstRuleDecides) {
     prefer("URLFilters", PropertyList::Array{filter("/ads/", true), filter("shop", false),
                                              filter("", true), "no filter"});
-    EXPECT_EQ(judge("mailto:a@b"), Verdict::NotAnAddress);
-    EXPECT_EQ(judge("/relative/path"), Verdict::NotAnAddress);
-    EXPECT_EQ(judge("ftp://host/a.jpg"), Verdict::SchemeRefused);
-    EXPECT_EQ(judge("FTP://host/"), Verdict::SchemeRefused);
-    EXPECT_EQ(judge("safari-extension://x/y"), Verdict::SchemeRefused);
-    EXPECT_EQ(judge("http://host/A.JpG"), Verdict::ExtensionFiltered);
-    EXPECT_EQ(judge("http://host/a.PDF"), Verdict::ExtractorsOff);
-    EXPECT_EQ(judge("http://host/ADS/x"), Verdict::Filtered);
-    EXPECT_EQ(judge("http://host/?q=/ads/"), Verdict::Filtered);
-    EXPECT_EQ(judge("http://shop"), Verdict::Accepted);
-    EXPECT_EQ(judge("feed://host/ads/a.jpg"), Verdict::Accepted);
+    const std::map<Verdict, std::vector<std::string>> verdicts = {
+        {Verdict::NotAnAddress, {"mailto:a@b", "/relative/path"}},
+        {Verdict::SchemeRefused, {"ftp://host/a.jpg", "FTP://host/", "safari-extension://x/y"}},
+        {Verdict::ExtensionFiltered, {"http://host/A.JpG"}},
+        {Verdict::ExtractorsOff, {"http://host/a.PDF"}},
+        {Verdict::Filtered, {"http://host/ADS/x", "http://host/?q=/ads/"}},
+        {Verdict::Accepted, {"http://shop", "feed://host/ads/a.jpg"}}};
+    for (const auto& [verdict, addresses] : verdicts) {
+        for (const auto& address : addresses) EXPECT_EQ(judge(address), verdict) << address;
+    }
     prefer("URLFilters", PropertyList::Array());
     EXPECT_EQ(judge("http://host/ADS/x"), Verdict::Accepted);
     m_admission.addFailedURL(url("http://host/ADS/x"));

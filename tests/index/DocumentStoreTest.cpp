@@ -1,7 +1,5 @@
 #include "index/DocumentStore.h"
 
-#include <fcntl.h>
-
 #include "index/IndexFixture.h"
 
 namespace siftwell {
@@ -13,65 +11,49 @@ using testing::IsEmpty;
 class DocumentStoreTest : public IndexFixture {
 protected:
     using Counts = std::vector<std::int64_t>;
+    const std::string kPage = "http://host/page";
 
-    static Given at(double seconds, const std::string& source = "Pages") {
-        return {.source = source, .date = Date::fromReference(seconds), .title = std::nullopt};
-    }
-    static Given dateless(const std::string& source = "Pages") {
-        return {.source = source, .date = std::nullopt, .title = std::nullopt};
-    }
     Counts counts() { return {store().documentCount(), store().deletedDocumentCount()}; }
-    bool has(const std::string& address, std::optional<double> since = {}) {
-        return store().isDocument(
-            url(address), "Pages",
-            since ? std::optional(Date::fromReference(*since)) : std::nullopt);
+    bool has(const std::string& address, double since = 0) {
+        return store().isDocument(url(address), "Pages", Date::fromReference(since));
     }
 };
 
 TEST_F(DocumentStoreTest, PageIsReplacedByALaterVisitAndOtherwiseLeftAlone) {
-    const std::string page = "http://host/page";
-    add(page, "old words", at(1000));
-    add(page, "same words", at(1000));
-    add(page, "older words", at(999));
-    add(page, "dateless words", dateless());
-    EXPECT_THAT(m_told, ElementsAre("+" + page));
+    add(kPage, "old words");
+    add(kPage, "same words");
+    add(kPage, "older words", "Pages", 999);
+    add(kPage, "dateless words", "Pages", std::nullopt);
+    EXPECT_THAT(m_told, ElementsAre("+" + kPage));
     EXPECT_THAT(counts(), ElementsAre(1, 0));
-    EXPECT_THAT(find("old"), ElementsAre(page));
-    add(page, "new words", at(1001));
-    EXPECT_THAT(m_told, ElementsAre("+" + page, "-" + page, "+" + page));
+    EXPECT_THAT(find("old"), ElementsAre(kPage));
+    add(kPage, "new words", "Pages", 1001);
+    EXPECT_THAT(m_told, ElementsAre("+" + kPage, "-" + kPage, "+" + kPage));
     EXPECT_THAT(counts(), ElementsAre(1, 1));
     EXPECT_THAT(find("old"), IsEmpty());
-    EXPECT_THAT(find("words"), ElementsAre(page));
-    EXPECT_EQ(recordOf(page)->date, Date::fromReference(1001));
-    EXPECT_TRUE(has(page));
-    EXPECT_TRUE(has(page, 1001));
-    EXPECT_FALSE(has(page, 1002));
+    EXPECT_THAT(find("words"), ElementsAre(kPage));
+    EXPECT_EQ(recordOf(kPage)->date, Date::fromReference(1001));
+    EXPECT_TRUE(store().isDocument(url(kPage), "Pages", std::nullopt));
+    EXPECT_TRUE(has(kPage, 1001));
+    EXPECT_FALSE(has(kPage, 1002));
 }
 
-TEST_F(DocumentStoreTest, PageOfTwoSourcesEndsInTheIndexOfTheNewerVisit) {
-    const std::string page = "http://host/page";
-    add(page, "one", at(1000, "First"));
-    add(page, "two", at(2000, "Second"));
-    EXPECT_EQ(whereIs(page), "Second.http");
-    EXPECT_THAT(find("one | two"), ElementsAre(page));
+TEST_F(DocumentStoreTest, PageOfTwoSourcesEndsInTheIndexOfTheNewerVisitAndStaleCopiesGo) {
+    add(kPage, "one", "First");
+    add(kPage, "two", "Second", 2000);
+    EXPECT_EQ(whereIs(kPage), "Second.http");
+    EXPECT_THAT(find("one | two"), ElementsAre(kPage));
     EXPECT_THAT(counts(), ElementsAre(1, 1));
-    add(page, "three", at(1500, "Third"));
-    EXPECT_EQ(whereIs(page), "Second.http");
-    add(page, "four", dateless("Fourth"));
-    EXPECT_EQ(whereIs(page), "Fourth.http");
-    EXPECT_EQ(recordOf(page)->date, m_clock.now());
+    put(kPage, "Stale");  // of date 1
+    store().addToDocumentCount(1);
+    add(kPage, "three", "Third", 1500);
+    EXPECT_EQ(whereIs(kPage), "Second.http");
+    EXPECT_THAT(find("word | three"), IsEmpty());
     EXPECT_THAT(counts(), ElementsAre(1, 2));
-}
-
-TEST_F(DocumentStoreTest, StaleCopiesGoEvenWhenThePageIsUpToDateElsewhere) {
-    const std::string page = "http://host/page";
-    add("http://host/other", "x", at(1, "Newer"));
-    add(page, "new", at(2000, "Newer"));
-    put(page, "Stale");  // of date 1
-    add(page, "middle", at(1000, "Third"));
-    EXPECT_EQ(whereIs(page), "Newer.http");
-    EXPECT_THAT(find("word | middle"), IsEmpty());
-    EXPECT_THAT(counts(), ElementsAre(1, 1));
+    add(kPage, "four", "Fourth", std::nullopt);
+    EXPECT_EQ(whereIs(kPage), "Fourth.http");
+    EXPECT_EQ(recordOf(kPage)->date, m_clock.now());
+    EXPECT_THAT(counts(), ElementsAre(1, 3));
 }
 
 TEST_F(DocumentStoreTest, WalkBeginsOneBelowTheLastHit) {
@@ -90,14 +72,7 @@ TEST_F(DocumentStoreTest, WalkBeginsOneBelowTheLastHit) {
 
 TEST_F(DocumentStoreTest, RecordIsTitledByRequestHostOrPath) {
     const auto title = [](const std::string& address, const std::optional<std::string>& given) {
-        return titleFor({.content = "",
-                         .readable = "",
-                         .url = url(address),
-                         .source = "",
-                         .indexer = "",
-                         .date = std::nullopt,
-                         .title = given,
-                         .cachePath = std::nullopt});
+        return titleFor(request(address, "", "", std::nullopt, given));
     };
     EXPECT_EQ(title("http://h/a/page.html", "Given"), "Given");
     EXPECT_EQ(title("http://h/a/page.html", ""), "page.html");
@@ -111,23 +86,22 @@ TEST_F(DocumentStoreTest, RecordIsTitledByRequestHostOrPath) {
 }
 
 TEST_F(DocumentStoreTest, PageIsRemovedFromTheFirstIndexThatHoldsIt) {
-    const std::string page = "http://host/page";
-    put(page, "A");
-    put(page, "B");
+    put(kPage, "A");
+    put(kPage, "B");
     store().setDocumentCount(2);
-    EXPECT_EQ(store().removeURLFromIndex({url(page), url("http://host/unknown")}), 1U);
+    EXPECT_EQ(store().removeURLFromIndex({url(kPage), url("http://host/unknown")}), 1U);
     m_loop.drain();
-    EXPECT_EQ(whereIs(page), "A.http");
-    EXPECT_THAT(m_told, ElementsAre("-" + page));
+    EXPECT_EQ(whereIs(kPage), "A.http");
+    EXPECT_THAT(m_told, ElementsAre("-" + kPage));
     EXPECT_THAT(counts(), ElementsAre(1, 1));
 
     const SKIndex index = store().skIndexForSource("A", "http", false);
-    EXPECT_TRUE(store().removeSKDocument(key(page), index, std::nullopt, true));
-    EXPECT_FALSE(store().removeSKDocument(key(page), index, std::nullopt, true));
+    EXPECT_TRUE(store().removeSKDocument(key(kPage), index, std::nullopt, true));
+    EXPECT_FALSE(store().removeSKDocument(key(kPage), index, std::nullopt, true));
     EXPECT_THAT(errors(), IsEmpty());
-    EXPECT_FALSE(store().removeSKDocument(key(page), index, page, true));
+    EXPECT_FALSE(store().removeSKDocument(key(kPage), index, kPage, true));
     EXPECT_THAT(errors(), ElementsAre("3 SearchKit failed to remove this URL"));
-    EXPECT_THAT(m_told, ElementsAre("-" + page, "-" + page));
+    EXPECT_THAT(m_told, ElementsAre("-" + kPage, "-" + kPage));
 }
 
 TEST_F(DocumentStoreTest, HundredthDocumentIsFlushedWithAllBeforeIt) {
@@ -144,8 +118,8 @@ TEST_F(DocumentStoreTest, IndexThatCannotBeMadeIsToldOnceAndTriedAgainOnlyWhereT
     m_folder.write("data/Siftwell/Broken.http", "this is no index");
     store();
     EXPECT_THAT(errors(), IsEmpty());
-    add("http://host/a", "x", at(1, "Broken"));
-    add("http://host/b", "x", at(1, "Broken"));
+    add("http://host/a", "x", "Broken", 1);
+    add("http://host/b", "x", "Broken", 1);
     EXPECT_THAT(errors(),
                 ElementsAre("9 SearchKit could not open the index Broken.http at location " +
                                 indexFile("Broken.http") + " even though it does exist.",
@@ -156,22 +130,22 @@ TEST_F(DocumentStoreTest, IndexThatCannotBeMadeIsToldOnceAndTriedAgainOnlyWhereT
 
     // What stands in the way of making the file passes.
     std::filesystem::create_directory(indexFile("Folder.http.creating"));
-    add("http://host/a", "x", at(1, "Folder"));
+    add("http://host/a", "x", "Folder", 1);
     EXPECT_EQ(m_clock.slept(), std::chrono::seconds(50));
     EXPECT_TRUE(isLogged("Retrying index creation"));
     EXPECT_TRUE(isLogged("Creating index with no name"));
     EXPECT_EQ(errors()[3],
               "9 Could not create the index Folder.http at location " + indexFile("Folder.http"));
     std::filesystem::remove(indexFile("Folder.http.creating"));
-    add("http://host/a", "x", at(1, "Folder"));
+    add("http://host/a", "x", "Folder", 1);
     EXPECT_EQ(whereIs("http://host/a"), "Folder.http");
 }
 
 TEST_F(DocumentStoreTest, HostileAddressesAndSourcesStayInTheFolderAndComeBack) {
     const std::vector<std::string> sources = {"../../escape", "a/b", "", std::string(400, 's')};
-    for (const std::string& source : sources) add("data:/" + source, "word", at(1, source));
-    add("http://host/" + std::string(60000, 'x'), "word", at(1, "a/b"));
-    add(std::string(300, 'z') + ":/host", "word", at(1, "Schemes"));
+    for (const std::string& source : sources) add("data:/" + source, "word", source, 1);
+    add("http://host/" + std::string(60000, 'x'), "word", "a/b", 1);
+    add(std::string(300, 'z') + ":/host", "word", "Schemes", 1);
     restart();
     EXPECT_EQ(find("word").size(), sources.size() + 1);
     EXPECT_TRUE(has("data:/a/b", 1));

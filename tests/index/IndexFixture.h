@@ -3,6 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <map>
+
+#include "base/Files.h"
 #include "base/Log.h"
 #include "fulltext/Search.h"
 #include "index/IndexController.h"
@@ -11,15 +14,35 @@
 
 namespace siftwell {
 
+// A number for the bytes of every file in the folder and those in it.
+inline std::map<std::string, std::size_t> filesBelow(const std::string& folder) {
+    std::map<std::string, std::size_t> found;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        if (!entry.is_regular_file()) continue;
+        const std::string path = entry.path().string();
+        found[path] = std::hash<std::string>()(readFile(path, 1 << 24).value());
+    }
+    return found;
+}
+
+// What lies on the disk before somebody lets go is what is found there afterwards.
+template <typename LetGo>
+void killWhileOpen(const std::string& folder, LetGo letGo) {
+    std::filesystem::copy(folder, folder + ".kept", std::filesystem::copy_options::recursive);
+    letGo();
+    std::filesystem::remove_all(folder);
+    std::filesystem::rename(folder + ".kept", folder);
+}
+
 class OnlineNetwork : public NetworkReachability {
 public:
-    bool isReachable(const std::string& address) override {
-        asked.push_back(address);
+    bool isReachable(const std::string&) override {
+        ++asked;
         return isOnline;
     }
 
     bool isOnline = true;
-    std::vector<std::string> asked;
+    int asked = 0;
 };
 
 class FileExtractor : public ContentExtractor {
@@ -36,13 +59,17 @@ protected:
     IndexFixture() {
         setLogSink([this](std::string_view line) {
             MutexLock lock(m_logMutex);
-            m_log.emplace_back(line);
+            m_log.append(line) += '\n';
         });
         m_settings->registerDefaults({{"NativeExtensions", PropertyList::Array{"txt", "html"}},
                                       {"ExtractorExtensions", PropertyList::Array{"pdf"}},
                                       {"FilteredExtensions", PropertyList::Array{"jpg"}}});
-        watch("SiftwellErrorNotification",
-              [this](const PropertyList& error) { m_errors.push_back(*error.asDictionary()); });
+        watch("SiftwellErrorNotification", [this](const PropertyList& record) {
+            const auto& error = *record.asDictionary();
+            m_errors.push_back(std::to_string(integerFor(error, "severity").value_or(0)) + " " +
+                               stringFor(error, "error"));
+            m_details = stringFor(error, "details");
+        });
         watch("SiftwellStatusRemoveURLNotification", [this](const PropertyList& url) {
             if (url.asString() != nullptr) m_told.push_back("-" + *url.asString());
         });
@@ -89,15 +116,10 @@ protected:
         m_loop.drain();
     }
     void makeStore(Access access) {
-        const Paths paths{.settingsFile = m_folder.file("x.plist"),
-                          .oldIndexFolder = m_folder.file("config/Siftwell Index"),
-                          .applicationData = m_folder.file("data"),
-                          .stateFolder = m_folder.file("state"),
-                          .resourceFolder = m_folder.file("resources")};
         m_loaderEnds = 0;
         m_store = std::make_unique<IndexController>(
-            IndexController::Surroundings{paths, *m_settings, m_loop, m_centre, m_notifier, m_clock,
-                                          m_network, &m_extractor},
+            IndexController::Surroundings{m_paths, *m_settings, m_loop, m_centre, m_notifier,
+                                          m_clock, m_network, &m_extractor},
             access);
     }
     void waitForLoader() {
@@ -115,43 +137,31 @@ protected:
         end();
         start(access);
     }
-    // What lies on the disk now is what the next start finds.
     void kill() {
-        std::filesystem::copy(m_folder.file("data"), m_folder.file("kept"),
-                              std::filesystem::copy_options::recursive);
-        m_store.reset();
-        std::filesystem::remove_all(m_folder.file("data"));
-        std::filesystem::rename(m_folder.file("kept"), m_folder.file("data"));
+        killWhileOpen(m_folder.file("data"), [this] { m_store.reset(); });
         m_loop.drain();
     }
 
-    struct Given {
-        std::string source = "Pages";
-        std::optional<Date> date = Date::fromReference(1000);
-        std::optional<std::string> title;
-    };
-    void add(const std::string& address, const std::string& text, const Given& given) {
-        store().addDataToIndex({.content = text,
-                                .readable = text,
-                                .url = url(address),
-                                .source = given.source,
-                                .indexer = "Tester",
-                                .date = given.date,
-                                .title = given.title,
-                                .cachePath = std::nullopt});
+    // A page of that moment, in seconds, or of none.
+    static AddRequest request(const std::string& address, const std::string& text,
+                              const std::string& source = "Pages",
+                              const std::optional<double>& seconds = 1000,
+                              const std::optional<std::string>& title = std::nullopt) {
+        const auto date = seconds ? std::optional(Date::fromReference(*seconds)) : std::nullopt;
+        return {text, text, url(address), source, "Tester", date, title, std::nullopt};
+    }
+    template <typename... Given>
+    void add(const std::string& address, const std::string& text, const Given&... given) {
+        store().addDataToIndex(request(address, text, given...));
         m_loop.drain();
     }
-    void add(const std::string& address, const std::string& text) { add(address, text, Given()); }
 
     // Behind the back of the rules that keep a page in one index only.
     SKIndex put(const std::string& address, const std::string& source) {
         SKIndex index = store().skIndexForSource(source, url(address).scheme(), true);
         const auto added = index->index->add(key(address), "word", "word");
-        index->properties->addSKDocument(added->id, PropertyRecord{.date = Date::fromReference(1),
-                                                                   .source = source,
-                                                                   .indexer = "Tester",
-                                                                   .title = "T",
-                                                                   .url = address});
+        const PropertyRecord record = {Date::fromReference(1), source, "Tester", "T", address, {}};
+        index->properties->addSKDocument(added->id, record);
         return index;
     }
 
@@ -184,18 +194,11 @@ protected:
 
     std::vector<std::string> errors() {
         m_loop.drain();
-        std::vector<std::string> texts;
-        for (const auto& error : m_errors) {
-            texts.push_back(std::to_string(integerFor(error, "severity").value_or(0)) + " " +
-                            stringFor(error, "error"));
-        }
-        return texts;
+        return m_errors;
     }
     bool isLogged(const std::string& part) {
         MutexLock lock(m_logMutex);
-        return std::any_of(m_log.begin(), m_log.end(), [&part](const std::string& line) {
-            return line.find(part) != std::string::npos;
-        });
+        return m_log.find(part) != std::string::npos;
     }
 
     void watch(const std::string& name, NotificationCentre::Observer observer) {
@@ -203,6 +206,11 @@ protected:
     }
 
     TemporaryFolder m_folder;
+    Paths m_paths{.settingsFile = m_folder.file("x.plist"),
+                  .oldIndexFolder = m_folder.file("config/Siftwell Index"),
+                  .applicationData = m_folder.file("data"),
+                  .stateFolder = m_folder.file("state"),
+                  .resourceFolder = m_folder.file("resources")};
     TestClock m_clock;
     TestRunLoop m_loop{m_clock};
     std::unique_ptr<Settings> m_settings =
@@ -212,13 +220,14 @@ protected:
     OnlineNetwork m_network;
     FileExtractor m_extractor;
     std::vector<NotificationCentre::Observation> m_observations;
-    std::vector<PropertyList::Dictionary> m_errors;
+    std::vector<std::string> m_errors;             // severity and text
+    std::string m_details;                         // of the last one
     std::vector<PropertyList::Array> m_summaries;  // as the loader sent them
     std::vector<std::string> m_told;               // "+" or "-" and the address
     std::vector<bool> m_toggles;
     int m_loaderEnds = 0;
     Mutex m_logMutex;
-    std::vector<std::string> m_log SW_GUARDED_BY(m_logMutex);
+    std::string m_log SW_GUARDED_BY(m_logMutex);
     std::unique_ptr<IndexController> m_store;
 };
 

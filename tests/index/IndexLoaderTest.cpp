@@ -6,24 +6,18 @@ namespace siftwell {
 namespace {
 
 using testing::ElementsAre;
+using testing::SizeIs;
 
-class IndexLoaderTest : public IndexFixture {
-protected:
-    std::vector<std::size_t> sizes() const {
-        std::vector<std::size_t> sizes;
-        for (const auto& summaries : m_summaries) sizes.push_back(summaries.size());
-        return sizes;
-    }
-};
+using IndexLoaderTest = IndexFixture;
 
 TEST_F(IndexLoaderTest, TellsOfEveryDocumentInFiftiesWhileIndexingIsOff) {
-    for (int i = 0; i < 60; ++i) add("http://h/" + std::to_string(i), "w", {.source = "A"});
-    for (int i = 0; i < 50; ++i) add("http://i/" + std::to_string(i), "w", {.source = "B"});
+    for (int i = 0; i < 60; ++i) add("http://h/" + std::to_string(i), "w", "A");
+    for (int i = 0; i < 50; ++i) add("http://i/" + std::to_string(i), "w", "B");
     store().skIndexForSource("A", "http", false)->properties->removeSKDocument(7);
     store().setPendingDocumentCount(3);
     end();
     store();
-    EXPECT_THAT(sizes(), ElementsAre(50, 50, 9));
+    EXPECT_THAT(m_summaries, ElementsAre(SizeIs(50), SizeIs(50), SizeIs(9)));
     const auto* first = m_summaries[0][0].asDictionary();
     EXPECT_EQ(stringFor(*first, "url"), "http://h/0");
     EXPECT_EQ(stringFor(*first, "source"), "A");

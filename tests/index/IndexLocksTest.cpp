@@ -9,8 +9,6 @@ using testing::ElementsAre;
 
 TEST(DocumentCounterTest, IsNeverBelowZeroAndSaysWhatItWouldBe) {
     DocumentCounter counter;
-    EXPECT_EQ(counter.add(-1), -1);
-    EXPECT_EQ(counter.value(), 0);
     EXPECT_EQ(counter.add(5), 5);
     EXPECT_EQ(counter.add(-7), -2);
     EXPECT_EQ(counter.value(), 0);
@@ -18,10 +16,7 @@ TEST(DocumentCounterTest, IsNeverBelowZeroAndSaysWhatItWouldBe) {
     EXPECT_EQ(counter.value(), 0);
 }
 
-class IndexLocksTest : public IndexFixture {
-protected:
-    IndexLocks m_locks;
-};
+using IndexLocksTest = IndexFixture;
 
 TEST_F(IndexLocksTest, GateStartsClosedAndTellsOnlyOfItsFirstClosingAndLastOpening) {
     IndexingGate gate(m_centre);
@@ -43,32 +38,33 @@ TEST_F(IndexLocksTest, GateStartsClosedAndTellsOnlyOfItsFirstClosingAndLastOpeni
 }
 
 TEST_F(IndexLocksTest, EnumerationsTakeTurnsAndOneThatIsAloneGoesOn) {
+    IndexLocks locks;
     std::vector<int> journal;
     std::thread second;
     {
-        const ScanLock::Turn turn(m_locks.scanLock());
-        EXPECT_TRUE(m_locks.continueEnumerating());
+        const ScanLock::Turn turn(locks.scanLock());
+        EXPECT_TRUE(locks.continueEnumerating());
         second = std::thread([&] {
-            const ScanLock::Turn next(m_locks.scanLock());
-            EXPECT_TRUE(m_locks.continueEnumerating());
+            const ScanLock::Turn next(locks.scanLock());
+            EXPECT_TRUE(locks.continueEnumerating());
             journal.push_back(2);
         });
-        while (m_locks.continueEnumerating()) std::this_thread::yield();
-        EXPECT_EQ(m_locks.scanLock().count(), 2);
+        while (locks.continueEnumerating()) std::this_thread::yield();
+        EXPECT_EQ(locks.scanLock().count(), 2);
         journal.push_back(1);
     }
     second.join();
     EXPECT_THAT(journal, ElementsAre(1, 2));
-    EXPECT_EQ(m_locks.scanLock().count(), 0);
-    EXPECT_FALSE(m_locks.continueEnumerating());
+    EXPECT_EQ(locks.scanLock().count(), 0);
+    EXPECT_FALSE(locks.continueEnumerating());
 }
 
 TEST_F(IndexLocksTest, ScanMayStartOnlineWithOpenGateAndNobodyEnumerating) {
     EXPECT_TRUE(store().readyToIndex());
-    EXPECT_EQ(m_network.asked.size(), 1U);
+    EXPECT_EQ(m_network.asked, 1);
     m_network.isOnline = false;
     EXPECT_FALSE(store().readyToIndex());
-    EXPECT_EQ(m_network.asked.size(), 3U);
+    EXPECT_EQ(m_network.asked, 3);
     m_network.isOnline = true;
     store().disableIndexing();
     EXPECT_FALSE(store().readyToIndex());

@@ -14,15 +14,9 @@ protected:
 
     void addPages(int thread) {
         for (int i = 0; i < kPages; ++i) {
-            m_store->addDataToIndex(
-                {.content = "common word" + std::to_string(i),
-                 .readable = "Common word" + std::to_string(i),
-                 .url = url(page(i)),
-                 .source = "Source" + std::to_string(i % 3),
-                 .indexer = "Tester",
-                 .date = Date::fromReference(thread * 1000.0),  // each replaces the one before
-                 .title = std::nullopt,
-                 .cachePath = std::nullopt});
+            const std::string source = "Source" + std::to_string(i % 3);
+            m_store->addDataToIndex(request(page(i), "common word" + std::to_string(i), source,
+                                            thread * 1000.0));  // each replaces the one before
             if (i % 50 == 49) m_store->removeURLFromIndex({url(page(i - 7))});
             m_store->isDocument(url(page(i / 2)), "Source1", std::nullopt);
             m_store->yieldForPriorityThread();
@@ -88,7 +82,8 @@ TEST_F(IndexThreadsTest, AddingSearchingFlushingCompactingLoadingAndClosingGoTog
     EXPECT_EQ(std::set<std::string>(found.begin(), found.end()).size(), found.size());
     EXPECT_GT(documents, 0);
     std::int64_t records = 0;
-    for (const SKIndex& index : *store().indexes()) records += index->properties->count();
+    const auto indexes = store().indexes();
+    for (const SKIndex& index : *indexes) records += index->properties->count();
     EXPECT_EQ(records, documents);
     EXPECT_THAT(errors(), testing::IsEmpty());
     EXPECT_FALSE(isLogged("Encountered URL with no properties"));

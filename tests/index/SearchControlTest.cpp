@@ -6,7 +6,6 @@ namespace siftwell {
 namespace {
 
 using std::chrono::seconds;
-using testing::ElementsAre;
 
 class SearchControlTest : public IndexFixture {
 protected:
@@ -65,19 +64,6 @@ TEST_F(SearchControlTest, SearchThatIsEndedAtOnceOrReplacedLeavesNothingBehind) 
     store().finishSearchAfterIdlePeriod(seconds(10));
     EXPECT_EQ(m_loop.pendingTimers(), 0U);
     EXPECT_TRUE(store().currentSearch().isNone());
-}
-
-TEST_F(SearchControlTest, NamedSourcesAreSearchedInTheirOrderAndFourSchemesOnly) {
-    for (const char* scheme : {"http", "https", "file", "feed", "gopher"}) {
-        add(std::string(scheme) + ":///page", "word", {.source = "A"});
-    }
-    add("http://b/", "word", {.source = "B"});
-    EXPECT_THAT(
-        find("word", {{"B", "A", "Unknown"}}),
-        ElementsAre("http://b/", "http:///page", "https:///page", "file:///page", "feed:///page"));
-    EXPECT_EQ(find("word").size(), 6U);
-    EXPECT_TRUE(find("word", std::vector<std::string>()).empty());
-    EXPECT_FALSE(hasIndexFile("Unknown.http"));
 }
 
 }  // namespace

@@ -36,13 +36,12 @@ protected:
 
     void page(const std::string& title, const std::string& text, int onDay,
               const std::string& source = "Pages", const std::string& scheme = "http") {
-        add(scheme + ":///" + title, text, {.source = source, .date = day(onDay), .title = title});
+        add(scheme + ":///" + title, text, source, onDay * 86400.0, title);
     }
 };
 
 TEST_F(ResultRowsTest, ARowTellsWhatTheRecordKnows) {
-    add("http://host/a/b.html", "apple",
-        {.source = "Pages", .date = Date::fromReference(86400.5), .title = "A title"});
+    add("http://host/a/b.html", "apple", "Pages", 86400.5, "A title");
     const auto rows = search("apple").rows;
     ASSERT_THAT(rows, SizeIs(1));
     EXPECT_EQ(rows[0].url, "http://host/a/b.html");
@@ -103,6 +102,7 @@ TEST_F(ResultRowsTest, NamedSourcesAreSearchedInFourSchemesAllOfThemWithoutNames
                 UnorderedElementsAre("http", "https", "file", "feed"));
     EXPECT_THAT(titles("apple", {}, Sources({"B", "nobody"})), ElementsAre("b"));
     EXPECT_THAT(titles("apple", {}, Sources(std::in_place)), IsEmpty());
+    EXPECT_FALSE(hasIndexFile("nobody.http"));
 }
 
 TEST_F(ResultRowsTest, ADocumentWithoutARecordIsShownByItsAddress) {
@@ -120,7 +120,7 @@ TEST_F(ResultRowsTest, ADocumentWithoutARecordIsShownByItsAddress) {
 
 TEST_F(ResultRowsTest, HelpPagesAreShownFromTheProgramThatRuns) {
     const auto urlOfHelp = [this](const std::string& address, const std::string& source) {
-        add(address, "apple", {.source = source, .date = day(1), .title = "Help"});
+        add(address, "apple", source, 86400, "Help");
         const auto rows = search("apple").rows;
         const std::string shown = rows.empty() ? "" : rows[0].url;
         store().removeURLFromIndex({url(address)});
