@@ -105,7 +105,9 @@ TEST_F(InterruptionTest, ASearchEndsAtOnceWhenItIsInterrupted) {
 TEST_F(InterruptionTest, ProgressIsShownOnATerminalAlone) {
     const std::string folder = manyPages(200);
     const FileDescriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
-    ASSERT_TRUE(grantpt(terminal.get()) == 0 && unlockpt(terminal.get()) == 0);
+    if (grantpt(terminal.get()) != 0 || unlockpt(terminal.get()) != 0) {
+        GTEST_SKIP() << "there are no pseudo-terminals here";
+    }
     const FileDescriptor kept(open(ptsname(terminal.get()), O_RDWR | O_NOCTTY | O_CLOEXEC));
     EXPECT_EQ(wait(start({"add", folder}, "/dev/null", ptsname(terminal.get()))), 0);
     std::string shown(1 << 16, '\0');
