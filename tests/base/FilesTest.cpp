@@ -8,8 +8,7 @@
 namespace siftwell {
 namespace {
 
-class FilesTest : public testing::Test {
-protected:
+struct FilesTest : testing::Test {
     TemporaryFolder m_folder;
 };
 

@@ -83,10 +83,9 @@ TEST(SharedGateTest, WaitingWriterGoesBeforeNewSharersButNotBeforeThoseInside) {
         journal.emplace_back("sharer");
     });
     sharer.waitUntilBlocked();
-    {
-        const SharedHold again(gate);
-        journal.emplace_back("inside again");
-    }
+    gate.enterShared();
+    journal.emplace_back("inside again");
+    gate.leaveShared();
     gate.leaveShared();
     writer.join();
     sharer.join();

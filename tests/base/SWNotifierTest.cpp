@@ -8,7 +8,6 @@ namespace siftwell {
 namespace {
 
 using testing::ElementsAre;
-using testing::Pair;
 using testing::SizeIs;
 
 class SWNotifierTest : public testing::Test {
@@ -48,14 +47,14 @@ TEST_F(SWNotifierTest, ErrorRecordEndsAtTheFirstAbsentValue) {
 }
 
 TEST_F(SWNotifierTest, ProgressNamesItsSource) {
-    EXPECT_THAT(posted("SiftwellIndexerProgressStartNotification",
-                       [&] { m_notifier.reportProgressStartingIn("S", 0); }),
+    const auto posts = [&](const std::string& event, const std::function<void()>& report) {
+        return posted(("SiftwellIndexerProgress" + event + "Notification").c_str(), report);
+    };
+    EXPECT_THAT(posts("Start", [&] { m_notifier.reportProgressStartingIn("S", 0); }),
                 ElementsAre(Record{{"source", "S"}, {"count", 0}}));
-    EXPECT_THAT(posted("SiftwellIndexerProgressNotification",
-                       [&] { m_notifier.reportProgressIn("S", "half"); }),
+    EXPECT_THAT(posts("", [&] { m_notifier.reportProgressIn("S", "half"); }),
                 ElementsAre(Record{{"source", "S"}, {"message", "half"}}));
-    EXPECT_THAT(posted("SiftwellIndexerProgressDoneNotification",
-                       [&] { m_notifier.reportProgressDoneIn("S", ""); }),
+    EXPECT_THAT(posts("Done", [&] { m_notifier.reportProgressDoneIn("S", ""); }),
                 ElementsAre(Record{{"source", "S"}, {"message", ""}}));
 }
 

@@ -21,12 +21,10 @@ TEST(UrlTest, AddressIsTakenApart) {
     EXPECT_EQ(partsOf("a/b?x"), "|-|a/b");
     EXPECT_EQ(partsOf("//h/p"), "|h|/p");
     EXPECT_EQ(partsOf("1a:x"), "|-|1a:x");
-}
-
-TEST(UrlTest, PathIsEmptyBehindABareHostAndAbsentInAnOpaqueAddress) {
-    EXPECT_EQ(partsOf("http://h"), "http|h|");
-    EXPECT_EQ(partsOf("http://h?q"), "http|h|");
-    EXPECT_EQ(partsOf("http://h#f/x"), "http|h|");
+    // The path is empty behind a bare host and absent in an opaque address.
+    for (const char* text : {"http://h", "http://h?q", "http://h#f/x"}) {
+        EXPECT_EQ(partsOf(text), "http|h|") << text;
+    }
     EXPECT_EQ(partsOf("mailto:a@b"), "mailto|-|-");
     EXPECT_EQ(partsOf("feed:http://h/x"), "feed|-|-");
 }

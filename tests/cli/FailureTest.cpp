@@ -126,29 +126,24 @@ TEST_F(FailureTest, DamagedSettingsAreNeverOverwritten) {
 
 TEST_F(FailureTest, ADamagedOrNewerIndexFileIsNamedAndLeftAsItIs) {
     addTwoSources();
+    const std::string file = indexFile("one.file");
     const std::string good = bytesOf("one.file");
-    const std::string newer =
-        "The index " + indexFile("one.file") + " was written by another version of Siftwell";
-    struct Change {
-        std::streamoff at;
-        std::string bytes;
-        std::string message;
-    };
-    for (const auto& [at, bytes, message] :
-         {Change{8, "\x02", newer}, Change{14, "?", indexFile("one.file")},
-          Change{4096, std::string(200, '?'), indexFile("one.file")}}) {
-        overwrite(indexFile("one.file"), at, bytes);
+    const std::string newer = "The index " + file + " was written by another version of Siftwell";
+    const std::vector<std::tuple<std::streamoff, std::string, std::string>> changes = {
+        {8, "\x02", newer}, {14, "?", file}, {4096, std::string(200, '?'), file}};
+    for (const auto& [at, bytes, message] : changes) {
+        overwrite(file, at, bytes);
         const std::string changed = bytesOf("one.file");
         expectFailure({"search", "apple"}, 3, message);
         EXPECT_THAT(titles({"apple"}), testing::Contains("Beta"));
         expectFailure({"check"}, 4, message);
-        expectFailure({"add", m_home.file("one")}, 4, indexFile("one.file"));
+        expectFailure({"add", m_home.file("one")}, 4, file);
         if (message == newer) expectFailure({"status"}, 4, message);
         EXPECT_TRUE(bytesOf("one.file") == changed);
-        overwrite(indexFile("one.file"), 0, good);
+        overwrite(file, 0, good);
         EXPECT_THAT(titles({"apple"}), SizeIs(2));
     }
-    overwrite(indexFile("one.file"), 8, "\x02");
+    overwrite(file, 8, "\x02");
     page("two/c.html", "Gamma", "apple");
     expectFailure({"add", m_home.file("two")}, 4, newer);
     EXPECT_THAT(titles({"apple"}), UnorderedElementsAre("Beta", "Gamma"));

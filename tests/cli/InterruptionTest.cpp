@@ -10,6 +10,8 @@
 namespace siftwell {
 namespace {
 
+constexpr int kLongPage = 700;  // words
+
 using testing::HasSubstr;
 
 class InterruptionTest : public ProgramFixture {
@@ -35,7 +37,7 @@ protected:
 };
 
 TEST_F(InterruptionTest, SearchingBesideARunningAddFindsMoreAndMore) {
-    const pid_t add = startSiftwell({"add", manyPages(1000)});
+    const pid_t add = startSiftwell({"add", manyPages(1000, kLongPage)});
     std::multiset<std::string> before;
     int searches = 0;
     for (; !hasEnded(add); ++searches) {
@@ -51,13 +53,13 @@ TEST_F(InterruptionTest, SearchingBesideARunningAddFindsMoreAndMore) {
 }
 
 TEST_F(InterruptionTest, AKilledAddLosesNothingThatAnotherProcessSaw) {
-    const std::string folder = manyPages(1500);
+    const std::string folder = manyPages(1500, kLongPage);
     std::mt19937 random(20261121);
     std::multiset<std::string> before;
     int killed = 0;
     for (int round = 0; round < 4; ++round) {
         const pid_t add = startSiftwell({"add", folder});
-        waitForGrowth(add, random() % 40'000);
+        waitForGrowth(add, random() % 400'000);
         const auto seen = indexed();
         expectNothingLost(before, seen);
         kill(add, SIGKILL);
@@ -75,7 +77,7 @@ TEST_F(InterruptionTest, AKilledAddLosesNothingThatAnotherProcessSaw) {
 }
 
 TEST_F(InterruptionTest, AnAddThatIsAskedToEndKeepsWhatItDid) {
-    const std::string folder = manyPages(1000);
+    const std::string folder = manyPages(1000, kLongPage);
     for (const int signal : {SIGTERM, SIGINT}) {
         const pid_t add = startSiftwell({"add", folder});
         waitForGrowth(add, 1);

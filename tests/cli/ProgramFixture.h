@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -47,21 +46,18 @@ protected:
     }
 
     pid_t start(const Arguments& arguments, const std::string& out, const std::string& err) {
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC;
-        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), kFlags, 0600);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), kFlags, 0600);
-        std::vector<std::string> words = {"siftwell"};
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        std::vector<std::string> variables = environmentOfProgram();
-        pid_t process = -1;
-        EXPECT_EQ(posix_spawn(&process, SIFTWELL_PROGRAM, &actions, nullptr, pointers(words).data(),
-                              pointers(variables).data()),
-                  0);
-        posix_spawn_file_actions_destroy(&actions);
-        return process;
+        std::vector<char*> words = {const_cast<char*>("siftwell")};
+        for (const std::string& each : arguments) words.push_back(const_cast<char*>(each.data()));
+        words.push_back(nullptr);
+        const pid_t process = fork();
+        if (process != 0) return process;
+        for (const auto& [name, value] : m_variables) setenv(name.c_str(), value.c_str(), 1);
+        constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_NOCTTY;
+        dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+        dup2(open(out.c_str(), kFlags | O_CLOEXEC, 0600), STDOUT_FILENO);
+        dup2(open(err.c_str(), kFlags | O_CLOEXEC, 0600), STDERR_FILENO);
+        execv(SIFTWELL_PROGRAM, words.data());
+        _exit(127);
     }
 
     static int wait(pid_t process) {
@@ -83,11 +79,15 @@ protected:
     }
 
     // A folder of pages "p0.html", … that all hold "apple", and each its own "number0x".
-    std::string manyPages(int count) {
+    // Long pages keep the program busy for a while.
+    std::string manyPages(int count, int wordsOfEach = 10) {
         for (int i = 0; i < count; ++i) {
             const std::string number = std::to_string(i);
-            page("many/p" + number + ".html", "Page " + number,
-                 "apple number" + number + "x " + std::string(200, 'w') + number);
+            std::string words = "apple number" + number + "x";
+            for (int word = 0; word < wordsOfEach; ++word) {
+                words += " word" + std::to_string(i * word % 5003) + std::string(word % 7, 'w');
+            }
+            page("many/p" + number + ".html", "Page " + number, words);
         }
         return m_home.file("many");
     }
@@ -149,20 +149,6 @@ protected:
                                                       {"LC_ALL", "C.UTF-8"},
                                                       {"LANGUAGE", "en"},
                                                       {"TZ", "UTC"}};
-
-private:
-    std::vector<std::string> environmentOfProgram() const {
-        std::vector<std::string> variables;
-        for (const auto& [name, value] : m_variables) variables.push_back(name + "=" + value);
-        return variables;
-    }
-
-    static std::vector<char*> pointers(std::vector<std::string>& texts) {
-        std::vector<char*> result;
-        for (std::string& text : texts) result.push_back(text.data());
-        result.push_back(nullptr);
-        return result;
-    }
 };
 
 }  // namespace siftwell

@@ -5,19 +5,11 @@
 namespace siftwell {
 namespace {
 
-class PLSqliteStatementTest : public SqliteFixture {
-protected:
-    std::unique_ptr<PLSqliteStatement> insertStatement() {
-        m_database->executeUpdate("CREATE TABLE t (id UNIQUE, v)");
-        return m_database->createStatement("INSERT INTO t VALUES (?, ?)");
-    }
-    std::string stored() {
-        return firstRow("SELECT group_concat(quote(v)) FROM t")->stringForColumnIndex(0);
-    }
-};
+using PLSqliteStatementTest = SqliteFixture;
 
-TEST_F(PLSqliteStatementTest, OneStatementStoresManyValuesInFull) {
-    auto insert = insertStatement();
+TEST_F(PLSqliteStatementTest, OneStatementStoresManyValuesInFullEvenAfterARunThatFailed) {
+    m_database->executeUpdate("CREATE TABLE t (id UNIQUE, v)");
+    auto insert = m_database->createStatement("INSERT INTO t VALUES (?, ?)");
     int id = 0;
     const auto store = [&] {
         insert->bindInteger(1, ++id);
@@ -34,24 +26,18 @@ TEST_F(PLSqliteStatementTest, OneStatementStoresManyValuesInFull) {
     store();
     insert->bindData(2, std::string_view("a\0b", 3));
     store();
-    EXPECT_EQ(stored(), "-9223372036854775807,-9223372036854775807,NULL,0.5,'',X'610062'");
+    EXPECT_EQ(firstRow("SELECT group_concat(quote(v)) FROM t")->stringForColumnIndex(0),
+              "-9223372036854775807,-9223372036854775807,NULL,0.5,'',X'610062'");
+
+    PlausibleError error;
+    EXPECT_FALSE(insert->run(&error));  // the number is taken
+    EXPECT_EQ(error.code, PlausibleDatabase::kQueryFailed);
+    EXPECT_EQ(reasonOf([&] { insert->bindInteger(3, 1); }),
+              "SQlite error binding parameter 3 for database '" + path() + "': 25");
     m_database.reset();
     store();  // it keeps its database alive
     insert.reset();
     EXPECT_THAT(m_log, testing::IsEmpty());
-}
-
-TEST_F(PLSqliteStatementTest, RunThatFailedMayBeFollowedByAnother) {
-    const auto insert = insertStatement();
-    insert->bindInteger(1, 1);
-    EXPECT_TRUE(insert->run());
-    PlausibleError error;
-    EXPECT_FALSE(insert->run(&error));
-    EXPECT_EQ(error.code, PlausibleDatabase::kQueryFailed);
-    insert->bindInteger(1, 2);
-    EXPECT_TRUE(insert->run());
-    EXPECT_EQ(reasonOf([&] { insert->bindInteger(3, 1); }),
-              "SQlite error binding parameter 3 for database '" + path() + "': 25");
 }
 
 }  // namespace
