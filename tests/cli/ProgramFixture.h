@@ -85,7 +85,8 @@ protected:
             const std::string number = std::to_string(i);
             std::string words = "apple number" + number + "x";
             for (int word = 0; word < wordsOfEach; ++word) {
-                words += " word" + std::to_string(i * word % 5003) + std::string(word % 7, 'w');
+                words += " word" + std::to_string(i * word % 5003) +
+                         std::string(static_cast<std::size_t>(word % 7), 'w');
             }
             page("many/p" + number + ".html", "Page " + number, words);
         }

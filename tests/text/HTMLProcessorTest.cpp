@@ -142,18 +142,18 @@ TEST(HTMLProcessorTest, DeletionDoesAndYieldsAsItsRuleSaysOnAnyPage) {
         std::string stop;
         bool ignoreCase;
     };
-    for (const auto& [start, stop, ignoreCase] :
+    for (const Stretch& each :
          {Stretch{"<SCRIPT", "/SCRIPT>", true}, Stretch{"<!--", "-->", false},
           Stretch{"<", ">", false}, Stretch{"<S", ">", true}, Stretch{";", ";", true},
           Stretch{"W", "s", true}, Stretch{" ", "x", false}}) {
         compareWithSlowPass(
             [&](HTMLProcessor& page, const Yield& yield) {
-                page.deleteTagsWithStartDelimiter(start, stop, ignoreCase, yield);
+                page.deleteTagsWithStartDelimiter(each.start, each.stop, each.ignoreCase, yield);
             },
             [&](const std::string& page, slow::Moments& moments) {
-                return slow::deletionPass(page, start, stop, ignoreCase, moments);
+                return slow::deletionPass(page, each.start, each.stop, each.ignoreCase, moments);
             });
-        if (HasFatalFailure()) FAIL() << "between " << start << " and " << stop;
+        if (HasFatalFailure()) FAIL() << "between " << each.start << " and " << each.stop;
     }
 }
 
