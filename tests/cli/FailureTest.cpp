@@ -130,7 +130,9 @@ TEST_F(FailureTest, ADamagedOrNewerIndexFileIsNamedAndLeftAsItIs) {
     const std::string good = bytesOf("one.file");
     const std::string newer = "The index " + file + " was written by another version of Siftwell";
     const std::vector<std::tuple<std::streamoff, std::string, std::string>> changes = {
-        {8, "\x02", newer}, {14, "?", file}, {4096, std::string(200, '?'), file}};
+        {8, "\x02", newer},
+        {14, std::string(1, static_cast<char>(~good[14])), file},  // a byte made at random
+        {4096, std::string(200, '?'), file}};
     for (const auto& [at, bytes, message] : changes) {
         overwrite(file, at, bytes);
         const std::string changed = bytesOf("one.file");
