@@ -47,7 +47,8 @@ protected:
         auto session = open(Session::Purpose::Writing);
         session->waitUntilIndexingIsEnabled();
         FileAdding adding(session->indexes(), session->notifier(), session->settings());
-        adding.start({{m_samples + "/pages", "pages", "LocalFiles"}}, 2, [] {});
+        adding.start({{m_samples + "/pages", "pages", "LocalFiles"}}, 2,
+                     [this] { m_loop->post([] {}); });  // wakes it
         session->mainLoop().turnUntil([&] { return adding.progress().isDone; },
                                       std::chrono::minutes(5));
         adding.stop();
