@@ -116,8 +116,6 @@ bool DocumentStore::clearOlderCopies(const AddRequest& request, const SKDocument
             isNewest = false;
         } else if (index == target) {
             postRemoval(request.url.absoluteString());
-            m_parts.counters.documents.add(-1);
-            m_parts.counters.deleted.add(1);
         } else {
             removeNumber(*number, index, request.url.absoluteString(), true);
         }
@@ -138,7 +136,12 @@ std::optional<PropertyRecord> DocumentStore::addToIndex(const AddRequest& reques
         return std::nullopt;
     }
     PropertyRecord record = recordFor(request);
-    if (added->replaced) target->properties->removeSKDocument(*added->replaced);
+    if (added->replaced) {
+        // Counted here, since another thread may have added the page only just now.
+        target->properties->removeSKDocument(*added->replaced);
+        m_parts.counters.documents.add(-1);
+        m_parts.counters.deleted.add(1);
+    }
     target->properties->addSKDocument(added->id, record);
     // Another thread may have replaced the document before it had its record.
     if (target->index->stateOf(added->id) == fulltext::DocumentState::NotIndexed) {
