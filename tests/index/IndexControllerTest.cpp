@@ -140,8 +140,10 @@ TEST_F(IndexControllerTest, KilledStoreLosesOnlyWhatWasNotFlushed) {
     add("http://host/a", "changed", "Pages", 2000);
     add("http://host/c", "word");
     store().removeURLFromIndex({url("http://host/b")});
-    const auto indexes = store().indexes();
-    for (const SKIndex& index : *indexes) EXPECT_TRUE(index->properties->write());
+    {
+        const auto indexes = store().indexes();  // may not outlive the store
+        for (const SKIndex& index : *indexes) EXPECT_TRUE(index->properties->write());
+    }
     kill();
     start(Access::ReadOnly);
     EXPECT_THAT(find("word"), ElementsAre("http://host/a", "http://host/b"));
