@@ -1,5 +1,6 @@
-// Any bytes as an index file: opened, asked everything, written to and compacted. A file that calls
-// itself whole holds what it says, and nothing of it is lost when it is compacted.
+// Any bytes as an index file: opened, asked everything, written to, compacted and repaired. A file
+// that calls itself whole holds what it says, nothing of it is lost when it is compacted, and a
+// repair leaves it alone.
 //
 // Every checksum is 0 here, or no change of a byte would ever be seen by the code behind them. Who
 // makes such a file on purpose can compute checksums too.
@@ -25,6 +26,7 @@
 #include "fulltext/CrashStorage.h"
 #include "fulltext/Header.h"
 #include "fulltext/Index.h"
+#include "fulltext/Repair.h"
 #include "fulltext/Search.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
@@ -58,6 +60,8 @@ public:
     Result<std::unique_ptr<Index>> open(Index::Access access) {
         return Index::open(kPath, std::nullopt, access, surroundings());
     }
+
+    Result<RepairReport> repair() { return repairIndex(kPath, {}, m_storage, {}); }
 
 private:
     Index::Surroundings surroundings() { return {.storage = &m_storage}; }
@@ -187,10 +191,22 @@ void change(Index& index, const std::optional<Texts>& whole) {
     require(texts == expected);
 }
 
-void run(IndexFile& file) {
+// All texts, if the file calls itself whole.
+std::optional<Texts> run(IndexFile& file) {
     std::optional<Texts> texts;
     if (const auto index = file.open(Index::Access::ReadOnly)) texts = look(**index);
     if (const auto index = file.open(Index::Access::ReadWrite)) change(**index, texts);
+    return texts;
+}
+
+void repair(IndexFile& file, const std::optional<Texts>& whole) {
+    const auto report = file.repair();
+    require(!whole || (report && report->findings.isEmpty()));
+    if (!report) return;
+    const auto index = file.open(Index::Access::ReadOnly);
+    require(index.isOk());
+    const auto texts = look(**index);
+    require(texts && (!whole || *texts == *whole));
 }
 
 }  // namespace
@@ -201,8 +217,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string input = size > 1    ? std::string(fuzz::asText(data, size))
                               : size == 1 ? IndexFile::made(data[0])->asInput()
                                           : "";
-    const auto file = IndexFile::fromInput(input);
-    run(*file);
+    const auto texts = run(*IndexFile::fromInput(input));
+    repair(*IndexFile::fromInput(input), texts);
     return 0;
 }
 

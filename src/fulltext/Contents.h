@@ -4,6 +4,7 @@
 // Threads: guarded by the mutex of its index. Snapshots share immutable parts and stay as they are.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <unordered_map>
@@ -62,8 +63,12 @@ public:
     // The first live document behind `document`, or kNoDocument.
     DocumentID nextLive(DocumentID document) const;
 
-    // The document bears the next number.
+    // The document bears the next number, or a higher one.
     void add(std::shared_ptr<const MemoryDocument> document);
+
+    // Numbers below `next` that were not given out never will be. The next document may bear any
+    // number from there on.
+    void skipTo(DocumentID next) { m_nextDocument = std::max(m_nextDocument, next); }
 
     // The document is live; `words` and `recordBytes` are its own.
     void remove(DocumentID document, std::uint64_t words, std::uint64_t recordBytes);

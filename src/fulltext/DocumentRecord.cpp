@@ -141,6 +141,38 @@ Result<StoredIdentity> readIdentity(const StorageFile& file, std::uint64_t offse
     return identity;
 }
 
+std::optional<StoredIdentity> identityIfReadable(const StorageFile& file, std::uint64_t offset) {
+    constexpr std::uint64_t kMaxIdentity = 4 + 1 + 2 * 255 + 1 + 4 + kMaxNameBytes;
+    const Result<std::uint64_t> size = file.size();
+    if (!size || offset > *size || *size - offset < kRecordHeaderSize) return std::nullopt;
+    const Result<std::string> bytes = file.readAt(
+        offset,
+        static_cast<std::size_t>(std::min(*size - offset, kRecordHeaderSize + kMaxIdentity)));
+    if (!bytes) return std::nullopt;
+    const RecordHeader header = parseRecordHeader(*bytes);
+    ByteReader reader(std::string_view(*bytes).substr(kRecordHeaderSize));
+    StoredIdentity identity;
+    identity.id = reader.number<DocumentID>();
+    identity.key = readKey(reader);
+    if (header.kind != RecordKind::Document || !reader.isOk() || !isKeyInBounds(identity.key) ||
+        identity.id < kFirstDocumentID || identity.id > kLastDocumentID) {
+        return std::nullopt;
+    }
+    return identity;
+}
+
+std::optional<DocumentKey> keyIfReadable(const StorageFile& file, std::uint64_t offset,
+                                         DocumentID id) {
+    auto identity = identityIfReadable(file, offset);
+    if (!identity || identity->id != id) return std::nullopt;
+    return std::move(identity->key);
+}
+
+bool isPayloadSizeSane(std::uint64_t payloadSize) {
+    constexpr std::uint64_t kSmallest = 4 + 1 + 5 + 4;  // with an empty key and no text
+    return payloadSize >= kSmallest && payloadSize <= kMaxRecord;
+}
+
 Result<std::uint64_t> documentRecordSize(const StorageFile& file, std::uint64_t offset) {
     const Result<std::string> raw = file.readAt(offset, kRecordHeaderSize);
     if (!raw) return raw.status();

@@ -10,6 +10,7 @@
 // Scheme and name stand so that a damaged file can be searched for addresses without its structure.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -52,6 +53,15 @@ Result<StoredDocument> readDocument(const StorageFile& file, std::uint64_t offse
 
 // The same without its text, which is not decompressed.
 Result<StoredIdentity> readIdentity(const StorageFile& file, std::uint64_t offset);
+
+// The number and the key of a record whose checksum may be wrong, when they look like such; who
+// knows better compares.
+std::optional<StoredIdentity> identityIfReadable(const StorageFile& file, std::uint64_t offset);
+std::optional<DocumentKey> keyIfReadable(const StorageFile& file, std::uint64_t offset,
+                                         DocumentID id);
+
+// What a document record may hold at most and must hold at least.
+bool isPayloadSizeSane(std::uint64_t payloadSize);
 
 // The bytes that the record takes in the file.
 Result<std::uint64_t> documentRecordSize(const StorageFile& file, std::uint64_t offset);

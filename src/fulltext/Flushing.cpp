@@ -56,9 +56,19 @@ Status writeRoot(IndexCore& index, RootPair pair, const Root& root) {
     return index.roots.write(*index.currentFile(), pair, root);
 }
 
+// What is written to a file that nobody can find is lost.
+Status checkThatFileIsThere(IndexCore& index) {
+    if (index.storage.isNamed(*index.currentFile(), index.path)) return {};
+    return {StatusCode::NotFound,
+            filledIn(_("The index %@ was removed or replaced while it was being written. What was "
+                       "in it has to be added again."),
+                     index.path)};
+}
+
 Status commit(IndexCore& index) {
     const auto root = appendCommit(index);
     if (!root) return {};
+    if (Status status = checkThatFileIsThere(index); !status.isOk()) return status;
     if (Status status = index.currentTail()->writeOut(*index.currentFile()); !status.isOk()) {
         return status;
     }

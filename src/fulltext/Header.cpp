@@ -37,6 +37,17 @@ std::optional<Root> parseSlot(std::string_view slot) {
     return root;
 }
 
+constexpr std::size_t kVersionOffset = kMagic.size();
+constexpr std::size_t kIdentityOffset = kVersionOffset + sizeof(kFormatVersion);
+constexpr std::size_t kFixedSize = kIdentityOffset + sizeof(FileIdentity) + sizeof(std::uint64_t);
+
+Status otherVersion(const StorageFile& file, std::uint32_t version) {
+    return {StatusCode::UnknownVersion,
+            filledIn(_("The index %@ was written by another version of Siftwell (format %d). "
+                       "It was left as it is; please use the newer version."),
+                     file.path(), std::int64_t{version})};
+}
+
 std::optional<Root> newestRoot(std::string_view page, RootPair pair, int& newestSlot) {
     std::optional<Root> newest;
     for (int slot = 0; slot < 2; ++slot) {
@@ -67,6 +78,43 @@ std::string headerPage(const FileIdentity& identity, std::uint64_t settings) {
     return page;
 }
 
+RootSlots rootSlots(std::string_view page, RootPair pair) {
+    RootSlots slots{.offset = slotOffset(pair, 0), .roots = {}};
+    for (int slot = 0; slot < 2; ++slot) {
+        const std::string_view bytes = page.substr(slotOffset(pair, slot), kSlotSize);
+        if (const auto root = parseSlot(bytes)) {
+            slots.roots.push_back(*root);
+        } else if (bytes.find_first_not_of('\0') != std::string_view::npos) {
+            ++slots.broken;
+        }
+    }
+    std::sort(slots.roots.begin(), slots.roots.end(),
+              [](const Root& a, const Root& b) { return a.generation > b.generation; });
+    return slots;
+}
+
+std::optional<FixedHeader> fixedHeader(std::string_view page) {
+    std::string fixed(kMagic);
+    appendNumber(fixed, kFormatVersion);
+    fixed += page.substr(kIdentityOffset, kFixedSize - kIdentityOffset);
+    if (loadNumber<std::uint32_t>(page.data() + kFixedSize) != crc32c(fixed)) return std::nullopt;
+    ByteReader reader(page.substr(kIdentityOffset));
+    FixedHeader header;
+    const std::string_view identity = reader.bytes(header.identity.size());
+    std::copy(identity.begin(), identity.end(), header.identity.begin());
+    header.settings = reader.number<std::uint64_t>();
+    return header;
+}
+
+// An impossible version with the checksum of this one is damage.
+Status checkVersion(const StorageFile& file, std::string_view page) {
+    constexpr std::uint32_t kHighestPossible = 255;
+    const auto version = loadNumber<std::uint32_t>(page.data() + kVersionOffset);
+    if (!page.starts_with(kMagic) || version == kFormatVersion) return {};
+    const bool isPossible = version > kFormatVersion && version <= kHighestPossible;
+    return isPossible || !fixedHeader(page) ? otherVersion(file, version) : Status();
+}
+
 Result<Header> readHeader(const StorageFile& file) {
     const Result<std::string> magic = file.readAt(0, kMagic.size());
     if (!magic || *magic != kMagic) {
@@ -78,11 +126,7 @@ Result<Header> readHeader(const StorageFile& file) {
     ByteReader reader(*page);
     reader.bytes(kMagic.size());
     if (const auto version = reader.number<std::uint32_t>(); version != kFormatVersion) {
-        return Status(
-            StatusCode::UnknownVersion,
-            filledIn(_("The index %@ was written by another version of Siftwell (format %d). "
-                       "It was left as it is; please use the newer version."),
-                     file.path(), std::int64_t{version}));
+        return otherVersion(file, version);
     }
     Header header;
     const std::string_view identity = reader.bytes(header.identity.size());
@@ -94,6 +138,7 @@ Result<Header> readHeader(const StorageFile& file) {
     }
     header.durable = newestRoot(*page, RootPair::Durable, header.newestSlot[0]);
     header.latest = newestRoot(*page, RootPair::Latest, header.newestSlot[1]);
+    header.isDurableSlotBroken = rootSlots(*page, RootPair::Durable).broken > 0;
     for (const auto& root : {header.durable, header.latest}) {
         if (root) header.highestGeneration = std::max(header.highestGeneration, root->generation);
     }

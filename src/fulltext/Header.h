@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "base/Status.h"
 #include "fulltext/Storage.h"
@@ -41,11 +43,31 @@ struct Header {
     std::optional<Root> latest;
     std::uint64_t highestGeneration = 0;  // of any slot; the next commit goes above it
     std::array<int, 2> newestSlot{};      // of each pair: 0 or 1
+    bool isDurableSlotBroken = false;     // the one that is missing was durable
 };
 
 FileIdentity newFileIdentity();
 
 std::string headerPage(const FileIdentity& identity, std::uint64_t settings);
+
+// The slots of a pair. Of two, one may be torn.
+struct RootSlots {
+    std::uint64_t offset = 0;  // of the first one
+    std::vector<Root> roots;   // the whole ones, the newest first
+    int broken = 0;            // slots that hold something else
+};
+RootSlots rootSlots(std::string_view page, RootPair pair);
+
+// UnknownVersion when the page says that another version wrote it, and that is no damage.
+Status checkVersion(const StorageFile& file, std::string_view page);
+
+// The fixed part of a header page, also when only what bears no meaning for one index is damaged:
+// none when its checksum is wrong.
+struct FixedHeader {
+    FileIdentity identity{};
+    std::uint64_t settings = 0;
+};
+std::optional<FixedHeader> fixedHeader(std::string_view page);
 
 // NotFound for a file that is no index, UnknownVersion for one of a newer program.
 Result<Header> readHeader(const StorageFile& file);

@@ -10,7 +10,8 @@
 #include "fulltext/Flushing.h"
 #include "fulltext/IndexCore.h"
 #include "fulltext/Merging.h"
-#include "fulltext/Recovery.h"
+#include "fulltext/Opening.h"
+#include "fulltext/Repair.h"
 #include "fulltext/Search.h"
 #include "text/Words.h"
 
@@ -22,34 +23,7 @@ namespace {
 // a little does not leave a little segment each time.
 constexpr std::uint64_t kMergedOnClosing = 8 << 20;
 
-Status writeNewIndex(StorageFile& file, const FileIdentity& identity,
-                     const IndexSettings& settings) {
-    FileTail tail(kHeaderPageSize);
-    const RecordPlace settingsPlace =
-        tail.append(makeRecord(RecordKind::Settings, serializeSettings(settings)));
-    const Commit commit{.generation = 1, .segments = {}, .added = {}, .removed = {}};
-    const RecordPlace place = tail.append(makeRecord(RecordKind::Commit, serializeCommit(commit)));
-    Status status = file.writeAt(0, headerPage(identity, settingsPlace.offset));
-    if (status.isOk()) status = tail.writeOut(file);
-    if (status.isOk()) status = file.sync();
-    const Root root{.generation = 1, .commit = place.offset, .end = tail.end()};
-    if (status.isOk()) status = RootWriter().write(file, RootPair::Durable, root);
-    if (status.isOk()) status = file.sync();
-    return status;
-}
-
 std::string creationPath(const std::string& indexPath) { return indexPath + ".creating"; }
-
-// The file that bears the name, locked: compaction may exchange it between opening and locking.
-Result<std::unique_ptr<StorageFile>> openLocked(Storage& storage, const std::string& path) {
-    for (int attempt = 0; attempt < 10; ++attempt) {
-        auto file = storage.open(path, Storage::Mode::ReadWrite);
-        if (!file) return file.status();
-        if (Status status = (*file)->lockForWriting(); !status.isOk()) return status;
-        if (storage.isNamed(**file, path)) return file;
-    }
-    return Status(StatusCode::Busy, filledIn(_("The index %@ is being replaced."), path));
-}
 
 }  // namespace
 
@@ -99,42 +73,20 @@ Result<std::unique_ptr<Index>> Index::open(const std::string& path,
     auto file = openLocked(*surroundings.storage, path);
     if (!file) return file.status();
     static_cast<void>(surroundings.storage->remove(compactionPath(path)));
+    static_cast<void>(surroundings.storage->remove(repairPath(path)));
     return openFile(*std::move(file), internalName, access, surroundings);
 }
 
 Result<std::unique_ptr<Index>> Index::openFile(std::unique_ptr<StorageFile> file,
                                                const std::optional<std::string>& internalName,
                                                Access access, const Surroundings& surroundings) {
-    const std::shared_ptr<StorageFile> shared(std::move(file));
-    const Result<Header> header = readHeader(*shared);
-    if (!header) return header.status();
-    Result<IndexSettings> settings = readSettings(*shared, header->settings);
-    if (!settings) return settings.status();
-    if (internalName && settings->internalName != internalName) {
-        return Status(
-            StatusCode::NameMismatch,
-            filledIn(_("The index %@ does not bear the name %@."), shared->path(), *internalName));
-    }
-    const Result<Recovered> recovered = recover(shared, *header, TermFilter(*settings));
-    if (!recovered) return recovered.status();
-
-    auto core = std::make_shared<IndexCore>(*surroundings.storage, shared->path(),
-                                            *std::move(settings), recovered->contents);
-    core->identity = header->identity;
-    core->isReadOnly = access == Access::ReadOnly;
-    core->pace = surroundings.pace;
-    core->maxUnsegmentedText = surroundings.maxUnsegmentedText;
-    core->roots = RootWriter(header->newestSlot);
-    {
-        MutexLock lock(core->mutex);
-        core->file = shared;
-        core->tail = std::make_shared<FileTail>(recovered->root.end);
-        core->lastGeneration = header->highestGeneration;
-        core->latest = recovered->root;
-        core->durable = recovered->isDurable ? recovered->root : header->durable.value_or(Root());
-    }
-    if (surroundings.budget != nullptr && !core->isReadOnly) surroundings.budget->enter(core);
-    return std::unique_ptr<Index>(new Index(std::move(core), surroundings));
+    auto core = openCore(std::move(file), internalName, access, surroundings);
+    if (!core) return core.status();
+    // What a killed program flushed and did not sync survives a later power cut too. A failure is
+    // kept by the index.
+    if (!(*core)->isReadOnly) static_cast<void>(fulltext::sync(**core));
+    if (surroundings.budget != nullptr && !(*core)->isReadOnly) surroundings.budget->enter(*core);
+    return std::unique_ptr<Index>(new Index(*std::move(core), surroundings));
 }
 
 Status Index::close() {
@@ -252,6 +204,12 @@ std::unique_ptr<Search> Index::search(std::string_view query) const {
     return std::make_unique<Search>(m_core->contents.snapshot(), query, m_core->filter);
 }
 
-Status Index::check() const { return checkIndex(*m_core); }
+Findings Index::findDamage() const { return checkIndex(*m_core); }
+
+Status Index::check() const {
+    const Findings findings = checkIndex(*m_core, 1);
+    if (findings.isEmpty()) return {};
+    return damagedFile(*m_core->currentFile(), sentenceFor(findings.named().front()));
+}
 
 }  // namespace siftwell::fulltext

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "base/Status.h"
+#include "fulltext/Findings.h"
 #include "fulltext/Header.h"
 #include "fulltext/Maintenance.h"
 #include "fulltext/Storage.h"
@@ -103,8 +104,9 @@ public:
     // Never fails: a query without any term finds nothing.
     std::unique_ptr<Search> search(std::string_view query) const;
 
-    // Reads the whole file and compares it with itself.
+    // Reads the whole file and compares it with itself: the first damage, or all of it.
     Status check() const;
+    Findings findDamage() const;
 
     std::uint64_t fileBytes() const;
     std::string path() const;

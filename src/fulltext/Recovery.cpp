@@ -208,6 +208,8 @@ Result<Recovered> recover(const std::shared_ptr<const StorageFile>& file, const 
         const Status status =
             contents ? checkSinceDurable(*file, *contents, durableEnd) : contents.status();
         if (status.isOk()) return Recovered{*std::move(contents), *header.latest, false};
+        // What a durable slot names is on the disk. Where one is missing, this is no lost power.
+        if (header.isDurableSlotBroken) return status;
         writeLog("The last changes of an index did not reach the disk: " + status.message());
     }
     if (!header.durable) return damagedFile(*file, "it has no commit");

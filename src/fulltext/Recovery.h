@@ -1,7 +1,8 @@
 // Recovery: finding what an index file holds when it is opened.
 //
 // The newest commit counts when everything that was written since the durable one is there and
-// right; otherwise the durable one. Nothing in the file is changed.
+// right; otherwise the durable one, unless a newer durable one may be missing: then the file is
+// damaged. Nothing in the file is changed.
 #pragma once
 
 #include <memory>

@@ -52,6 +52,9 @@ public:
     virtual Result<std::unique_ptr<StorageFile>> openTemporary(const std::string& path) = 0;
     // The file goes by its new name from then on, also in messages.
     virtual Status rename(StorageFile& file, const std::string& to) = 0;
+    // Lets the file be found by another name too; Exists when something bears it. Where that cannot
+    // be, a copy gets it.
+    virtual Status keep(const StorageFile& file, const std::string& as);
     virtual Status remove(const std::string& path) = 0;
     virtual Status syncFolderOf(const std::string& path) = 0;
     // Whether `path` still names this very file.

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -176,6 +177,11 @@ public:
         return {};
     }
 
+    Status keep(const StorageFile& file, const std::string& as) override {
+        if (::link(file.path().c_str(), as.c_str()) == 0) return {};
+        return Storage::keep(file, as);
+    }
+
     Status remove(const std::string& path) override {
         if (unlink(path.c_str()) != 0 && errno != ENOENT) {
             return Status::fromErrno(errno, "delete the file " + path);
@@ -195,6 +201,22 @@ public:
 };
 
 }  // namespace
+
+Status Storage::keep(const StorageFile& file, const std::string& as) {
+    constexpr std::uint64_t kPiece = 1 << 20;
+    const Result<std::uint64_t> size = file.size();
+    if (!size) return size.status();
+    auto copy = open(as, Mode::CreateNew);
+    if (!copy) return copy.status();
+    Status status;
+    for (std::uint64_t at = 0; at < *size && status.isOk(); at += kPiece) {
+        const auto bytes = file.readAt(at, static_cast<std::size_t>(std::min(kPiece, *size - at)));
+        status = bytes ? (*copy)->writeAt(at, *bytes) : bytes.status();
+    }
+    if (status.isOk()) status = (*copy)->sync();
+    if (!status.isOk()) static_cast<void>(remove(as));
+    return status;
+}
 
 Storage& Storage::system() {
     static SystemStorage storage;
