@@ -104,7 +104,8 @@ void addTexts(CLI::App& command, const char* name, std::vector<std::string>& tex
         ->required();
 }
 
-// A command that changes nothing may be ended at any moment; those that write end by themselves.
+// A command that changes nothing may be ended at any moment, and so may a repair, which leaves
+// every file as it was or repaired; others that write end by themselves.
 void letSignalsEndTheProgram() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -189,6 +190,8 @@ void addCheck(CLI::App& program, Command& command) {
     CLI::App& check =
         *program.add_subcommand("check", _("Verify every index file and its records"));
     const auto options = std::make_shared<CheckOptions>();
+    check.add_flag("--repair", options->isRepair,
+                   _("Bring back what can be of damaged files; these are kept"));
     check.add_flag("--json", options->isJson, _("One JSON object per line"));
     check.callback([options, &command] {
         command = [options](const CommandContext& context) {
@@ -213,9 +216,9 @@ ExitStatus greet(const CommandContext& context) {
 // What the documentation promises and this version does not have yet.
 bool isPlanned(const std::string& argument) {
     constexpr std::array kPlanned = {
-        "run",      "scan",      "sources",        "filters",    "defaults", "errors", "why",
-        "clear",    "rebuild",   "compact",        "dump",       "salvage",  "toggle", "quit",
-        "--repair", "--indexer", "--extract-urls", "--contents", "--no-scan"};
+        "run",    "scan",  "sources",   "filters",        "defaults",   "errors",
+        "why",    "clear", "rebuild",   "compact",        "dump",       "salvage",
+        "toggle", "quit",  "--indexer", "--extract-urls", "--contents", "--no-scan"};
     return std::find(kPlanned.begin(), kPlanned.end(), argument) != kPlanned.end();
 }
 

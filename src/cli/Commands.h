@@ -54,6 +54,7 @@ struct StatusOptions {
 ExitStatus runStatus(const StatusOptions& options, const CommandContext& context);
 
 struct CheckOptions {
+    bool isRepair = false;
     bool isJson = false;
 };
 ExitStatus runCheck(const CheckOptions& options, const CommandContext& context);

@@ -339,10 +339,24 @@ void DocumentProperties::indexWasFlushed() {
     }
 }
 
+bool DocumentProperties::isWritten() const {
+    MutexLock lock(m_mutex);
+    return m_changes.empty() && m_beingWritten == nullptr;
+}
+
 Status DocumentProperties::check() const {
     const GateHold hold(m_fileGate);
     const PropertyRecordFile* const records = file();
     return records == nullptr ? m_fileError : records->check();
+}
+
+Status DocumentProperties::checkAndSetAside() const {
+    const GateHold hold(m_fileGate);
+    const PropertyRecordFile* const records = file();
+    if (records == nullptr) return m_fileError;
+    Status status = records->check();
+    if (!status.isOk()) noteFailure(status);
+    return status;
 }
 
 void DocumentProperties::close() {

@@ -49,6 +49,7 @@ public:
     // says so.
     bool write();
     void indexWasFlushed();
+    bool isWritten() const;  // whether nothing waits to be written
 
     std::int64_t count() const;  // reads the whole file
 
@@ -65,6 +66,8 @@ public:
 
     // Reads the whole file and compares it with itself.
     Status check() const;
+    // The same; a damaged file is treated as one that cannot be read.
+    Status checkAndSetAside() const;
 
     // Leaves the file in a state that other processes can read without changing it.
     void close();

@@ -10,6 +10,7 @@ namespace siftwell {
 namespace {
 
 constexpr int kSeverity = 3;
+constexpr int kIndexSeverity = 9;
 constexpr std::int64_t kFlushInterval = 100;
 
 std::optional<fulltext::DocumentID> numberOf(const SKDocument& document, const SKIndex& index) {
@@ -130,9 +131,7 @@ std::optional<PropertyRecord> DocumentStore::addToIndex(const AddRequest& reques
     const SharedHold hold(target->pairGate);
     const auto added = target->index->add(document, request.content, request.readable);
     if (!added) {
-        m_parts.notifier.reportError(_("SearchKit failed to index this URL"), kSeverity,
-                                     request.url.absoluteString(),
-                                     filledIn(_("Content = %@"), request.content));
+        reportNotAdded(request, *target);
         return std::nullopt;
     }
     PropertyRecord record = recordFor(request);
@@ -148,6 +147,18 @@ std::optional<PropertyRecord> DocumentStore::addToIndex(const AddRequest& reques
         target->properties->removeSKDocument(added->id);
     }
     return record;
+}
+
+// When it is the index that can no longer be written, that is told instead, and once.
+void DocumentStore::reportNotAdded(const AddRequest& request, OpenIndex& target) {
+    const Status status = target.index->sync();
+    if (status.isOk()) {
+        m_parts.notifier.reportError(_("SearchKit failed to index this URL"), kSeverity,
+                                     request.url.absoluteString(),
+                                     filledIn(_("Content = %@"), request.content));
+    } else if (target.isNews(status)) {
+        m_parts.notifier.reportError(status.message(), kIndexSeverity, "", "");
+    }
 }
 
 PropertyRecord DocumentStore::recordFor(const AddRequest& request) const {

@@ -91,6 +91,7 @@ private:
     bool removeNumber(fulltext::DocumentID document, const SKIndex& fromSKIndex,
                       const std::string& url, bool sendNotification);
     void reportNotRemoved(const std::optional<std::string>& url);
+    void reportNotAdded(const AddRequest& request, OpenIndex& target);
     PropertyRecord recordFor(const AddRequest& request) const;
     void postRemoval(const std::string& url);
     void postAddition(const PropertyRecord& record);

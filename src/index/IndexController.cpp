@@ -1,12 +1,12 @@
 #include "index/IndexController.h"
 
 #include <algorithm>
-#include <sstream>
 
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/Translate.h"
 #include "index/IndexFolder.h"
+#include "index/StopWords.h"
 #include "text/Alphanumeric.h"
 #include "text/Utf8.h"
 
@@ -16,7 +16,6 @@ namespace {
 
 constexpr int kMonthlyFormat = 1;
 constexpr int kCurrentFormat = 2;
-constexpr std::size_t kMaxStopWordBytes = 1 << 20;
 
 // Well-known public name servers; nothing is sent to them.
 constexpr const char* kWellKnownAddresses[] = {"9.9.9.9", "1.1.1.1"};
@@ -28,13 +27,13 @@ constexpr const char* kSearchedSchemes[] = {"http", "https", "file", "feed"};
 IndexController::IndexController(const Surroundings& surroundings, Access access)
     : m_surroundings(surroundings),
       m_access(access),
+      m_stopWords(readStopWords(surroundings.paths)),
       m_gate(surroundings.centre),
       m_admission(surroundings.settings),
       m_search(m_locks, surroundings.mainLoop) {
     for (const std::string& source : m_surroundings.settings.strings("IndexedSources")) {
         noteIndexedSource(source);
     }
-    readStopWords();
     const fulltext::Index::Surroundings engine{
         .maintenance = access == Access::ReadWrite ? &m_maintenance : nullptr,
         .budget = &m_writeBudget,
@@ -67,16 +66,6 @@ IndexController::~IndexController() {
 void IndexController::endSearchOfThisThread() {
     if (m_surroundings.mainLoop.isOwnedByThisThread()) {
         m_search.finishAfterIdlePeriod(std::chrono::seconds(0));
-    }
-}
-
-void IndexController::readStopWords() {
-    const auto path = m_surroundings.paths.resource("StopWords", "txt");
-    const auto words = path ? readFile(*path, kMaxStopWordBytes) : Result<std::string>(Status());
-    if (!words) return;
-    std::istringstream lines(*words);
-    for (std::string line; std::getline(lines, line);) {
-        if (!line.empty()) m_stopWords.insert(line);
     }
 }
 
@@ -151,18 +140,10 @@ void IndexController::flush() {
     storeCounters();
 }
 
-// Records first, then the index: in this order a killed program leaves a pair that can be brought
-// to agree.
-bool IndexController::flushIndex(const SKIndex& index) {
-    const ExclusiveHold hold(index->pairGate);
-    if (!index->properties->write()) return false;
-    const Status status = index->index->flush();
-    if (status.isOk()) {
-        index->properties->indexWasFlushed();
-    } else {
+void IndexController::flushIndex(const SKIndex& index) {
+    if (const Status status = index->flush(); index->isNews(status)) {
         m_surroundings.notifier.reportError(status.message(), 9, "", "");
     }
-    return status.isOk();
 }
 
 void IndexController::storeCounters() {

@@ -167,13 +167,12 @@ public:
 
 private:
     void endSearchOfThisThread();
-    void readStopWords();
     void findFolder();
     void loadCounters();
     void observe();
     void updatePendingCount(const PropertyList& progress);
     void noteIndexedSource(const std::string& source);
-    bool flushIndex(const SKIndex& index);
+    void flushIndex(const SKIndex& index);
     void storeCounters();
     bool extractText(AddRequest& request);
     std::vector<SKIndex> indexesOf(const std::vector<std::string>& sources);
@@ -181,7 +180,7 @@ private:
     const Surroundings m_surroundings;
     const Access m_access;
     std::optional<std::string> m_folder;
-    std::set<std::string> m_stopWords;
+    const std::set<std::string> m_stopWords;
     std::atomic<int> m_indexFormat = 2;
     mutable Mutex m_mutex;
     std::set<std::string> m_indexedSources SW_GUARDED_BY(m_mutex);  // legacy monthly format

@@ -20,9 +20,6 @@ constexpr std::size_t kMaxWholeName = 255;
 constexpr std::size_t kMaxSpecifier = 65535;
 constexpr std::size_t kMiddleLength = 11;  // reserved for the length and sum of what is left out
 
-// An index of that name would be taken for a side file.
-constexpr std::string_view kSideFileExtension = "data";
-
 // With scheme, ".data" and SQLite's endings, a file name stays below the 255 bytes of file systems.
 constexpr std::size_t kMaxSourceBytes = 180;
 
@@ -100,8 +97,18 @@ std::string indexNameForSource(std::string_view source, std::string_view scheme)
     std::string name = fileNameOf(composed(source));
     if (scheme.empty()) return name;
     std::string extension = lowerCasedAscii(scheme);
-    if (extension == kSideFileExtension) extension.insert(0, "%");
+    if (isExtensionBesideIndexes(extension)) extension.insert(0, "%");
     return name + "." + extension;
+}
+
+bool isExtensionBesideIndexes(std::string_view extension) {
+    constexpr std::string_view kDamaged = "damaged";  // and a number, from the second one on
+    if (extension.starts_with(kDamaged)) {
+        return extension.find_first_not_of("0123456789", kDamaged.size()) == std::string_view::npos;
+    }
+    constexpr std::array<std::string_view, 4> kExtensions = {"data", "creating", "compacting",
+                                                             "repairing"};
+    return std::find(kExtensions.begin(), kExtensions.end(), extension) != kExtensions.end();
 }
 
 std::string sourceOfIndexName(std::string_view indexName) {

@@ -19,6 +19,10 @@ namespace siftwell {
 // ("a/b" becomes "a%2Fb").
 std::string indexNameForSource(std::string_view source, std::string_view scheme);
 
+// Whether files with the extension stand beside indexes: side files, files that are about to become
+// indexes, and damaged ones that were set aside.
+bool isExtensionBesideIndexes(std::string_view extension);
+
 // The source of an index, by its name: what stands before the extension.
 std::string sourceOfIndexName(std::string_view indexName);
 

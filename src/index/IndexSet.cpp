@@ -3,12 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 
 #include "base/Files.h"
 #include "base/Log.h"
 #include "base/Translate.h"
-#include "text/NormalForm.h"
+#include "index/IndexFiles.h"
 
 namespace siftwell {
 
@@ -24,23 +23,6 @@ constexpr std::chrono::seconds kBetweenAttempts(5);
 // Whether the same may succeed a little later.
 bool mayPass(const Status& status) {
     return status.code() == StatusCode::Busy || status.code() == StatusCode::Failed;
-}
-
-// All files below the folder, by their path relative to it. Links to folders are not followed.
-std::vector<std::string> filesBelow(const std::string& folder) {
-    std::vector<std::string> files;
-    std::error_code error;
-    std::filesystem::recursive_directory_iterator entry(
-        folder, std::filesystem::directory_options::skip_permission_denied, error);
-    for (; !error && entry != std::filesystem::recursive_directory_iterator();
-         entry.increment(error)) {
-        std::error_code ignored;
-        if (entry->is_regular_file(ignored)) {
-            files.push_back(entry->path().lexically_relative(folder).string());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    return files;
 }
 
 }  // namespace
@@ -144,12 +126,7 @@ void IndexSet::load(const std::string& folder) {
         MutexLock lock(m_mutex);
         m_failed.clear();
     }
-    for (const std::string& file : filesBelow(folder)) {
-        if (pathExtension(file) == "data") continue;
-        std::string path = folder;
-        path.append(1, '/').append(file);
-        loadFile(path, composed(file));
-    }
+    for (const IndexFile& file : indexFilesBelow(folder)) loadFile(file.path, file.name);
 }
 
 void IndexSet::loadFile(const std::string& path, const std::string& name) {
@@ -187,9 +164,9 @@ void IndexSet::reportUnusable(const Status& status, const std::string& path) {
     const bool isBroken =
         status.code() == StatusCode::NotFound || status.code() == StatusCode::Damaged;
     const std::string message =
-        isBroken ? filledIn(_("%@ Move it to another folder to have its pages indexed anew."),
-                            status.message())
-                 : status.message();
+        isBroken
+            ? filledIn(_("%@ To bring back what can be: siftwell check --repair"), status.message())
+            : status.message();
     m_notifier.reportError(message, kSeverity, "", "");
 }
 
@@ -197,9 +174,8 @@ Status IndexSet::closeAll() {
     Status first;
     const auto indexes = list();
     for (const SKIndex& index : *indexes) {
-        const Status status = index->index->close();
-        index->properties->close();
-        if (first.isOk()) first = status;
+        const Status status = index->close();
+        if (first.isOk() && index->isNews(status)) first = status;
     }
     drop();
     return first;

@@ -49,7 +49,7 @@ public:
     // with its side file, unless the set only reads; one that cannot be opened stays as it is.
     void load(const std::string& folder);
 
-    // Closes and lets go of all. The first error.
+    // Closes and lets go of all. The first error that was not told before.
     Status closeAll();
 
     // Deletes the files of the index and lets it go.

@@ -3,6 +3,7 @@
 // Threads: any.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -21,6 +22,18 @@ struct OpenIndex {
     // Shared by whoever changes a document and its record, exclusive for writing both: what is
     // flushed has its records, whenever the program is killed.
     SharedGate pairGate;
+
+    // Writes what changed, the records first: a program that is killed in between leaves a pair
+    // that can be brought to agree. The error of the index; that of the records is told by
+    // themselves.
+    Status flush();
+    // To be flushed before: what then still waits, since its records could not be written, is lost.
+    Status close();
+
+    // Whether the status is a failure and the first one: an index that can no longer be written
+    // answers the same to everybody, and it is told once.
+    bool isNews(const Status& status) { return !status.isOk() && !isFailureTold.exchange(true); }
+    std::atomic<bool> isFailureTold = false;
 
     static std::string sideFileOf(const std::string& path) { return path + ".data"; }
 };

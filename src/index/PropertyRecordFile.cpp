@@ -32,6 +32,14 @@ std::string textIn(const PLSqliteResultSet& row, int column) {
     return row.isNullForColumnIndex(column) ? std::string() : row.stringForColumnIndex(column);
 }
 
+// Whether the log has its header and no page yet. With an index that nobody keeps, SQLite would
+// look for its pages for ten seconds.
+bool isLogOnlyBegun(const std::string& path) {
+    constexpr std::uint64_t kLogHeaderSize = 32;
+    const auto log = fileInfo(path + "-wal");
+    return log && log->bytes == kLogHeaderSize;
+}
+
 // For what SQLite is content with and this program never writes.
 [[noreturn]] void refuse(const char* what) { throw NamedException("PLSqliteException", what); }
 
@@ -104,8 +112,9 @@ Result<std::unique_ptr<PropertyRecordFile>> PropertyRecordFile::open(const std::
 Result<std::unique_ptr<PropertyRecordFile>> PropertyRecordFile::openForReading(
     const std::string& path) {
     const std::string address = Url::fromFilePath(path).absoluteString();
+    const bool isFirstWayOpen = !isLogOnlyBegun(path);
     Status status;
-    for (const char* way : {"?readonly_shm=1", "", "?immutable=1"}) {
+    for (const char* way : {isFirstWayOpen ? "?readonly_shm=1" : "", "", "?immutable=1"}) {
         auto file =
             openAt(path, address + way, PLSqliteDatabase::kReadOnly | PLSqliteDatabase::kPathIsUri);
         status = file ? (*file)->run("BEGIN") : file.status();
@@ -276,6 +285,13 @@ Result<std::optional<fulltext::FileIdentity>> PropertyRecordFile::identity() con
     });
 }
 
+Result<DocumentID> PropertyRecordFile::nextDocument() const {
+    return guarded([this] {
+        const auto rows = query("SELECT next FROM engine");
+        return rows->next() ? documentIn(*rows) : fulltext::kFirstDocumentID;
+    });
+}
+
 Status PropertyRecordFile::check() const {
     const auto verdict = guarded([this] {
         const auto rows = query("PRAGMA quick_check(1)");
@@ -293,6 +309,13 @@ Status PropertyRecordFile::run(const std::string& statement, const PropertyList:
 }
 
 Status PropertyRecordFile::write(const RecordChanges& changes) {
+    if (!fileInfo(m_path)) {
+        // SQLite would go on writing to what nobody can find.
+        return {StatusCode::NotFound,
+                filledIn(_("The properties file %@ was removed while it was being written; its "
+                           "pages are indexed again when they are found the next time."),
+                         m_path)};
+    }
     if (Status status = run("BEGIN IMMEDIATE"); !status.isOk()) return status;
     Status status = writeInTransaction(changes);
     if (status.isOk()) status = run("COMMIT");

@@ -60,6 +60,9 @@ public:
     // The index that the records were written for; none before the first write.
     Result<std::optional<fulltext::FileIdentity>> identity() const;
 
+    // The number that the next document of that index was to get; 1 before the first write.
+    Result<fulltext::DocumentID> nextDocument() const;
+
     // Reads the whole file and compares it with itself.
     Status check() const;
 

@@ -46,7 +46,7 @@ TEST_F(ProgramTest, WrongUseIsExplainedAndEndsWith2) {
         {{"search", "x", "--limit"}, "--limit needs one value."},
         {{"search", "x", "--since", "2026-13-01"}, "\"2026-13-01\" is no date"},
         {{"search", "x", "--until", "[7d]"}, "\"[7d]\" is no date"},
-        {{"check", "--repair"}, "\"--repair\" is not part of this version yet."},
+        {{"check", "--quickly"}, "There is no option \"--quickly\" here."},
         {{"add", "--extract-urls", "x"}, "\"--extract-urls\" is not part of this version yet."},
         {{"add", "https://example.org/"}, "not the address \"https://example.org/\"."},
         {{"add", "/"}, "Please enter a valid URL to a page or document."},
@@ -150,9 +150,10 @@ TEST_F(ProgramTest, JsonHoldsWhatIsDocumented) {
     EXPECT_EQ(status[0]["documents"], 3);
     EXPECT_GT(status[0]["bytes"], 4096);
     EXPECT_EQ(status[1], nlohmann::json::parse(R"({"lastScan":null,"runningCopy":null})"));
-    EXPECT_EQ(linesOf(siftwell({"check", "--json"}))[0],
-              nlohmann::json::parse(
-                  R"({"index":"notes.file","documents":3,"withoutRecord":0,"error":null})"));
+    EXPECT_EQ(
+        linesOf(siftwell({"check", "--json"}))[0],
+        nlohmann::json::parse(
+            R"({"index":"notes.file","documents":3,"withoutRecord":0,"error":null,"damage":[],"moreDamage":0,"recordsError":null})"));
 }
 
 TEST_F(ProgramTest, OnlyWhatChangedIsAddedAgain) {

@@ -43,8 +43,12 @@ TEST_F(IndexNamingTest, NoSourceLeavesTheIndexFolderHidesItsFileOrMeetsAnother) 
 
     // However accents are written, and never the name of a side file.
     EXPECT_EQ(indexNameForSource("Caf\x65\xCC\x81", "http"), "Caf\xC3\xA9.http");
-    EXPECT_NE(pathExtension(indexNameForSource("Pages", "Data")), "data");
-    EXPECT_EQ(sourceOfIndexName(indexNameForSource("Pages", "data")), "Pages");
+    for (const char* scheme : {"Data", "damaged", "damaged2", "compacting", "repairing"}) {
+        const std::string name = indexNameForSource("Pages", scheme);
+        EXPECT_FALSE(isExtensionBesideIndexes(pathExtension(name))) << name;
+        EXPECT_EQ(sourceOfIndexName(name), "Pages");
+    }
+    EXPECT_EQ(indexNameForSource("Pages", "damaged-goods"), "Pages.damaged-goods");
 }
 
 TEST_F(IndexNamingTest, YearAndMonthAreTheLegacyFormat) {
