@@ -2,13 +2,14 @@
 #include <thread>
 
 #include "index/IndexFixture.h"
+#include "support/LongForm.h"
 
 namespace siftwell {
 namespace {
 
 class IndexThreadsTest : public IndexFixture {
 protected:
-    static constexpr int kPages = 300;
+    const int kPages = shortOrLong(300, 3000);
 
     static std::string page(int i) { return "http://host/page" + std::to_string(i); }
 
@@ -45,7 +46,7 @@ TEST_F(IndexThreadsTest, AddingSearchingFlushingCompactingLoadingAndClosingGoTog
         });
     }
     threads.emplace_back([this, &running] {
-        for (int i = 0; i < 10; ++i) {
+        for (int i = 0; i < shortOrLong(10, 100); ++i) {
             m_store->flush();
             m_store->compactIndex();
         }
