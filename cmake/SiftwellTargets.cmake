@@ -58,7 +58,6 @@ function(siftwell_test name)
         SIFTWELL_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
         SIFTWELL_PROGRAM="$<TARGET_FILE_DIR:test_${name}>/siftwell")
     add_test(NAME ${name} COMMAND test_${name})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()
 
 # siftwell_fuzzer(NAME SOURCES file... USES floor...)

@@ -7,11 +7,13 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/TemporaryFolder.h"
@@ -56,6 +58,7 @@ protected:
         dup2(open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
         dup2(open(out.c_str(), kFlags | O_CLOEXEC, 0600), STDOUT_FILENO);
         dup2(open(err.c_str(), kFlags | O_CLOEXEC, 0600), STDERR_FILENO);
+        if (m_inChild) m_inChild();
         execv(SIFTWELL_PROGRAM, words.data());
         _exit(127);
     }
@@ -70,6 +73,18 @@ protected:
         siginfo_t info{};
         waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT);
         return info.si_pid == process;
+    }
+
+    // Until the index has grown by so many bytes, or the process has ended.
+    void waitForGrowth(pid_t process, std::uintmax_t bytes) {
+        const std::uintmax_t start = sizeOfIndex();
+        while (sizeOfIndex() < start + bytes && !hasEnded(process)) std::this_thread::yield();
+    }
+
+    std::uintmax_t sizeOfIndex() {
+        std::error_code error;
+        const std::uintmax_t size = std::filesystem::file_size(indexFile("many.file"), error);
+        return error ? 0 : size;
     }
 
     // A page below the home, by its title and words; its path.
@@ -143,6 +158,7 @@ protected:
     }
 
     TemporaryFolder m_home;
+    std::function<void()> m_inChild;  // called by a process that is about to become siftwell
     std::map<std::string, std::string> m_variables = {{"HOME", m_home.path()},
                                                       {"XDG_CONFIG_HOME", m_home.file("config")},
                                                       {"XDG_DATA_HOME", m_home.file("data")},

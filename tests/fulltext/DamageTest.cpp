@@ -6,6 +6,7 @@
 #include "base/Log.h"
 #include "fulltext/Index.h"
 #include "fulltext/Search.h"
+#include "support/LongForm.h"
 #include "support/TemporaryFolder.h"
 
 namespace siftwell::fulltext {
@@ -91,7 +92,7 @@ TEST_F(DamageTest, ChangedBytesNeverGiveAWrongAnswer) {
     const std::string whole = m_folder.read("whole");
     ASSERT_TRUE(expectRightOrRefused(whole));
     int refused = 0;
-    for (int round = 0; round < 600 && !HasFailure(); ++round) {
+    for (int round = 0; round < shortOrLong(600, 20'000) && !HasFailure(); ++round) {
         std::string bytes = whole;
         const auto at = static_cast<std::size_t>(pick(m_random, static_cast<int>(bytes.size())));
         SCOPED_TRACE("changed at " + std::to_string(at));
@@ -102,12 +103,12 @@ TEST_F(DamageTest, ChangedBytesNeverGiveAWrongAnswer) {
         }
         if (!expectRightOrRefused(bytes)) ++refused;
     }
-    EXPECT_GT(refused, 120) << "most of the file matters";
+    EXPECT_GT(refused, shortOrLong(120, 4'000)) << "most of the file matters";
 }
 
 TEST_F(DamageTest, CutFilesNeverGiveAWrongAnswer) {
     const std::string whole = m_folder.read("whole");
-    for (int round = 0; round < 200 && !HasFailure(); ++round) {
+    for (int round = 0; round < shortOrLong(200, 5'000) && !HasFailure(); ++round) {
         const auto size = static_cast<std::size_t>(pick(m_random, static_cast<int>(whole.size())));
         SCOPED_TRACE("cut to " + std::to_string(size));
         expectRightOrRefused(whole.substr(0, size));

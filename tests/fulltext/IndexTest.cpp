@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "fulltext/Search.h"
+#include "support/LongForm.h"
 #include "support/TemporaryFolder.h"
 
 namespace siftwell::fulltext {
@@ -236,12 +237,12 @@ TEST_F(IndexTest, ManyThreadsAddSearchFlushAndCompactAtOnce) {
     m_surroundings.maxUnsegmentedText = 4 << 10;
     const auto index = create();
     constexpr int kThreads = 3;
-    constexpr int kDocuments = 300;
+    const int documents = shortOrLong(300, 6'000);
     {
         std::vector<std::jthread> threads;
         for (int thread = 0; thread < kThreads; ++thread) {
-            threads.emplace_back([&index, thread] {
-                for (int i = 0; i < kDocuments; ++i) {
+            threads.emplace_back([&index, thread, documents] {
+                for (int i = 0; i < documents; ++i) {
                     // Every third name is shared by all threads.
                     const std::string name =
                         i % 3 == 0 ? "//" : "//" + std::to_string(thread) + "/";
@@ -253,13 +254,15 @@ TEST_F(IndexTest, ManyThreadsAddSearchFlushAndCompactAtOnce) {
             });
         }
         threads.emplace_back([&index] {
-            for (int i = 0; i < 60; ++i) find(*index, i % 2 == 0 ? "common & word1" : "*ord2*");
+            for (int i = 0; i < shortOrLong(60, 2000); ++i)
+                find(*index, i % 2 == 0 ? "common & word1" : "*ord2*");
         });
         threads.emplace_back([&index] {
-            for (int i = 0; i < 4; ++i) EXPECT_TRUE(index->compact().isOk());
+            for (int i = 0; i < shortOrLong(4, 100); ++i) EXPECT_TRUE(index->compact().isOk());
         });
     }
-    const std::size_t expected = kDocuments / 3 + kThreads * (kDocuments - kDocuments / 3);
+    const auto expected =
+        static_cast<std::size_t>(documents / 3 + kThreads * (documents - documents / 3));
     EXPECT_EQ(index->documentCount(), expected);
     ASSERT_TRUE(index->close().isOk());
     EXPECT_TRUE(index->check().isOk()) << index->check().message();

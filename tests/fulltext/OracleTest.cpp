@@ -3,6 +3,7 @@
 #include "Oracle.h"
 #include "fulltext/Index.h"
 #include "fulltext/Search.h"
+#include "support/LongForm.h"
 #include "support/TemporaryFolder.h"
 
 namespace siftwell::fulltext {
@@ -11,9 +12,9 @@ namespace {
 using testing::ElementsAreArray;
 using testing::FloatNear;
 
-class OracleTest : public testing::TestWithParam<unsigned> {
+class OracleTest : public testing::TestWithParam<int> {
 protected:
-    OracleTest() : m_random(GetParam()) {
+    OracleTest() : m_random(static_cast<unsigned>(GetParam())) {
         auto index = Index::create(m_folder.file("index"), {}, m_surroundings);
         EXPECT_TRUE(index) << index.status().message();
         m_index = *std::move(index);
@@ -102,7 +103,7 @@ protected:
 };
 
 TEST_P(OracleTest, SearchesAgreeWithASlowAndObviousOneAfterEveryOperation) {
-    for (int round = 0; round < 40; ++round) {
+    for (int round = 0; round < shortOrLong(40, 100); ++round) {
         switch (pick(m_random, 8)) {
             case 0:
                 removeSome(pick(m_random, 60));
@@ -137,7 +138,7 @@ TEST_P(OracleTest, SearchesAgreeWithASlowAndObviousOneAfterEveryOperation) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, OracleTest, testing::Range(1U, 9U));
+INSTANTIATE_TEST_SUITE_P(Seeds, OracleTest, testing::Range(1, shortOrLong(9, 65)));
 
 }  // namespace
 }  // namespace siftwell::fulltext
