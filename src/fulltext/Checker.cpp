@@ -1,6 +1,7 @@
 #include "fulltext/Checker.h"
 
 #include "fulltext/DocumentRecord.h"
+#include "fulltext/Inverter.h"
 
 namespace siftwell::fulltext {
 
@@ -9,10 +10,11 @@ namespace {
 // The text of a document must have the words that the segment counts.
 Status checkDocument(const IndexCore& index, const Segment& segment,
                      const SegmentDocument& document, Inverter& inverter) {
+    TermTables tables(index.filter);
     const auto stored = readDocument(segment.file(), document.place);
     if (!stored) return stored.status();
     if (stored->id != document.id || hashOfKey(stored->key) != document.keyHash ||
-        inverter.invert(stored->readableText, index.filter).words() != document.words) {
+        inverter.invert(stored->readableText, tables).words() != document.words) {
         return damagedFile(segment.file(), "a document is not the one its segment knows");
     }
     return {};

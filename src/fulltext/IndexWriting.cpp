@@ -6,6 +6,7 @@
 #include "fulltext/Flushing.h"
 #include "fulltext/Index.h"
 #include "fulltext/IndexCore.h"
+#include "fulltext/Inverter.h"
 #include "fulltext/Merging.h"
 
 namespace siftwell::fulltext {
@@ -132,7 +133,7 @@ Result<std::optional<AddedDocument>> addNumbered(IndexCore& index, const Incomin
                        .recordBytes = place.size,
                        .textBytes = incoming.record.textBytes(),
                        .text = incoming.text}));
-    index.bufferedBytes.fetch_add(incoming.text->memoryBytes(), std::memory_order_relaxed);
+    index.documentBytes.fetch_add(incoming.text->memoryBytes(), std::memory_order_relaxed);
     return std::optional<AddedDocument>(added);
 }
 
@@ -148,7 +149,7 @@ Result<AddedDocument> Index::add(const DocumentKey& key, std::string_view text,
                             .keyHash = hashOfKey(key),
                             .record = *std::move(record),
                             .text = std::make_shared<const InvertedText>(
-                                inverterOfThisThread().invert(text, m_core->filter))};
+                                inverterOfThisThread().invert(text, m_core->tables))};
     Result<std::optional<AddedDocument>> added = std::optional<AddedDocument>();
     {
         const SharedHold hold(m_core->switching);
