@@ -1,5 +1,6 @@
 #include "fulltext/QueryPlan.h"
 
+#include "fulltext/BestFirstTerm.h"
 #include "fulltext/PhraseMatcher.h"
 
 namespace siftwell::fulltext {
@@ -63,7 +64,7 @@ Result<bool> QueryPlan::gather(std::size_t segment, std::size_t leaf, const Dead
     if (!isDone || !*isDone) return isDone;
     terms.gathered = m_gatherer->take();
     m_gatherer.reset();
-    m_documentsOfWord[leaf][0] += terms.gathered.documents.size();
+    m_documentsOfWord[leaf][0] += terms.gathered.size;
     return true;
 }
 
@@ -87,9 +88,23 @@ void QueryPlan::computeWeights() {
     }
 }
 
-Result<std::unique_ptr<Matcher>> QueryPlan::matcherFor(std::size_t segment) const {
+Result<std::unique_ptr<Matcher>> QueryPlan::matcherFor(std::size_t segment,
+                                                       MatchOrder order) const {
     if (!m_query.root) return std::unique_ptr<Matcher>();
-    return matcherOf(*m_query.root, segment);
+    const QueryNode& root = *m_query.root;
+    const bool isOneTerm = root.kind == QueryNode::Kind::Leaf && isTerm(m_query.leaves[root.leaf]);
+    if (isOneTerm && order == MatchOrder::Any) return bestFirstMatcher(root.leaf, segment);
+    return matcherOf(root, segment);
+}
+
+Result<std::unique_ptr<Matcher>> QueryPlan::bestFirstMatcher(std::size_t leaf,
+                                                             std::size_t segment) const {
+    const std::vector<TermNumber>& terms = m_terms[segment][leaf].ofWord.front();
+    if (terms.empty()) return std::unique_ptr<Matcher>();
+    const auto list = m_snapshot.segments[segment].segment->postings(terms.front());
+    if (!list) return list.status();
+    return std::unique_ptr<Matcher>(
+        std::make_unique<BestFirstTerm>(*list, m_weights[leaf], m_bm25));
 }
 
 Result<std::unique_ptr<Matcher>> QueryPlan::matcherOf(const QueryNode& node,
@@ -113,8 +128,7 @@ Result<std::unique_ptr<Matcher>> QueryPlan::leafMatcher(std::size_t leaf,
     const auto list = m_snapshot.segments[segment].segment->postings(terms.ofWord[0].front());
     if (!list) return list.status();
     if (isFragment(m_query.leaves[leaf])) {
-        return std::unique_ptr<Matcher>(
-            std::make_unique<GatheredMatcher>(terms.gathered, *list, m_weights[leaf], m_bm25));
+        return makeGatheredMatcher(terms.gathered, *list, m_weights[leaf], m_bm25);
     }
     return std::unique_ptr<Matcher>(std::make_unique<TermMatcher>(*list, m_weights[leaf], m_bm25));
 }
