@@ -23,23 +23,39 @@ BestFirstTerm::BestFirstTerm(const PostingList& list, float weight, const Bm25& 
     openNextBlock();
 }
 
-void BestFirstTerm::next() {
-    if (m_postings.nextInBlock()) {
-        m_document = m_postings.document();
-    } else {
-        openNextBlock();
-    }
-}
-
 // A document that scores as high as the threshold may still rank before others that do, by its
 // number.
+void BestFirstTerm::setThreshold(float threshold) {
+    constexpr std::uint32_t kMostInteresting = 64;
+    m_threshold = threshold;
+    const auto isTooRare = [&] {
+        return m_weight * m_bm25.frequencyPart(m_leastFrequency, 0) * kBoundSlack < threshold;
+    };
+    while (m_leastFrequency < kMostInteresting && isTooRare()) ++m_leastFrequency;
+}
+
+void BestFirstTerm::next() {
+    if (m_postings.nextInBlock() && findInBlock()) return;
+    openNextBlock();
+}
+
+// Goes on from the current document to one that is frequent enough; false when the block has none.
+bool BestFirstTerm::findInBlock() {
+    while (m_postings.frequency() < m_leastFrequency) {
+        if (!m_postings.nextInBlock()) return false;
+    }
+    m_document = m_postings.document();
+    return true;
+}
+
 void BestFirstTerm::openNextBlock() {
     m_document = kNoDocument;
-    if (m_blocks.empty() || m_blocks.front().bound * kBoundSlack < m_threshold) return;
-    m_postings.goToBlock(m_blocks.front().number);
-    std::pop_heap(m_blocks.begin(), m_blocks.end(), kComesLater);
-    m_blocks.pop_back();
-    m_document = m_postings.document();
+    while (!m_blocks.empty() && m_blocks.front().bound * kBoundSlack >= m_threshold) {
+        m_postings.goToBlock(m_blocks.front().number);
+        std::pop_heap(m_blocks.begin(), m_blocks.end(), kComesLater);
+        m_blocks.pop_back();
+        if (m_postings.document() == kNoDocument || findInBlock()) return;
+    }
 }
 
 }  // namespace siftwell::fulltext

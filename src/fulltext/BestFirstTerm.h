@@ -26,7 +26,7 @@ public:
     }
     ScoreWindow windowFrom(DocumentID) override { return {}; }
     std::uint64_t cost() const override { return m_list.documents; }
-    void setThreshold(float threshold) override { m_threshold = threshold; }
+    void setThreshold(float threshold) override;
     bool isDamaged() const override { return m_postings.isDamaged(); }
 
 private:
@@ -36,6 +36,7 @@ private:
     };
 
     void openNextBlock();
+    bool findInBlock();
 
     PostingList m_list;
     PostingIterator m_postings;
@@ -44,6 +45,7 @@ private:
     std::vector<Block> m_blocks;  // a heap of those to come
     DocumentID m_document = kNoDocument;
     float m_threshold = 0;
+    std::uint32_t m_leastFrequency = 1;  // of documents that may reach it
 };
 
 }  // namespace siftwell::fulltext

@@ -15,6 +15,7 @@ namespace siftwell::fulltext {
 class ByteBuffer {
 public:
     std::size_t size() const { return m_size; }
+    std::size_t capacity() const { return m_capacity; }
     bool empty() const { return m_size == 0; }
     std::string_view view() const { return {m_bytes.get(), m_size}; }
     void clear() { m_size = 0; }

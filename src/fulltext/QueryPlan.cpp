@@ -1,7 +1,10 @@
 #include "fulltext/QueryPlan.h"
 
+#include <algorithm>
+
 #include "fulltext/BestFirstTerm.h"
 #include "fulltext/PhraseMatcher.h"
+#include "fulltext/TermsMatcher.h"
 
 namespace siftwell::fulltext {
 
@@ -113,7 +116,7 @@ Result<std::unique_ptr<Matcher>> QueryPlan::matcherOf(const QueryNode& node,
         case QueryNode::Kind::Leaf:
             return leafMatcher(node.leaf, segment);
         case QueryNode::Kind::All:
-            return allMatcher(node, segment);
+            return isAllTerms(node) ? termsMatcher(node, segment) : allMatcher(node, segment);
         case QueryNode::Kind::Any:
             return anyMatcher(node, segment);
     }
@@ -158,6 +161,26 @@ Result<std::unique_ptr<Matcher>> QueryPlan::phraseMatcher(std::size_t leaf,
     }
     return std::unique_ptr<Matcher>(
         std::make_unique<PhraseMatcher>(std::move(words), lengths, m_weights[leaf], m_bm25));
+}
+
+bool QueryPlan::isAllTerms(const QueryNode& node) const {
+    const auto isOne = [this](const QueryNode& child) {
+        return child.kind == QueryNode::Kind::Leaf && isTerm(m_query.leaves[child.leaf]);
+    };
+    return node.excluded.empty() && std::all_of(node.children.begin(), node.children.end(), isOne);
+}
+
+Result<std::unique_ptr<Matcher>> QueryPlan::termsMatcher(const QueryNode& node,
+                                                         std::size_t segment) const {
+    std::vector<WeightedList> terms;
+    for (const QueryNode& child : node.children) {
+        const std::vector<TermNumber>& found = m_terms[segment][child.leaf].ofWord.front();
+        if (found.empty()) return std::unique_ptr<Matcher>();
+        const auto list = m_snapshot.segments[segment].segment->postings(found.front());
+        if (!list) return list.status();
+        terms.push_back({*list, m_weights[child.leaf]});
+    }
+    return std::unique_ptr<Matcher>(std::make_unique<TermsMatcher>(terms, m_bm25));
 }
 
 Result<std::unique_ptr<Matcher>> QueryPlan::allMatcher(const QueryNode& node,

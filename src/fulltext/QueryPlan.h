@@ -60,6 +60,8 @@ private:
     Result<std::unique_ptr<Matcher>> bestFirstMatcher(std::size_t leaf, std::size_t segment) const;
     Result<std::unique_ptr<Matcher>> leafMatcher(std::size_t leaf, std::size_t segment) const;
     Result<std::unique_ptr<Matcher>> phraseMatcher(std::size_t leaf, std::size_t segment) const;
+    bool isAllTerms(const QueryNode& node) const;
+    Result<std::unique_ptr<Matcher>> termsMatcher(const QueryNode& node, std::size_t segment) const;
     Result<std::unique_ptr<Matcher>> allMatcher(const QueryNode& node, std::size_t segment) const;
     Result<std::unique_ptr<Matcher>> anyMatcher(const QueryNode& node, std::size_t segment) const;
     Result<std::vector<PostingList>> listsOf(const std::vector<TermNumber>& terms,
