@@ -5,12 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
+
+#include "fulltext/ByteBuffer.h"
 
 namespace siftwell::fulltext {
-
-// Unpacking reads whole words: so many bytes behind the packed ones must exist, whatever they hold.
-inline constexpr std::size_t kUnpackSlack = 8;
 
 // Bits that the largest of the numbers needs, 0 to 32.
 unsigned packedWidth(std::span<const std::uint32_t> numbers);
@@ -19,9 +17,11 @@ constexpr std::size_t packedBytes(std::size_t count, unsigned width) {
     return (count * width + 7) / 8;
 }
 
-void appendPacked(std::string& bytes, std::span<const std::uint32_t> numbers, unsigned width);
+void appendPacked(ByteBuffer& bytes, std::span<const std::uint32_t> numbers, unsigned width);
 
-// Unpacks numbers.size() numbers. `from` has packedBytes() + kUnpackSlack readable bytes.
-void unpack(const std::uint8_t* from, unsigned width, std::span<std::uint32_t> numbers);
+// Unpacks distances less 1 between rising numbers, of which the first one is there already; answers
+// the last one, or another number when it is too large. `from` has packedBytes() + kReadSlack
+// readable bytes.
+std::uint64_t unpackRising(const char* from, unsigned width, std::span<std::uint32_t> numbers);
 
 }  // namespace siftwell::fulltext

@@ -36,7 +36,11 @@ inline void appendVarint(std::string& bytes, std::uint64_t number) {
     bytes += static_cast<char>(number);
 }
 
+// What copies and unpacks in whole words reads so many bytes too many, whatever they hold.
+inline constexpr std::size_t kReadSlack = 16;
+
 inline constexpr std::size_t kMaxVarintBytes = 10;
+inline constexpr std::size_t kMaxVarint32Bytes = 5;
 
 // Writes where there is room for a varint; the byte behind it.
 inline char* writeVarint(char* to, std::uint64_t number) {

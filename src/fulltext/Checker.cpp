@@ -4,6 +4,7 @@
 
 #include "base/Translate.h"
 #include "fulltext/DocumentRecord.h"
+#include "fulltext/Inverter.h"
 #include "fulltext/Survey.h"
 
 namespace siftwell::fulltext {
@@ -12,7 +13,8 @@ namespace {
 
 class Checker {
 public:
-    Checker(const IndexCore& index, std::uint64_t enough) : m_index(index), m_enough(enough) {}
+    Checker(const IndexCore& index, std::uint64_t enough)
+        : m_index(index), m_enough(enough), m_tables(index.filter) {}
 
     void checkRoots(const StorageFile& file);
     void checkSegment(const LiveSegment& live);
@@ -31,6 +33,7 @@ private:
     const IndexCore& m_index;
     const std::uint64_t m_enough;
     Inverter m_inverter;
+    TermTables m_tables;
     bool m_arePlacesHidden = false;
     std::set<std::uint64_t> m_named;  // offsets of documents
     Findings m_findings;
@@ -79,7 +82,7 @@ void Checker::checkDocument(const StorageFile& file, const SegmentDocument& docu
     const bool isRight =
         stored->id == document.id &&
         (document.keyHash == 0 || hashOfKey(stored->key) == document.keyHash) &&
-        (!words || m_inverter.invert(stored->readableText, m_index.filter).words() == *words);
+        (!words || m_inverter.invert(stored->readableText, m_tables).words() == *words);
     if (!isRight) addDocument(file, document, _("it is not the page that its segment knows"));
 }
 

@@ -3,9 +3,11 @@
 #include <zstd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include "base/Translate.h"
+#include "fulltext/ByteBuffer.h"
 #include "fulltext/Bytes.h"
 
 namespace siftwell::fulltext {
@@ -15,6 +17,7 @@ namespace {
 constexpr int kCompressionLevel = 1;
 constexpr std::uint64_t kMaxRecord = kMaxTextBytes + kMaxNameBytes + 4096;
 constexpr std::size_t kShortName = 255;
+constexpr std::size_t kBehindId = kRecordHeaderSize + sizeof(DocumentID);
 
 struct ContextDeleter {
     void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
@@ -31,15 +34,19 @@ ZSTD_DCtx* decompressionContext() {
     return context.get();
 }
 
-bool appendCompressed(std::string& bytes, std::string_view text) {
-    const std::size_t start = bytes.size();
-    bytes.resize(start + ZSTD_compressBound(text.size()));
-    const std::size_t size =
-        ZSTD_compressCCtx(compressionContext(), bytes.data() + start, bytes.size() - start,
-                          text.data(), text.size(), kCompressionLevel);
-    if (ZSTD_isError(size) != 0) return false;
-    bytes.resize(start + size);
-    return true;
+// The compressed text, valid until the next call in this thread; empty when it could not be done.
+std::string_view compressed(std::string_view text) {
+    constexpr std::size_t kMaxKept = 1 << 20;
+    thread_local ByteBuffer buffer;
+    const std::size_t bound = ZSTD_compressBound(text.size());
+    if (bound <= kMaxKept && buffer.capacity() > kMaxKept) buffer = ByteBuffer();
+    buffer.clear();
+    char* const to = buffer.room(bound);
+    const std::size_t size = ZSTD_compressCCtx(compressionContext(), to, bound, text.data(),
+                                               text.size(), kCompressionLevel);
+    if (ZSTD_isError(size) != 0) return {};
+    buffer.setEnd(to + size);
+    return buffer.view();
 }
 
 void appendKey(std::string& bytes, const DocumentKey& key) {
@@ -99,20 +106,23 @@ Result<PreparedDocument> PreparedDocument::prepare(const DocumentKey& key,
     }
     PreparedDocument document;
     document.m_textBytes = readableText.size();
-    appendKey(document.m_behindId, key);
-    appendNumber(document.m_behindId, static_cast<std::uint32_t>(readableText.size()));
-    if (!appendCompressed(document.m_behindId, readableText)) {
-        return {StatusCode::Failed, _("The text could not be compressed.")};
-    }
+    const std::string_view text = compressed(readableText);
+    if (text.empty()) return {StatusCode::Failed, _("The text could not be compressed.")};
+    std::string& record = document.m_record;
+    record.reserve(kBehindId + key.scheme.size() * 2 + key.name.size() + text.size() + 16);
+    record.resize(kBehindId);
+    appendKey(record, key);
+    appendNumber(record, static_cast<std::uint32_t>(readableText.size()));
+    record += text;
     return document;
 }
 
-std::string PreparedDocument::record(DocumentID id) const {
-    std::string payload;
-    payload.reserve(sizeof id + m_behindId.size());
-    appendNumber(payload, id);
-    payload += m_behindId;
-    return makeRecord(RecordKind::Document, payload);
+std::string_view PreparedDocument::record(DocumentID id) {
+    std::memcpy(m_record.data() + kRecordHeaderSize, &id, sizeof id);
+    const auto payload = std::string_view(m_record).substr(kRecordHeaderSize);
+    const std::string header = recordHeader(RecordKind::Document, payload, payload.size());
+    m_record.replace(0, header.size(), header);
+    return m_record;
 }
 
 Result<StoredDocument> readDocument(const StorageFile& file, std::uint64_t offset) {

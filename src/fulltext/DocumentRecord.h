@@ -29,12 +29,12 @@ public:
     // Compresses. Invalid or TooLarge when key or text are out of bounds.
     static Result<PreparedDocument> prepare(const DocumentKey& key, std::string_view readableText);
 
-    // The whole record of the document.
-    std::string record(DocumentID id) const;
+    // The whole record of the document, valid until the next call.
+    std::string_view record(DocumentID id);
     std::size_t textBytes() const { return m_textBytes; }
 
 private:
-    std::string m_behindId;
+    std::string m_record;  // but for its header and the number
     std::size_t m_textBytes = 0;
 };
 

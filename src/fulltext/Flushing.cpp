@@ -27,7 +27,8 @@ Status segmentMemory(IndexCore& index) {
     for (const auto& document : documents) freed += document->text->memoryBytes();
     MutexLock lock(index.mutex);
     index.contents.replaceMemory(*segment);
-    index.bufferedBytes.fetch_sub(std::min(freed, index.bufferedBytes.load()));
+    index.documentBytes.fetch_sub(std::min(freed, index.documentBytes.load()));
+    index.tables.startAnew();
     return {};
 }
 
@@ -126,7 +127,7 @@ Status spill(IndexCore& index) {
     {
         // A segment of documents that the last commit lists one by one would have to be committed.
         MutexLock lock(index.mutex);
-        const bool isWorthIt = index.bufferedBytes.load(std::memory_order_relaxed) > kWorthSpilling;
+        const bool isWorthIt = index.bufferedBytes() > kWorthSpilling;
         if (!isWorthIt || !index.contents.hasPending()) return {};
     }
     return index.noteWrite(segmentMemory(index));

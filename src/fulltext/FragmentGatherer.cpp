@@ -38,53 +38,58 @@ Status FragmentGatherer::chooseMethod() {
     }
     const std::size_t span = m_segment.lastDocument() - m_segment.firstDocument() + 1;
     m_isCounting = postings > span / kSparse;
-    if (m_isCounting) m_counts.assign(span, 0);
+    m_gathered.first = m_segment.firstDocument();
+    if (m_isCounting) m_gathered.counts.assign(span, 0);
     return {};
 }
 
 Status FragmentGatherer::addTerm(TermNumber term) {
     const Result<PostingList> list = m_segment.postings(term);
     if (!list) return list.status();
-    PostingIterator postings(*list);
-    for (; postings.document() != kNoDocument; postings.next()) {
-        if (m_isCounting) {
-            m_counts[postings.document() - m_segment.firstDocument()] += postings.frequency();
-        } else {
-            m_listed.push_back(std::uint64_t{postings.document()} << 32 | postings.frequency());
-        }
+    PostingIterator iterator(*list);
+    if (m_isCounting) {
+        count(iterator);
+    } else {
+        enlist(iterator);
     }
-    if (postings.isDamaged()) {
+    if (iterator.isDamaged()) {
         return {StatusCode::Damaged, _("The postings of the index are damaged.")};
     }
     return {};
 }
 
-GatheredPostings FragmentGatherer::take() { return m_isCounting ? takeCounted() : takeListed(); }
-
-GatheredPostings FragmentGatherer::takeCounted() const {
-    GatheredPostings gathered;
-    for (std::size_t i = 0; i < m_counts.size(); ++i) {
-        if (m_counts[i] == 0) continue;
-        gathered.documents.push_back(m_segment.firstDocument() + static_cast<DocumentID>(i));
-        gathered.frequencies.push_back(m_counts[i]);
+void FragmentGatherer::count(PostingIterator& postings) {
+    for (; postings.document() != kNoDocument; postings.next()) {
+        std::uint32_t& counted = m_gathered.counts[postings.document() - m_gathered.first];
+        m_gathered.size += counted == 0 ? 1 : 0;
+        counted += postings.frequency();
     }
-    return gathered;
 }
 
-GatheredPostings FragmentGatherer::takeListed() {
+void FragmentGatherer::enlist(PostingIterator& postings) {
+    for (; postings.document() != kNoDocument; postings.next()) {
+        m_listed.push_back(std::uint64_t{postings.document()} << 32 | postings.frequency());
+    }
+}
+
+GatheredPostings FragmentGatherer::take() {
+    if (!m_isCounting) takeListed();
+    return std::move(m_gathered);
+}
+
+void FragmentGatherer::takeListed() {
     std::sort(m_listed.begin(), m_listed.end());
-    GatheredPostings gathered;
     for (const std::uint64_t entry : m_listed) {
         const auto document = static_cast<DocumentID>(entry >> 32);
         const auto frequency = static_cast<std::uint32_t>(entry);
-        if (!gathered.documents.empty() && gathered.documents.back() == document) {
-            gathered.frequencies.back() += frequency;
+        if (!m_gathered.documents.empty() && m_gathered.documents.back() == document) {
+            m_gathered.frequencies.back() += frequency;
         } else {
-            gathered.documents.push_back(document);
-            gathered.frequencies.push_back(frequency);
+            m_gathered.documents.push_back(document);
+            m_gathered.frequencies.push_back(frequency);
         }
     }
-    return gathered;
+    m_gathered.size = m_gathered.documents.size();
 }
 
 }  // namespace siftwell::fulltext

@@ -10,7 +10,7 @@
 
 #include "base/Status.h"
 #include "fulltext/Deadline.h"
-#include "fulltext/Matcher.h"
+#include "fulltext/GatheredPostings.h"
 #include "fulltext/Segment.h"
 
 namespace siftwell::fulltext {
@@ -29,14 +29,15 @@ public:
 private:
     Status chooseMethod();
     Status addTerm(TermNumber term);
-    GatheredPostings takeCounted() const;
-    GatheredPostings takeListed();
+    void count(PostingIterator& postings);
+    void enlist(PostingIterator& postings);
+    void takeListed();
 
     const Segment& m_segment;
     const std::vector<TermNumber>& m_terms;
     std::size_t m_next = 0;  // term
     bool m_isCounting = false;
-    std::vector<std::uint32_t> m_counts;  // per document of the segment
+    GatheredPostings m_gathered;
     std::vector<std::uint64_t> m_listed;  // document in the high half, frequency in the low one
 };
 

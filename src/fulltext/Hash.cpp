@@ -4,12 +4,15 @@
 
 namespace siftwell::fulltext {
 
-std::uint64_t hashSeed() {
-    static const std::uint64_t seed = [] {
-        std::random_device random;
-        return std::uint64_t{random()} << 32 | random();
-    }();
-    return seed;
+namespace {
+
+std::uint64_t randomNumber() {
+    std::random_device random;
+    return std::uint64_t{random()} << 32 | random();
 }
+
+}  // namespace
+
+const HashSeeds kHashSeeds = {randomNumber(), randomNumber()};
 
 }  // namespace siftwell::fulltext

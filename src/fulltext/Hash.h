@@ -4,6 +4,7 @@
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
+#include <array>
 #include <cstdint>
 #include <string_view>
 
@@ -14,11 +15,18 @@ inline std::uint64_t stableHash(std::string_view bytes) {
     return XXH3_64bits(bytes.data(), bytes.size());
 }
 
-// For tables in memory: seeded anew in every process, so that no page can be made whose words fall
-// on the same slot.
-std::uint64_t hashSeed();
-inline std::uint64_t seededHash(std::string_view bytes, std::uint64_t seed) {
-    return XXH3_64bits_withSeed(bytes.data(), bytes.size(), seed);
+// For tables in memory: drawn anew in every process, so that nobody outside can tell which words
+// fall on the same slot.
+using HashSeeds = std::array<std::uint64_t, 2>;
+extern const HashSeeds kHashSeeds;
+
+inline std::uint64_t seededHash(std::string_view bytes) {
+    return XXH3_64bits_withSeed(bytes.data(), bytes.size(), kHashSeeds[0]);
+}
+
+// The same of two numbers: the halves of their product, added without carry.
+inline std::uint64_t seededHash(std::uint64_t a, std::uint64_t b) {
+    return XXH3_mul128_fold64(a ^ kHashSeeds[0], b ^ kHashSeeds[1]);
 }
 
 }  // namespace siftwell::fulltext

@@ -17,7 +17,7 @@
 
 namespace siftwell::fulltext {
 
-inline constexpr std::uint32_t kFormatVersion = 1;
+inline constexpr std::uint32_t kFormatVersion = 2;
 inline constexpr std::size_t kHeaderPageSize = 4096;
 
 using FileIdentity =

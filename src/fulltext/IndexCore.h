@@ -18,8 +18,8 @@
 #include "fulltext/Contents.h"
 #include "fulltext/FileTail.h"
 #include "fulltext/Header.h"
-#include "fulltext/Inverter.h"
 #include "fulltext/Storage.h"
+#include "fulltext/TermTables.h"
 
 namespace siftwell::fulltext {
 
@@ -30,12 +30,14 @@ struct IndexCore {
           path(std::move(pathOfIndex)),
           settings(std::move(settingsOfIndex)),
           filter(settings),
+          tables(filter),
           contents(opened) {}
 
     Storage& storage;
     const std::string path;
     const IndexSettings settings;
     const TermFilter filter;
+    TermTables tables;  // of the documents in memory
     FileIdentity identity{};
     bool isReadOnly = false;
     PaceCallback pace;
@@ -58,8 +60,13 @@ struct IndexCore {
     Gate rootWriting;
     RootWriter roots;  // under rootWriting
 
-    std::atomic<std::size_t> bufferedBytes = 0;  // memory of documents in no segment
+    std::atomic<std::size_t> documentBytes = 0;  // memory of documents in no segment
     std::atomic<bool> isClosing = false;         // long work gives up
+
+    // What adding takes until all stands in segments.
+    std::size_t bufferedBytes() const {
+        return documentBytes.load(std::memory_order_relaxed) + tables.memoryBytes();
+    }
 
     std::shared_ptr<StorageFile> currentFile() SW_EXCLUDES(mutex) {
         MutexLock lock(mutex);

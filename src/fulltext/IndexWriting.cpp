@@ -6,6 +6,7 @@
 #include "fulltext/Flushing.h"
 #include "fulltext/Index.h"
 #include "fulltext/IndexCore.h"
+#include "fulltext/Inverter.h"
 #include "fulltext/Merging.h"
 
 namespace siftwell::fulltext {
@@ -103,7 +104,7 @@ struct Incoming {
 
 // Gives the document its number. `old` is the document of the segments that it replaces. None when
 // the segments are other ones by now, so that `old` must be looked up again.
-Result<std::optional<AddedDocument>> addNumbered(IndexCore& index, const Incoming& incoming,
+Result<std::optional<AddedDocument>> addNumbered(IndexCore& index, Incoming& incoming,
                                                  const Segments& segments,
                                                  const std::optional<Described>& old) {
     MutexLock lock(index.mutex);
@@ -132,7 +133,7 @@ Result<std::optional<AddedDocument>> addNumbered(IndexCore& index, const Incomin
                        .recordBytes = place.size,
                        .textBytes = incoming.record.textBytes(),
                        .text = incoming.text}));
-    index.bufferedBytes.fetch_add(incoming.text->memoryBytes(), std::memory_order_relaxed);
+    index.documentBytes.fetch_add(incoming.text->memoryBytes(), std::memory_order_relaxed);
     return std::optional<AddedDocument>(added);
 }
 
@@ -144,11 +145,11 @@ Result<AddedDocument> Index::add(const DocumentKey& key, std::string_view text,
     if (Status status = m_core->currentWriteError(); !status.isOk()) return status;
     Result<PreparedDocument> record = PreparedDocument::prepare(key, readableText);
     if (!record) return record.status();
-    const Incoming incoming{.key = key,
-                            .keyHash = hashOfKey(key),
-                            .record = *std::move(record),
-                            .text = std::make_shared<const InvertedText>(
-                                inverterOfThisThread().invert(text, m_core->filter))};
+    Incoming incoming{.key = key,
+                      .keyHash = hashOfKey(key),
+                      .record = *std::move(record),
+                      .text = std::make_shared<const InvertedText>(
+                          inverterOfThisThread().invert(text, m_core->tables))};
     Result<std::optional<AddedDocument>> added = std::optional<AddedDocument>();
     {
         const SharedHold hold(m_core->switching);

@@ -4,18 +4,17 @@
 
 namespace siftwell::fulltext {
 
-std::optional<std::size_t> InvertedText::find(std::string_view term, std::uint64_t hash) const {
-    for (auto found = std::find(m_hashes.begin(), m_hashes.end(), hash); found != m_hashes.end();
-         found = std::find(found + 1, m_hashes.end(), hash)) {
-        const auto index = static_cast<std::size_t>(found - m_hashes.begin());
-        if (this->term(index) == term) return index;
-    }
-    return std::nullopt;
+std::optional<std::size_t> InvertedText::find(const WordKey& word) const {
+    const auto slot = m_table->find(word);
+    if (!slot) return std::nullopt;
+    const auto found = std::find(m_slots.begin(), m_slots.end(), *slot);
+    if (found == m_slots.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - m_slots.begin());
 }
 
 std::size_t InvertedText::memoryBytes() const {
-    return sizeof *this + m_hashes.capacity() * sizeof(std::uint64_t) +
-           m_terms.capacity() * sizeof(Term) + m_bytes.capacity() + m_positions.capacity();
+    return sizeof *this + m_slots.capacity() * sizeof(TermTable::Slot) +
+           m_places.capacity() * sizeof(Place) + m_positions.capacity();
 }
 
 }  // namespace siftwell::fulltext

@@ -4,51 +4,54 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "fulltext/ByteBuffer.h"
+#include "fulltext/TermTable.h"
+
 namespace siftwell::fulltext {
 
 class InvertedText {
 public:
-    std::size_t termCount() const { return m_hashes.size(); }
+    std::size_t termCount() const { return m_slots.size(); }
     std::uint32_t words() const { return m_words; }  // occurrences of all terms
 
-    std::string_view term(std::size_t index) const {
-        return view(m_bytes, m_terms[index].bytes, m_terms[index + 1].bytes);
-    }
-    // seededHash() of the term.
-    std::uint64_t hash(std::size_t index) const { return m_hashes[index]; }
-    std::uint32_t frequency(std::size_t index) const { return m_terms[index].frequency; }
-    // As postings keep them: varint distances.
+    const TermTable& table() const { return *m_table; }
+    // The terms, each once, in the order in which they first occur.
+    const std::vector<TermTable::Slot>& slots() const { return m_slots; }
+
+    std::string_view term(std::size_t index) const { return m_table->word(m_slots[index]); }
+    std::uint32_t frequency(std::size_t index) const { return m_places[index].frequency; }
+    // As postings keep them: varint distances. kReadSlack bytes behind them can be read.
     std::string_view positions(std::size_t index) const {
-        return view(m_positions, m_terms[index].positions, m_terms[index + 1].positions);
+        const std::uint32_t begin = m_places[index].positions;
+        return {m_positions.data() + begin, m_places[index + 1].positions - begin};
     }
 
-    // Looks through all hashes.
-    std::optional<std::size_t> find(std::string_view term, std::uint64_t hash) const;
+    // Where the positions of all terms begin.
+    const char* positions() const { return m_positions.data(); }
+
+    // Looks through all terms.
+    std::optional<std::size_t> find(const WordKey& word) const;
 
     std::size_t memoryBytes() const;
 
 private:
     friend class Inverter;
 
-    struct Term {
-        std::uint32_t bytes = 0;      // where the term begins in m_bytes
+    struct Place {
         std::uint32_t positions = 0;  // where its positions begin in m_positions
         std::uint32_t frequency = 0;
     };
 
-    static std::string_view view(const std::string& bytes, std::uint32_t begin, std::uint32_t end) {
-        return std::string_view(bytes).substr(begin, end - begin);
-    }
-
-    std::vector<std::uint64_t> m_hashes;
-    std::vector<Term> m_terms;  // one more than hashes, for the ends
-    std::string m_bytes;
-    std::string m_positions;
+    std::shared_ptr<const TermTable> m_table;
+    std::vector<TermTable::Slot> m_slots;
+    std::vector<Place> m_places;    // one more than slots, for the ends
+    std::vector<char> m_positions;  // and the slack
     std::uint32_t m_words = 0;
 };
 

@@ -4,101 +4,69 @@
 #include <array>
 
 #include "fulltext/Bytes.h"
-#include "fulltext/Hash.h"
-#include "text/Folding.h"
 #include "text/Words.h"
 
 namespace siftwell::fulltext {
 
 namespace {
 
-constexpr std::size_t kFirstSlots = 1024;
 constexpr std::size_t kMaxKeptWords = 1 << 20;
+constexpr std::size_t kWordsAtOnce = 16;
 
 }  // namespace
 
-TermFilter::TermFilter(const IndexSettings& settings)
-    : m_minimumLength(settings.minimumTermLength) {
-    for (const std::string& word : settings.stopWords) m_stopWords.insert(folded(word));
-}
-
-bool TermFilter::isTerm(std::string_view foldedWord) const {
-    if (m_minimumLength > 1 && characterCount(foldedWord) < m_minimumLength) return false;
-    return !m_stopWords.contains(foldedWord);
-}
-
-InvertedText Inverter::invert(std::string_view text, const TermFilter& filter) {
-    clear();
-    for (WordScanner scanner(text); scanner.next();) {
-        const std::uint32_t entry = entryOf(scanner.word(), filter);
-        ++m_entries[entry].frequency;
-        m_sequence.push_back(entry);
+InvertedText Inverter::invert(std::string_view text, TermTables& tables) {
+    std::shared_ptr<TermTable> table = tables.take();
+    while (!scan(text, *table, tables.filter())) {
+        const bool isOfOneText = table->wordCount() == m_entries.size();
+        table = tables.takeInsteadOf(*table, isOfOneText);
     }
-    InvertedText result;
-    appendTerms(result);
+    sortPositions();
+    InvertedText result = gather(table);
+    tables.giveBack(std::move(table));
+    if (m_sequence.capacity() > kMaxKeptWords) *this = Inverter();
     return result;
 }
 
-void Inverter::clear() {
-    // Tables that one large page has blown up are not carried along for ever.
-    if (m_slots.size() > 64 * kFirstSlots) m_slots.clear();
-    if (m_sequence.capacity() > kMaxKeptWords) {
-        m_sequence = {};
-        m_positions = {};
-    }
-    m_slots.resize(std::max(m_slots.size(), kFirstSlots));
-    std::fill(m_slots.begin(), m_slots.end(), 0);
+// False when the table has no room for the words of this text besides.
+bool Inverter::scan(std::string_view text, TermTable& table, const TermFilter& filter) {
     m_entries.clear();
-    m_bytes.clear();
     m_sequence.clear();
-}
-
-std::uint32_t* Inverter::slotOf(std::string_view word, std::uint64_t hash) {
-    const std::size_t mask = m_slots.size() - 1;
-    for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
-        std::uint32_t& slot = m_slots[at];
-        if (slot == 0) return &slot;
-        const Entry& entry = m_entries[slot - 1];
-        if (entry.hash == hash &&
-            std::string_view(m_bytes).substr(entry.bytes, entry.size) == word) {
-            return &slot;
+    m_textNumber = table.nextText();
+    // Words that stand in the text are looked up several at a time, while the table's memory is
+    // on its way; any other one lives only until the next.
+    std::array<WordKey, kWordsAtOnce> keys;
+    std::size_t count = 0;
+    const std::size_t lastFollowed = text.size() - std::min(text.size(), WordKey::kHeadBytes);
+    for (WordScanner scanner(text); scanner.next();) {
+        const std::string_view word = scanner.word();
+        const bool isFollowed = scanner.isPlain() && scanner.begin() < lastFollowed;
+        if (isFollowed) {
+            keys[count].setFollowed(word);
+        } else {
+            keys[count] = WordKey(word);
         }
+        table.prefetch(keys[count++]);
+        if (count < kWordsAtOnce && isFollowed) continue;
+        if (!addWords({keys.data(), count}, table, filter)) return false;
+        count = 0;
     }
+    return addWords({keys.data(), count}, table, filter);
 }
 
-std::uint32_t Inverter::entryOf(std::string_view word, const TermFilter& filter) {
-    const std::uint64_t hash = seededHash(word, hashSeed());
-    std::uint32_t* slot = slotOf(word, hash);
-    if (*slot != 0) return *slot - 1;
-    if (m_entries.size() * 2 >= m_slots.size()) {
-        growTable();
-        slot = slotOf(word, hash);
+bool Inverter::addWords(std::span<const WordKey> keys, TermTable& table, const TermFilter& filter) {
+    for (const WordKey& key : keys) {
+        const auto slot = table.add(key, filter);
+        if (!slot) return false;
+        TermTable::Note& note = table.note(*slot);
+        if (note.text != m_textNumber) {
+            note = {m_textNumber, static_cast<std::uint32_t>(m_entries.size())};
+            m_entries.push_back({.slot = *slot, .frequency = 0, .nextPosition = 0});
+        }
+        ++m_entries[note.entry].frequency;
+        m_sequence.push_back(note.entry);
     }
-    const std::uint32_t entry = addEntry(word, hash, filter);
-    *slot = entry + 1;
-    return entry;
-}
-
-std::uint32_t Inverter::addEntry(std::string_view word, std::uint64_t hash,
-                                 const TermFilter& filter) {
-    m_entries.push_back({.hash = hash,
-                         .bytes = static_cast<std::uint32_t>(m_bytes.size()),
-                         .size = static_cast<std::uint32_t>(word.size()),
-                         .frequency = 0,
-                         .nextPosition = 0,
-                         .isTerm = filter.isTerm(word)});
-    m_bytes += word;
-    return static_cast<std::uint32_t>(m_entries.size() - 1);
-}
-
-void Inverter::growTable() {
-    m_slots.assign(m_slots.size() * 4, 0);
-    const std::size_t mask = m_slots.size() - 1;
-    for (std::size_t entry = 0; entry < m_entries.size(); ++entry) {
-        std::size_t at = m_entries[entry].hash & mask;
-        while (m_slots[at] != 0) at = (at + 1) & mask;
-        m_slots[at] = static_cast<std::uint32_t>(entry + 1);
-    }
+    return true;
 }
 
 void Inverter::sortPositions() {
@@ -113,41 +81,34 @@ void Inverter::sortPositions() {
     }
 }
 
-// Varint distances, the first from 0.
-void Inverter::appendPositions(std::string& bytes, const Entry& entry) const {
-    std::array<char, 64 * kMaxVarintBytes> encoded;  // a string that grows by bytes is slow
-    char* const begin = encoded.data();
-    char* end = begin;
-    std::uint32_t before = 0;
-    for (std::uint32_t at = entry.nextPosition - entry.frequency; at < entry.nextPosition; ++at) {
-        if (begin + encoded.size() - end < static_cast<std::ptrdiff_t>(kMaxVarintBytes)) {
-            bytes.append(begin, end);
-            end = begin;
-        }
-        end = writeVarint(end, m_positions[at] - before);
-        before = m_positions[at];
+InvertedText Inverter::gather(std::shared_ptr<const TermTable> table) {
+    InvertedText result;
+    result.m_slots.reserve(m_entries.size());
+    result.m_places.reserve(m_entries.size() + 1);
+    m_encoded.clear();
+    for (const Entry& entry : m_entries) {
+        if (!table->isTerm(entry.slot)) continue;
+        result.m_slots.push_back(entry.slot);
+        result.m_places.push_back({static_cast<std::uint32_t>(m_encoded.size()), entry.frequency});
+        result.m_words += entry.frequency;
+        encodePositions(entry);
     }
-    bytes.append(begin, end);
+    result.m_places.push_back({static_cast<std::uint32_t>(m_encoded.size()), 0});
+    const char* const end = m_encoded.room(kReadSlack) + kReadSlack;
+    result.m_positions.assign(m_encoded.view().data(), end);
+    result.m_table = std::move(table);
+    return result;
 }
 
-void Inverter::appendTerms(InvertedText& result) {
-    sortPositions();
-    result.m_hashes.reserve(m_entries.size());
-    result.m_terms.reserve(m_entries.size() + 1);
-    result.m_bytes.reserve(m_bytes.size());
-    result.m_positions.reserve(m_positions.size() * 5 / 4);
-    for (const Entry& entry : m_entries) {
-        if (!entry.isTerm) continue;
-        result.m_hashes.push_back(entry.hash);
-        result.m_terms.push_back({static_cast<std::uint32_t>(result.m_bytes.size()),
-                                  static_cast<std::uint32_t>(result.m_positions.size()),
-                                  entry.frequency});
-        result.m_bytes.append(m_bytes, entry.bytes, entry.size);
-        result.m_words += entry.frequency;
-        appendPositions(result.m_positions, entry);
+// Varint distances, the first from 0.
+void Inverter::encodePositions(const Entry& entry) {
+    char* to = m_encoded.room(std::size_t{entry.frequency} * kMaxVarint32Bytes);
+    std::uint32_t before = 0;
+    for (std::uint32_t at = entry.nextPosition - entry.frequency; at < entry.nextPosition; ++at) {
+        to = writeVarint(to, m_positions[at] - before);
+        before = m_positions[at];
     }
-    result.m_terms.push_back({static_cast<std::uint32_t>(result.m_bytes.size()),
-                              static_cast<std::uint32_t>(result.m_positions.size()), 0});
+    m_encoded.setEnd(to);
 }
 
 }  // namespace siftwell::fulltext

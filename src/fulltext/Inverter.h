@@ -3,67 +3,45 @@
 // Every word takes a position, also one that is not indexed (a stop word or one that is too short),
 // so that words which were not neighbours do not become so.
 //
-// Threads: one inverter, one thread at a time; it keeps its tables from text to text.
+// Threads: one inverter, one thread at a time; it keeps its memory from text to text.
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <memory>
+#include <span>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
+#include "fulltext/ByteBuffer.h"
 #include "fulltext/InvertedText.h"
-#include "fulltext/Types.h"
+#include "fulltext/TermTables.h"
 
 namespace siftwell::fulltext {
 
-// Which words are terms.
-class TermFilter {
-public:
-    explicit TermFilter(const IndexSettings& settings);
-
-    bool isTerm(std::string_view foldedWord) const;
-
-private:
-    struct Hash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view text) const {
-            return std::hash<std::string_view>()(text);
-        }
-    };
-
-    std::uint32_t m_minimumLength;
-    std::unordered_set<std::string, Hash, std::equal_to<>> m_stopWords;  // folded
-};
-
 class Inverter {
 public:
-    InvertedText invert(std::string_view text, const TermFilter& filter);
+    // The terms are those of one of the tables.
+    InvertedText invert(std::string_view text, TermTables& tables);
 
 private:
+    // A word of the text.
     struct Entry {
-        std::uint64_t hash;
-        std::uint32_t bytes;  // offset in m_bytes
-        std::uint32_t size;
+        TermTable::Slot slot;
         std::uint32_t frequency;
         std::uint32_t nextPosition;  // where its next position goes in m_positions
-        bool isTerm;
     };
 
-    void clear();
-    std::uint32_t entryOf(std::string_view word, const TermFilter& filter);
-    std::uint32_t addEntry(std::string_view word, std::uint64_t hash, const TermFilter& filter);
-    void growTable();
-    std::uint32_t* slotOf(std::string_view word, std::uint64_t hash);
+    bool scan(std::string_view text, TermTable& table, const TermFilter& filter);
+    bool addWords(std::span<const WordKey> keys, TermTable& table, const TermFilter& filter);
     void sortPositions();
-    void appendPositions(std::string& bytes, const Entry& entry) const;
-    void appendTerms(InvertedText& result);
+    InvertedText gather(std::shared_ptr<const TermTable> table);
+    void encodePositions(const Entry& entry);
 
-    std::vector<std::uint32_t> m_slots;  // 1 + number of an entry, 0 when free
+    std::uint32_t m_textNumber = 0;  // in the table
     std::vector<Entry> m_entries;
-    std::string m_bytes;
     std::vector<std::uint32_t> m_sequence;   // entry of each word of the text
     std::vector<std::uint32_t> m_positions;  // of the first entry, then of the second, and so on
+    ByteBuffer m_encoded;
 };
 
 }  // namespace siftwell::fulltext

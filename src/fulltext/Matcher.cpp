@@ -4,8 +4,6 @@ namespace siftwell::fulltext {
 
 namespace {
 
-constexpr DocumentID kLastPossible = kNoDocument - 1;
-
 bool isAnyDamaged(const Matchers& matchers) {
     return std::any_of(matchers.begin(), matchers.end(),
                        [](const auto& matcher) { return matcher->isDamaged(); });
@@ -34,27 +32,6 @@ ScoreWindow TermMatcher::windowFrom(DocumentID target) {
     const DocumentID last = m_postings.lastOfBlockWith(target);
     if (last < target) return {kLastPossible, 0};
     return {last, m_weight * m_postings.frequencyPartOfBlock(m_bm25)};
-}
-
-void GatheredMatcher::advanceTo(DocumentID target) {
-    const auto& documents = m_postings.documents;
-    std::size_t step = 1;
-    std::size_t low = m_index;
-    while (low < documents.size() && documents[low] < target) {
-        m_index = low + 1;
-        low += step;
-        step *= 2;
-    }
-    const auto begin = documents.begin();
-    const auto end = begin + static_cast<std::ptrdiff_t>(std::min(low, documents.size()));
-    m_index = static_cast<std::size_t>(
-        std::lower_bound(begin + static_cast<std::ptrdiff_t>(m_index), end, target) - begin);
-}
-
-ScoreWindow GatheredMatcher::windowFrom(DocumentID target) {
-    const auto& documents = m_postings.documents;
-    if (documents.empty() || documents.back() < target) return {kLastPossible, 0};
-    return {kLastPossible, m_weight * m_bm25.maxFrequencyPart()};
 }
 
 AllMatcher::AllMatcher(Matchers children, Matchers excluded)

@@ -15,14 +15,17 @@
 
 namespace siftwell::fulltext {
 
+inline constexpr DocumentID kLastPossible = kNoDocument - 1;
+
 // Documents up to `last` score at most `bound`.
 struct ScoreWindow {
     DocumentID last = 0;
     float bound = 0;
 };
 
-// Sums of bounds are compared with scores that were added in another order.
-constexpr bool cannotBeat(float bound, float threshold) { return bound * 1.00001F <= threshold; }
+// Bounds are compared with scores that were computed in another order.
+inline constexpr float kBoundSlack = 1.00001F;
+constexpr bool cannotBeat(float bound, float threshold) { return bound * kBoundSlack <= threshold; }
 
 class Matcher {
 public:
@@ -30,7 +33,8 @@ public:
 
     virtual DocumentID document() const = 0;        // kNoDocument at the end
     virtual void advanceTo(DocumentID target) = 0;  // first match >= target
-    virtual float score() = 0;                      // of document()
+    virtual void next() { advanceTo(document() + 1); }
+    virtual float score() = 0;  // of document()
 
     // Bounds the scores of the documents from `target` on. Targets rise from call to call.
     virtual ScoreWindow windowFrom(DocumentID target) = 0;
@@ -69,40 +73,6 @@ private:
     float m_weight;
     Bm25 m_bm25;
     float m_threshold = 0;
-};
-
-// The terms that a fragment stands for, counted as one: documents and frequencies gathered
-// beforehand.
-struct GatheredPostings {
-    std::vector<DocumentID> documents;  // rising
-    std::vector<std::uint32_t> frequencies;
-};
-
-class GatheredMatcher final : public Matcher {
-public:
-    // `lengths` answers a document's length.
-    GatheredMatcher(const GatheredPostings& postings, PostingList lengths, float weight,
-                    const Bm25& bm25)
-        : m_postings(postings), m_lengths(lengths), m_weight(weight), m_bm25(bm25) {}
-
-    DocumentID document() const override {
-        return m_index < m_postings.documents.size() ? m_postings.documents[m_index] : kNoDocument;
-    }
-    void advanceTo(DocumentID target) override;
-    float score() override {
-        return m_weight * m_bm25.frequencyPart(m_postings.frequencies[m_index],
-                                               m_lengths.lengthOf(document()));
-    }
-    ScoreWindow windowFrom(DocumentID target) override;
-    std::uint64_t cost() const override { return m_postings.documents.size(); }
-    bool isDamaged() const override { return false; }
-
-private:
-    const GatheredPostings& m_postings;
-    PostingList m_lengths;
-    std::size_t m_index = 0;
-    float m_weight;
-    Bm25 m_bm25;
 };
 
 // Every child, and none of the excluded.

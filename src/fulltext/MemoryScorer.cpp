@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "fulltext/Bytes.h"
-#include "fulltext/Hash.h"
 #include "fulltext/PhraseMatcher.h"
 
 namespace siftwell::fulltext {
@@ -28,10 +27,8 @@ bool matches(std::string_view term, const QueryWord& word) {
 
 MemoryScorer::MemoryScorer(const Query& query) : m_query(query) {
     for (const QueryLeaf& leaf : query.leaves) {
-        std::vector<std::uint64_t>& hashes = m_hashes.emplace_back();
-        for (const QueryWord& word : leaf.words) {
-            hashes.push_back(seededHash(word.word, hashSeed()));
-        }
+        std::vector<WordKey>& keys = m_keys.emplace_back();
+        for (const QueryWord& word : leaf.words) keys.emplace_back(word.word);
     }
 }
 
@@ -40,7 +37,7 @@ void MemoryScorer::forEachTerm(const InvertedText& text, std::size_t leaf, std::
                                Visit visit) const {
     const QueryWord& wanted = m_query.leaves[leaf].words[word];
     if (wanted.match == TermMatch::Exact) {
-        if (const auto term = text.find(wanted.word, m_hashes[leaf][word])) visit(*term);
+        if (const auto term = text.find(m_keys[leaf][word])) visit(*term);
         return;
     }
     for (std::size_t term = 0; term < text.termCount(); ++term) {

@@ -37,7 +37,7 @@ private:
                      Visit visit) const;
 
     const Query& m_query;
-    std::vector<std::vector<std::uint64_t>> m_hashes;  // of each word of each leaf
+    std::vector<std::vector<WordKey>> m_keys;  // of each word of each leaf
 };
 
 }  // namespace siftwell::fulltext

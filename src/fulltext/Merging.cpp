@@ -12,9 +12,9 @@ namespace {
 
 constexpr std::uint64_t kSmallestClass = 64 << 10;
 
-// Sizes within a factor of eight of each other fall into the same class, more or less.
+// Sizes within a factor of sixteen of each other fall into the same class, more or less.
 int sizeClass(std::uint64_t bytes) {
-    return static_cast<int>(std::bit_width(bytes / kSmallestClass) + 2) / 3;
+    return static_cast<int>(std::bit_width(bytes / kSmallestClass) + 3) / 4;
 }
 
 std::vector<std::uint64_t> sizesOf(const std::vector<LiveSegment>& segments) {

@@ -24,6 +24,14 @@ void PhraseWord::advanceTo(DocumentID target) {
     }
 }
 
+std::uint32_t PhraseWord::frequency() const {
+    std::uint32_t sum = 0;
+    for (const PostingIterator& term : m_terms) {
+        if (term.document() == m_document) sum += term.frequency();
+    }
+    return sum;
+}
+
 const std::vector<std::uint32_t>& PhraseWord::beginnings() {
     m_beginnings.clear();
     for (PostingIterator& term : m_terms) {
@@ -62,7 +70,7 @@ PhraseMatcher::PhraseMatcher(std::vector<PhraseWord> words, PostingList lengths,
 
 void PhraseMatcher::advanceTo(DocumentID target) {
     for (; findCommon(target); ++target) {
-        m_occurrences = countOccurrences();
+        m_occurrences = mayBeatThreshold(target) ? countOccurrences() : 0;
         if (m_occurrences > 0) {
             m_document = target;
             return;
@@ -81,6 +89,14 @@ bool PhraseMatcher::findCommon(DocumentID& target) {
         target = word.document();
     }
     return true;
+}
+
+// A phrase is no more frequent than any of its words.
+bool PhraseMatcher::mayBeatThreshold(DocumentID document) const {
+    if (m_threshold <= 0) return true;
+    std::uint32_t most = UINT32_MAX;
+    for (const PhraseWord& word : m_words) most = std::min(most, word.frequency());
+    return !cannotBeat(scoreOf(document, most), m_threshold);
 }
 
 std::uint32_t PhraseMatcher::countOccurrences() {
@@ -103,12 +119,9 @@ std::uint32_t countCommon(std::vector<std::uint32_t> common,
     return static_cast<std::uint32_t>(common.size());
 }
 
-float PhraseMatcher::score() {
-    return m_weight * m_bm25.frequencyPart(m_occurrences, m_lengths.lengthOf(m_document));
-}
+float PhraseMatcher::score() { return scoreOf(m_document, m_occurrences); }
 
 ScoreWindow PhraseMatcher::windowFrom(DocumentID target) {
-    // A phrase is no more frequent than any of its words.
     ScoreWindow window{kNoDocument - 1, Bm25::maxFrequencyPart()};
     for (PhraseWord& word : m_words) {
         const DocumentID last = word.lastOfBlockWith(target);

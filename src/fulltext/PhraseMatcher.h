@@ -19,6 +19,7 @@ public:
 
     DocumentID document() const { return m_document; }
     void advanceTo(DocumentID target);
+    std::uint32_t frequency() const;  // occurrences in document()
     // Where the phrase would have to begin for the word to stand where it does: rising, may repeat.
     const std::vector<std::uint32_t>& beginnings();
     std::uint64_t cost() const { return m_cost; }
@@ -49,11 +50,16 @@ public:
     float score() override;
     ScoreWindow windowFrom(DocumentID target) override;
     std::uint64_t cost() const override { return m_byRarity.front()->cost(); }
+    void setThreshold(float threshold) override { m_threshold = threshold; }
     bool isDamaged() const override;
 
 private:
     bool findCommon(DocumentID& target);
+    bool mayBeatThreshold(DocumentID document) const;
     std::uint32_t countOccurrences();
+    float scoreOf(DocumentID document, std::uint32_t occurrences) const {
+        return m_weight * m_bm25.frequencyPart(occurrences, m_lengths.lengthOf(document));
+    }
 
     std::vector<PhraseWord> m_words;
     std::vector<PhraseWord*> m_byRarity;
@@ -62,6 +68,7 @@ private:
     Bm25 m_bm25;
     DocumentID m_document = kNoDocument;
     std::uint32_t m_occurrences = 0;
+    float m_threshold = 0;
 };
 
 // How many of the numbers stand in all lists; each list rises.

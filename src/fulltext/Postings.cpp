@@ -9,29 +9,27 @@ namespace siftwell::fulltext {
 
 namespace {
 
-void appendEntry(std::string& directory, const BlockEntry& entry, DocumentID before) {
-    appendVarint(directory, entry.first - before);
-    appendVarint(directory, entry.last - entry.first);
-    directory += static_cast<char>(entry.documents - 1);
-    appendVarint(directory, entry.documentBytes);
-    appendVarint(directory, entry.positionBytes);
-    directory += static_cast<char>(entry.bounds.count);
-    for (std::size_t i = 0; i < entry.bounds.count; ++i) {
-        appendVarint(directory, entry.bounds.pairs[i].frequency);
-        appendVarint(directory, entry.bounds.pairs[i].length);
-    }
-}
+using Bounds = std::array<ScoreBound, kBlockDocuments>;
 
-// Neighbours become one bound that is no lower than either, until few enough are left. `pairs` rise
-// in both numbers.
-BlockBounds withinLimit(const std::vector<ScoreBound>& pairs) {
-    const std::size_t share = (pairs.size() + kMaxBounds - 1) / kMaxBounds;
-    BlockBounds bounds;
-    for (std::size_t i = 0; i < pairs.size(); i += share) {
-        const ScoreBound& last = pairs[std::min(i + share, pairs.size()) - 1];
-        bounds.pairs[bounds.count++] = {last.frequency, pairs[i].length};
+// Puts a pair among those that rise in both numbers, unless one of them is as short and as
+// frequent; `end` is behind the last one, and is answered anew. Those that it beats go.
+ScoreBound* insertBound(Bounds& rising, ScoreBound* end, const ScoreBound& pair) {
+    ScoreBound* const begin = rising.data();
+    ScoreBound* at = begin;
+    while (at < end && at->length <= pair.length) ++at;
+    // Of those that are no longer, the last one is the most frequent.
+    if (at > begin && at[-1].frequency >= pair.frequency) return end;
+    if (at > begin && at[-1].length == pair.length) --at;
+    ScoreBound* behind = at;
+    while (behind < end && behind->frequency <= pair.frequency) ++behind;
+    if (behind == at) {
+        std::copy_backward(at, end, end + 1);
+        ++end;
+    } else {
+        end = std::copy(behind, end, at + 1);
     }
-    return bounds;
+    *at = pair;
+    return end;
 }
 
 }  // namespace
@@ -39,113 +37,100 @@ BlockBounds withinLimit(const std::vector<ScoreBound>& pairs) {
 void PostingListWriter::begin(DocumentID firstOfSegment) {
     m_base = firstOfSegment;
     m_documents = 0;
-    m_pending.clear();
+    m_pendingCount = 0;
     m_pendingPositions.clear();
+    m_directory.clear();
     m_blocks.clear();
-    m_documentPart.clear();
-    m_positionPart.clear();
+    m_positions.clear();
 }
 
-void PostingListWriter::add(DocumentID document, std::uint32_t frequency, std::uint32_t length,
-                            std::string_view positions) {
-    m_pending.push_back(
-        {document, frequency, length, static_cast<std::uint32_t>(positions.size())});
-    m_pendingPositions += positions;
-    ++m_documents;
-    if (m_pending.size() == kBlockDocuments) closeBlock();
-}
-
-void PostingListWriter::addBlock(const BlockEntry& entry, std::string_view documents,
-                                 std::string_view positions) {
+void PostingListWriter::addBlock(const RawBlock& block) {
     closeBlock();
-    m_blocks.push_back(entry);
-    m_documentPart += documents;
-    m_positionPart += positions;
-    m_documents += entry.documents;
+    m_blocks.append(block.bytes);
+    m_positions.append(block.positions);
+    m_documents += block.documents;
+    appendEntry(block.last);
 }
 
-void PostingListWriter::finish(std::string& list) {
-    if (m_blocks.empty()) {
-        finishShort(list);
+std::string_view PostingListWriter::finish() {
+    m_list.clear();
+    if (m_directory.empty()) {
+        finishShort();
     } else {
-        finishBlocks(list);
+        finishBlocks();
     }
+    return m_list.view();
 }
 
 void PostingListWriter::closeBlock() {
-    if (m_pending.empty()) return;
-    const std::size_t start = m_documentPart.size();
-    appendPendingDocuments();
-    m_blocks.push_back({.first = m_pending.front().document,
-                        .last = m_pending.back().document,
-                        .documents = static_cast<std::uint32_t>(m_pending.size()),
-                        .documentBytes = static_cast<std::uint32_t>(m_documentPart.size() - start),
-                        .positionBytes = static_cast<std::uint32_t>(m_pendingPositions.size()),
-                        .bounds = boundsOfPending()});
-    m_positionPart += m_pendingPositions;
-    m_pending.clear();
+    if (m_pendingCount == 0) return;
+    appendDocuments();
+    appendBounds();
+    m_positions.append(m_pendingPositions.view());
+    appendEntry(pending().back().document);
+    m_pendingCount = 0;
     m_pendingPositions.clear();
 }
 
-void PostingListWriter::appendPendingDocuments() {
-    std::array<std::uint32_t, kBlockDocuments> distances{};
-    std::array<std::uint32_t, kBlockDocuments> frequencies{};
-    for (std::size_t i = 0; i < m_pending.size(); ++i) {
+void PostingListWriter::appendEntry(DocumentID last) {
+    m_directory.appendNumber(BlockEntry{.last = last - m_base,
+                                        .blockEnd = static_cast<std::uint32_t>(m_blocks.size()),
+                                        .positionsEnd = m_positions.size()});
+}
+
+void PostingListWriter::appendDocuments() {
+    std::array<std::uint32_t, kBlockDocuments> distances;
+    std::array<std::uint32_t, kBlockDocuments> frequencies;
+    for (std::size_t i = 0; i < m_pendingCount; ++i) {
         if (i > 0) distances[i - 1] = m_pending[i].document - m_pending[i - 1].document - 1;
         frequencies[i] = m_pending[i].frequency - 1;
     }
-    const std::span<const std::uint32_t> distanceSpan(distances.data(), m_pending.size() - 1);
-    const std::span<const std::uint32_t> frequencySpan(frequencies.data(), m_pending.size());
+    const std::span<const std::uint32_t> distanceSpan(distances.data(), m_pendingCount - 1);
+    const std::span<const std::uint32_t> frequencySpan(frequencies.data(), m_pendingCount);
     const unsigned distanceWidth = packedWidth(distanceSpan);
     const unsigned frequencyWidth = packedWidth(frequencySpan);
-    m_documentPart += static_cast<char>(distanceWidth);
-    m_documentPart += static_cast<char>(frequencyWidth);
-    appendPacked(m_documentPart, distanceSpan, distanceWidth);
-    appendPacked(m_documentPart, frequencySpan, frequencyWidth);
+    m_blocks.appendNumber(pending().back().document - pending().front().document);
+    m_blocks.appendByte(m_pendingCount - 1);
+    m_blocks.appendByte(distanceWidth);
+    m_blocks.appendByte(frequencyWidth);
+    appendPacked(m_blocks, distanceSpan, distanceWidth);
+    appendPacked(m_blocks, frequencySpan, frequencyWidth);
 }
 
-BlockBounds PostingListWriter::boundsOfPending() const {
-    std::array<ScoreBound, kBlockDocuments> pairs{};
-    const auto end = std::transform(m_pending.begin(), m_pending.end(), pairs.begin(),
-                                    [](const Pending& pending) {
-                                        return ScoreBound{pending.frequency, pending.length};
-                                    });
-    // Shortest first, of these the most frequent first; a pair counts when it beats all before it.
-    std::sort(pairs.begin(), end, [](const ScoreBound& a, const ScoreBound& b) {
-        return a.length != b.length ? a.length < b.length : a.frequency > b.frequency;
-    });
-    std::vector<ScoreBound> rising;
-    std::for_each(pairs.begin(), end, [&rising](const ScoreBound& pair) {
-        if (rising.empty() || pair.frequency > rising.back().frequency) rising.push_back(pair);
-    });
-    return withinLimit(rising);
+// The pairs that no other one beats by being both shorter and more frequent. When there are too
+// many, neighbours become one that is no worse than either.
+void PostingListWriter::appendBounds() {
+    Bounds rising;
+    ScoreBound* end = rising.data();
+    for (const Pending& posting : pending()) {
+        end = insertBound(rising, end, {posting.frequency, posting.length});
+    }
+    const auto count = static_cast<std::size_t>(end - rising.data());
+    const std::size_t share = (count + kMaxBounds - 1) / kMaxBounds;
+    m_blocks.appendByte((count + share - 1) / share);
+    for (std::size_t i = 0; i < count; i += share) {
+        m_blocks.appendVarint(rising[std::min(i + share, count) - 1].frequency);
+        m_blocks.appendVarint(rising[i].length);
+    }
 }
 
-void PostingListWriter::finishShort(std::string& list) const {
+void PostingListWriter::finishShort() {
     DocumentID before = m_base;
-    for (const Pending& pending : m_pending) {
-        const bool isRepeated = pending.frequency > 1;
-        appendVarint(list, std::uint64_t{pending.document - before} * 2 + (isRepeated ? 1 : 0));
-        if (isRepeated) appendVarint(list, pending.frequency - 2);
-        before = pending.document;
+    for (const Pending& posting : pending()) {
+        const bool isRepeated = posting.frequency > 1;
+        m_list.appendVarint(std::uint64_t{posting.document - before} * 2 + (isRepeated ? 1 : 0));
+        if (isRepeated) m_list.appendVarint(posting.frequency - 2);
+        before = posting.document;
     }
-    list += m_pendingPositions;
+    m_list.append(m_pendingPositions.view());
 }
 
-void PostingListWriter::finishBlocks(std::string& list) {
+void PostingListWriter::finishBlocks() {
     closeBlock();
-    std::string directory;
-    DocumentID before = m_base - 1;
-    for (const BlockEntry& entry : m_blocks) {
-        appendEntry(directory, entry, before);
-        before = entry.last;
-    }
-    appendVarint(list, m_blocks.size());
-    appendVarint(list, directory.size());
-    appendVarint(list, m_documentPart.size());
-    list += directory;
-    list += m_documentPart;
-    list += m_positionPart;
+    m_list.appendNumber(static_cast<std::uint32_t>(m_directory.size() / sizeof(BlockEntry)));
+    m_list.append(m_directory.view());
+    m_list.append(m_blocks.view());
+    m_list.append(m_positions.view());
 }
 
 }  // namespace siftwell::fulltext

@@ -17,8 +17,8 @@
 #include <string_view>
 #include <vector>
 
-#include "fulltext/Inverter.h"
 #include "fulltext/TermDictionary.h"
+#include "fulltext/TermFilter.h"
 
 namespace siftwell::fulltext {
 

@@ -1,6 +1,10 @@
 #include "fulltext/QueryPlan.h"
 
+#include <algorithm>
+
+#include "fulltext/BestFirstTerm.h"
 #include "fulltext/PhraseMatcher.h"
+#include "fulltext/TermsMatcher.h"
 
 namespace siftwell::fulltext {
 
@@ -63,7 +67,7 @@ Result<bool> QueryPlan::gather(std::size_t segment, std::size_t leaf, const Dead
     if (!isDone || !*isDone) return isDone;
     terms.gathered = m_gatherer->take();
     m_gatherer.reset();
-    m_documentsOfWord[leaf][0] += terms.gathered.documents.size();
+    m_documentsOfWord[leaf][0] += terms.gathered.size;
     return true;
 }
 
@@ -87,9 +91,23 @@ void QueryPlan::computeWeights() {
     }
 }
 
-Result<std::unique_ptr<Matcher>> QueryPlan::matcherFor(std::size_t segment) const {
+Result<std::unique_ptr<Matcher>> QueryPlan::matcherFor(std::size_t segment,
+                                                       MatchOrder order) const {
     if (!m_query.root) return std::unique_ptr<Matcher>();
-    return matcherOf(*m_query.root, segment);
+    const QueryNode& root = *m_query.root;
+    const bool isOneTerm = root.kind == QueryNode::Kind::Leaf && isTerm(m_query.leaves[root.leaf]);
+    if (isOneTerm && order == MatchOrder::Any) return bestFirstMatcher(root.leaf, segment);
+    return matcherOf(root, segment);
+}
+
+Result<std::unique_ptr<Matcher>> QueryPlan::bestFirstMatcher(std::size_t leaf,
+                                                             std::size_t segment) const {
+    const std::vector<TermNumber>& terms = m_terms[segment][leaf].ofWord.front();
+    if (terms.empty()) return std::unique_ptr<Matcher>();
+    const auto list = m_snapshot.segments[segment].segment->postings(terms.front());
+    if (!list) return list.status();
+    return std::unique_ptr<Matcher>(
+        std::make_unique<BestFirstTerm>(*list, m_weights[leaf], m_bm25));
 }
 
 Result<std::unique_ptr<Matcher>> QueryPlan::matcherOf(const QueryNode& node,
@@ -98,7 +116,7 @@ Result<std::unique_ptr<Matcher>> QueryPlan::matcherOf(const QueryNode& node,
         case QueryNode::Kind::Leaf:
             return leafMatcher(node.leaf, segment);
         case QueryNode::Kind::All:
-            return allMatcher(node, segment);
+            return isAllTerms(node) ? termsMatcher(node, segment) : allMatcher(node, segment);
         case QueryNode::Kind::Any:
             return anyMatcher(node, segment);
     }
@@ -113,8 +131,7 @@ Result<std::unique_ptr<Matcher>> QueryPlan::leafMatcher(std::size_t leaf,
     const auto list = m_snapshot.segments[segment].segment->postings(terms.ofWord[0].front());
     if (!list) return list.status();
     if (isFragment(m_query.leaves[leaf])) {
-        return std::unique_ptr<Matcher>(
-            std::make_unique<GatheredMatcher>(terms.gathered, *list, m_weights[leaf], m_bm25));
+        return makeGatheredMatcher(terms.gathered, *list, m_weights[leaf], m_bm25);
     }
     return std::unique_ptr<Matcher>(std::make_unique<TermMatcher>(*list, m_weights[leaf], m_bm25));
 }
@@ -144,6 +161,26 @@ Result<std::unique_ptr<Matcher>> QueryPlan::phraseMatcher(std::size_t leaf,
     }
     return std::unique_ptr<Matcher>(
         std::make_unique<PhraseMatcher>(std::move(words), lengths, m_weights[leaf], m_bm25));
+}
+
+bool QueryPlan::isAllTerms(const QueryNode& node) const {
+    const auto isOne = [this](const QueryNode& child) {
+        return child.kind == QueryNode::Kind::Leaf && isTerm(m_query.leaves[child.leaf]);
+    };
+    return node.excluded.empty() && std::all_of(node.children.begin(), node.children.end(), isOne);
+}
+
+Result<std::unique_ptr<Matcher>> QueryPlan::termsMatcher(const QueryNode& node,
+                                                         std::size_t segment) const {
+    std::vector<WeightedList> terms;
+    for (const QueryNode& child : node.children) {
+        const std::vector<TermNumber>& found = m_terms[segment][child.leaf].ofWord.front();
+        if (found.empty()) return std::unique_ptr<Matcher>();
+        const auto list = m_snapshot.segments[segment].segment->postings(found.front());
+        if (!list) return list.status();
+        terms.push_back({*list, m_weights[child.leaf]});
+    }
+    return std::unique_ptr<Matcher>(std::make_unique<TermsMatcher>(terms, m_bm25));
 }
 
 Result<std::unique_ptr<Matcher>> QueryPlan::allMatcher(const QueryNode& node,

@@ -21,6 +21,9 @@
 
 namespace siftwell::fulltext {
 
+// The order in which a matcher gives its documents. Any: the best ones early, if that can be.
+enum class MatchOrder { Rising, Any };
+
 class QueryPlan {
 public:
     QueryPlan(const Query& query, const Snapshot& snapshot);
@@ -29,7 +32,7 @@ public:
     Result<bool> prepare(const Deadline& deadline);
 
     // Once it is prepared: what matches in a segment, by its index; null when nothing does.
-    Result<std::unique_ptr<Matcher>> matcherFor(std::size_t segment) const;
+    Result<std::unique_ptr<Matcher>> matcherFor(std::size_t segment, MatchOrder order) const;
 
     std::optional<float> scoreInMemory(const MemoryDocument& document) const {
         return m_scorer.score(*document.text, m_weights, m_bm25);
@@ -42,6 +45,9 @@ private:
         GatheredPostings gathered;  // of a fragment that stands alone
     };
 
+    static bool isTerm(const QueryLeaf& leaf) {
+        return leaf.words.size() == 1 && leaf.words.front().match == TermMatch::Exact;
+    }
     static bool isFragment(const QueryLeaf& leaf) {
         return leaf.words.size() == 1 && leaf.words.front().match != TermMatch::Exact;
     }
@@ -51,8 +57,11 @@ private:
     void countInMemory();
     void computeWeights();
     Result<std::unique_ptr<Matcher>> matcherOf(const QueryNode& node, std::size_t segment) const;
+    Result<std::unique_ptr<Matcher>> bestFirstMatcher(std::size_t leaf, std::size_t segment) const;
     Result<std::unique_ptr<Matcher>> leafMatcher(std::size_t leaf, std::size_t segment) const;
     Result<std::unique_ptr<Matcher>> phraseMatcher(std::size_t leaf, std::size_t segment) const;
+    bool isAllTerms(const QueryNode& node) const;
+    Result<std::unique_ptr<Matcher>> termsMatcher(const QueryNode& node, std::size_t segment) const;
     Result<std::unique_ptr<Matcher>> allMatcher(const QueryNode& node, std::size_t segment) const;
     Result<std::unique_ptr<Matcher>> anyMatcher(const QueryNode& node, std::size_t segment) const;
     Result<std::vector<PostingList>> listsOf(const std::vector<TermNumber>& terms,

@@ -9,7 +9,8 @@ namespace siftwell::fulltext {
 Result<bool> Ranking::run(const Deadline& deadline) {
     for (; m_segment < m_snapshot.segments.size(); ++m_segment) {
         if (m_matcher == nullptr) {
-            auto matcher = m_plan.matcherFor(m_segment);
+            auto matcher =
+                m_plan.matcherFor(m_segment, m_max == kAll ? MatchOrder::Rising : MatchOrder::Any);
             if (!matcher) return matcher.status();
             m_matcher = *std::move(matcher);
             if (m_matcher == nullptr) continue;
@@ -36,7 +37,7 @@ Result<bool> Ranking::rankSegment(const Deadline& deadline) {
             offer({document, matcher.score()});
             if (isFull()) matcher.setThreshold(m_hits.front().score);
         }
-        matcher.advanceTo(document + 1);
+        matcher.next();
     }
     if (matcher.isDamaged()) {
         return Status(StatusCode::Damaged, _("The postings of the index are damaged."));

@@ -5,6 +5,7 @@
 #include "base/Log.h"
 #include "fulltext/Bytes.h"
 #include "fulltext/DocumentRecord.h"
+#include "fulltext/Inverter.h"
 
 namespace siftwell::fulltext {
 
@@ -153,6 +154,7 @@ Status CommitReader::applyRemoval(DocumentID document) {
 
 Status CommitReader::invertMemory() {
     Inverter inverter;
+    TermTables tables(m_filter);
     for (const CommittedDocument& committed : m_memory) {
         Result<StoredDocument> stored = readDocument(*m_file, committed.place);
         if (!stored) return stored.status();
@@ -167,7 +169,7 @@ Status CommitReader::invertMemory() {
                            .recordBytes = *size,
                            .textBytes = stored->readableText.size(),
                            .text = std::make_shared<const InvertedText>(
-                               inverter.invert(stored->readableText, m_filter))}));
+                               inverter.invert(stored->readableText, tables))}));
     }
     return {};
 }

@@ -10,8 +10,8 @@
 #include "base/Status.h"
 #include "fulltext/Contents.h"
 #include "fulltext/Header.h"
-#include "fulltext/Inverter.h"
 #include "fulltext/Storage.h"
+#include "fulltext/TermFilter.h"
 
 namespace siftwell::fulltext {
 

@@ -7,6 +7,7 @@
 #include "fulltext/Checker.h"
 #include "fulltext/DocumentRecord.h"
 #include "fulltext/Flushing.h"
+#include "fulltext/Inverter.h"
 #include "fulltext/Merging.h"
 #include "fulltext/Opening.h"
 #include "fulltext/Survey.h"
@@ -210,8 +211,8 @@ Status Repair::bringBack(std::string_view record, const FoundDocument& document)
         return {};
     }
     auto text = std::make_shared<const InvertedText>(
-        m_inverter.invert(stored->readableText, m_core->filter));
-    m_core->bufferedBytes += text->memoryBytes();
+        m_inverter.invert(stored->readableText, m_core->tables));
+    m_core->documentBytes += text->memoryBytes();
     {
         MutexLock lock(m_core->mutex);
         m_core->contents.add(std::make_shared<const MemoryDocument>(
@@ -225,7 +226,7 @@ Status Repair::bringBack(std::string_view record, const FoundDocument& document)
     }
     ++m_report.documents;
     if (document.isUncertain) ++m_report.uncertain;
-    if (m_core->bufferedBytes > kMaxBufferedBytes) return spill(*m_core);
+    if (m_core->bufferedBytes() > kMaxBufferedBytes) return spill(*m_core);
     if (m_core->currentTail()->waitingBytes() <= kMaxWaitingBytes) return {};
     return m_core->currentTail()->writeOut(*m_newFile);
 }

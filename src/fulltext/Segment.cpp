@@ -58,20 +58,24 @@ Result<std::string_view> Segment::section(const Section& section) const {
 Result<std::string_view> Segment::lengths() const { return section(m_trailer.lengths); }
 
 Result<PostingList> Segment::postings(TermNumber term) const {
-    const auto begin = m_terms.entry(term);
-    const auto end = m_terms.entry(term + 1);
-    if (!begin || !end || end->postings < begin->postings ||
-        end->postings > m_trailer.postings.size) {
+    const auto entry = m_terms.entry(term);
+    const auto behind = m_terms.entry(term + 1);
+    if (!entry || !behind) return damaged("the entry of a word is wrong");
+    return postings(*entry, *behind);
+}
+
+Result<PostingList> Segment::postings(const TermEntry& term, const TermEntry& behind) const {
+    if (behind.postings < term.postings || behind.postings > m_trailer.postings.size) {
         return damaged("the entry of a word is wrong");
     }
     // The slack behind the list is checked with it: it is read, though not used.
-    const std::uint64_t size = end->postings - begin->postings;
-    const auto bytes = m_body.range(begin->postings, size + kUnpackSlack);
+    const std::uint64_t size = behind.postings - term.postings;
+    const auto bytes = m_body.range(term.postings, size + kReadSlack);
     if (!bytes) return damaged("the checksum of a block is wrong");
     const Result<std::string_view> allLengths = lengths();
     if (!allLengths) return allLengths.status();
     return PostingList{.bytes = bytes->substr(0, size),
-                       .documents = begin->documentFrequency,
+                       .documents = term.documentFrequency,
                        .firstOfSegment = m_trailer.first,
                        .lastOfSegment = m_trailer.last,
                        .lengths = *allLengths};

@@ -38,6 +38,8 @@ public:
 
     const TermDictionary& terms() const { return m_terms; }
     Result<PostingList> postings(TermNumber term) const;
+    // The same from a term's entry and the one behind it.
+    Result<PostingList> postings(const TermEntry& term, const TermEntry& behind) const;
 
     // The number that a key with this hash may have; to be compared with the document's record.
     Result<std::vector<DocumentID>> candidates(std::uint64_t keyHash) const;

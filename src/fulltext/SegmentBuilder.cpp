@@ -1,10 +1,8 @@
 #include "fulltext/SegmentBuilder.h"
 
 #include <algorithm>
-#include <bit>
 #include <numeric>
 
-#include "fulltext/Bytes.h"
 #include "fulltext/Postings.h"
 #include "fulltext/SegmentWriter.h"
 
@@ -14,125 +12,139 @@ namespace {
 
 using Documents = std::span<const std::shared_ptr<const MemoryDocument>>;
 
-// Where a term stands in a document.
+// A term in a document.
 struct Place {
     std::uint32_t document;  // index in the span
-    std::uint32_t term;      // index in its text
+    std::uint32_t frequency;
+    std::uint32_t positionsAt;  // in its text
+    std::uint32_t positionsSize;
 };
 
 // TermGatherer brings the equal terms of all documents together.
+//
+// The documents name their terms by the slots of a few tables. Words that several tables hold
+// become one term when all are sorted.
 class TermGatherer {
 public:
     explicit TermGatherer(Documents documents) : m_documents(documents) {
+        countPlaces();
+        sortWords();
         numberTerms();
         groupPlaces();
     }
 
-    std::size_t size() const { return m_terms.size(); }
-    std::string_view text(std::uint32_t term) const { return m_terms[term].text; }
+    // Terms are numbered in the order of their bytes.
+    std::uint32_t size() const { return static_cast<std::uint32_t>(m_texts.size()); }
+    std::string_view text(std::uint32_t term) const { return m_texts[term]; }
 
+    // In the order of the documents. Those of the next terms are on their way into the cache.
     std::span<const Place> places(std::uint32_t term) const {
-        return std::span(m_places).subspan(m_terms[term].firstPlace, m_terms[term].placeCount);
+        constexpr std::uint32_t kAhead = 32;
+        const std::uint32_t begin = m_ends[term] - m_counts[term];
+        const std::size_t end = std::min<std::size_t>(m_ends[term] + kAhead, m_places.size());
+        for (std::size_t i = begin + kAhead; i < end; ++i) {
+            __builtin_prefetch(positions(m_places[i]).data());
+        }
+        return std::span(m_places).subspan(begin, m_counts[term]);
     }
-
-    // The numbers of all terms in the order of their bytes.
-    std::vector<std::uint32_t> sorted() const;
+    std::string_view positions(const Place& place) const {
+        return {m_positions[place.document] + place.positionsAt, place.positionsSize};
+    }
 
 private:
-    struct Term {
-        std::string_view text;
-        std::uint64_t hash = 0;
-        std::uint32_t placeCount = 0;
-        std::uint32_t firstPlace = 0;
+    // A table that documents refer to.
+    struct Source {
+        const TermTable* table;
+        // By slot: in how many documents the word is; then the number of its term.
+        std::vector<std::uint32_t> ofSlot;
     };
 
-    void numberTerms() {
-        std::size_t total = 0;
-        for (const auto& document : m_documents) total += document->text->termCount();
-        m_numbers.reserve(total);
-        m_slots.assign(std::bit_ceil(total / 4 + 1024), 0);
-        for (const auto& document : m_documents) {
-            for (std::size_t i = 0; i < document->text->termCount(); ++i) {
-                const std::uint32_t term =
-                    numberOf(document->text->term(i), document->text->hash(i));
-                ++m_terms[term].placeCount;
-                m_numbers.push_back(term);
-            }
-        }
-    }
+    // A word of one of the tables.
+    struct Word {
+        std::uint64_t key;
+        std::uint32_t source;
+        TermTable::Slot slot;
+    };
 
-    std::uint32_t numberOf(std::string_view text, std::uint64_t hash) {
-        if (m_terms.size() * 2 >= m_slots.size()) growTable();
-        const std::size_t mask = m_slots.size() - 1;
-        std::size_t at = hash & mask;
-        for (; m_slots[at] != 0; at = (at + 1) & mask) {
-            const Term& term = m_terms[m_slots[at] - 1];
-            if (term.hash == hash && term.text == text) return m_slots[at] - 1;
-        }
-        m_terms.push_back({.text = text, .hash = hash});
-        m_slots[at] = static_cast<std::uint32_t>(m_terms.size());
-        return m_slots[at] - 1;
-    }
+    Source& sourceOf(const TermTable& table);
+    void countPlaces();
+    void sortWords();
+    void numberTerms();
+    void groupPlaces();
 
-    void growTable() {
-        m_slots.assign(m_slots.size() * 2, 0);
-        const std::size_t mask = m_slots.size() - 1;
-        for (std::size_t term = 0; term < m_terms.size(); ++term) {
-            std::size_t at = m_terms[term].hash & mask;
-            while (m_slots[at] != 0) at = (at + 1) & mask;
-            m_slots[at] = static_cast<std::uint32_t>(term + 1);
-        }
-    }
-
-    void groupPlaces() {
-        std::uint32_t sum = 0;
-        for (Term& term : m_terms) {
-            term.firstPlace = sum;
-            sum += std::exchange(term.placeCount, 0);
-        }
-        m_places.resize(sum);
-        const std::uint32_t* number = m_numbers.data();
-        for (std::uint32_t document = 0; document < m_documents.size(); ++document) {
-            const std::size_t count = m_documents[document]->text->termCount();
-            for (std::uint32_t i = 0; i < count; ++i) {
-                Term& term = m_terms[*number++];
-                m_places[term.firstPlace + term.placeCount++] = {document, i};
-            }
-        }
+    std::string_view textOf(const Word& word) const {
+        return m_sources[word.source].table->word(word.slot);
     }
 
     Documents m_documents;
-    std::vector<Term> m_terms;
-    std::vector<std::uint32_t> m_slots;    // 1 + number of a term, 0 when free
-    std::vector<std::uint32_t> m_numbers;  // of every term of every document, one after another
-    std::vector<Place> m_places;           // grouped by term, in document order
+    std::vector<Source> m_sources;
+    std::vector<Word> m_words;
+    std::vector<std::string_view> m_texts;  // by term
+    std::vector<std::uint32_t> m_counts;    // by term: of its places
+    std::vector<std::uint32_t> m_ends;      // by term: of its places in m_places
+    std::vector<Place> m_places;
+    std::vector<const char*> m_positions;  // by document: its texts' positions
 };
 
-// The first eight bytes as a number that sorts as they do.
-std::uint64_t sortKey(std::string_view text) {
-    std::uint64_t key = 0;
-    for (std::size_t i = 0; i < 8; ++i) {
-        key = key << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
-    }
-    return key;
+// Documents that follow each other mostly refer to the same table.
+TermGatherer::Source& TermGatherer::sourceOf(const TermTable& table) {
+    const auto found = std::find_if(m_sources.rbegin(), m_sources.rend(),
+                                    [&](const Source& s) { return s.table == &table; });
+    if (found != m_sources.rend()) return *found;
+    return m_sources.emplace_back(Source{&table, std::vector<std::uint32_t>(table.slots())});
 }
 
-std::vector<std::uint32_t> TermGatherer::sorted() const {
-    struct Keyed {
-        std::uint64_t key;
-        std::uint32_t term;
-    };
-    std::vector<Keyed> order(m_terms.size());
-    for (std::uint32_t term = 0; term < m_terms.size(); ++term) {
-        order[term] = {sortKey(m_terms[term].text), term};
+void TermGatherer::countPlaces() {
+    for (const auto& document : m_documents) {
+        std::vector<std::uint32_t>& counts = sourceOf(document->text->table()).ofSlot;
+        for (const TermTable::Slot slot : document->text->slots()) ++counts[slot];
     }
-    std::sort(order.begin(), order.end(), [this](const Keyed& a, const Keyed& b) {
-        return a.key != b.key ? a.key < b.key : m_terms[a.term].text < m_terms[b.term].text;
+}
+
+void TermGatherer::sortWords() {
+    for (std::uint32_t source = 0; source < m_sources.size(); ++source) {
+        const std::vector<std::uint32_t>& counts = m_sources[source].ofSlot;
+        for (TermTable::Slot slot = 0; slot < counts.size(); ++slot) {
+            if (counts[slot] == 0) continue;
+            m_words.push_back({m_sources[source].table->sortKey(slot), source, slot});
+        }
+    }
+    std::sort(m_words.begin(), m_words.end(), [this](const Word& a, const Word& b) {
+        return a.key != b.key ? a.key < b.key : textOf(a) < textOf(b);
     });
-    std::vector<std::uint32_t> terms(order.size());
-    std::transform(order.begin(), order.end(), terms.begin(),
-                   [](const Keyed& keyed) { return keyed.term; });
-    return terms;
+}
+
+void TermGatherer::numberTerms() {
+    std::uint64_t before = 0;
+    for (const Word& word : m_words) {
+        const std::string_view text = textOf(word);
+        if (word.key != before || m_texts.empty() || m_texts.back() != text) {
+            m_texts.push_back(text);
+            m_counts.push_back(0);
+        }
+        before = word.key;
+        std::uint32_t& ofSlot = m_sources[word.source].ofSlot[word.slot];
+        m_counts.back() += ofSlot;
+        ofSlot = static_cast<std::uint32_t>(m_texts.size() - 1);
+    }
+}
+
+void TermGatherer::groupPlaces() {
+    m_ends.resize(m_counts.size());
+    std::exclusive_scan(m_counts.begin(), m_counts.end(), m_ends.begin(), std::uint32_t{0});
+    m_places.resize(m_counts.empty() ? 0 : m_ends.back() + m_counts.back());
+    for (std::uint32_t document = 0; document < m_documents.size(); ++document) {
+        const InvertedText& text = *m_documents[document]->text;
+        const std::vector<std::uint32_t>& terms = sourceOf(text.table()).ofSlot;
+        m_positions.push_back(text.positions());
+        for (std::uint32_t i = 0; i < text.slots().size(); ++i) {
+            const std::string_view positions = text.positions(i);
+            m_places[m_ends[terms[text.slots()[i]]]++] = {
+                document, text.frequency(i),
+                static_cast<std::uint32_t>(positions.data() - m_positions[document]),
+                static_cast<std::uint32_t>(positions.size())};
+        }
+    }
 }
 
 std::vector<SegmentDocument> describe(Documents documents) {
@@ -151,30 +163,27 @@ std::vector<SegmentDocument> describe(Documents documents) {
 
 Result<std::string> buildSegment(Documents documents, Spool& output,
                                  const ContinueCallback& mayContinue) {
-    constexpr std::size_t kTermsBetweenPaces = 256;
-    const TermGatherer gatherer(documents);
+    constexpr std::uint32_t kTermsBetweenPaces = 256;
+    const TermGatherer terms(documents);
+    const std::vector<SegmentDocument> described = describe(documents);
     SegmentWriter segment(output);
     PostingListWriter postings;
-    std::string list;
-    std::size_t sincePace = 0;
-    for (const std::uint32_t term : gatherer.sorted()) {
+    for (std::uint32_t term = 0; term < terms.size(); ++term) {
         postings.begin(documents.front()->id);
-        for (const Place& place : gatherer.places(term)) {
-            const MemoryDocument& document = *documents[place.document];
-            postings.add(document.id, document.text->frequency(place.term), document.text->words(),
-                         document.text->positions(place.term));
+        for (const Place& place : terms.places(term)) {
+            const SegmentDocument& document = described[place.document];
+            postings.add(document.id, place.frequency, document.words, terms.positions(place));
         }
-        list.clear();
-        postings.finish(list);
-        if (Status status = segment.addTerm(gatherer.text(term), postings.documents(), list);
+        if (Status status =
+                segment.addTerm(terms.text(term), postings.documents(), postings.finish());
             !status.isOk()) {
             return status;
         }
-        if (++sincePace % kTermsBetweenPaces == 0 && !mayContinue()) {
+        if (term % kTermsBetweenPaces == 0 && !mayContinue()) {
             return Status(StatusCode::Busy, "The work was given up.");
         }
     }
-    return segment.finish(describe(documents));
+    return segment.finish(described);
 }
 
 }  // namespace siftwell::fulltext

@@ -2,12 +2,17 @@
 //
 //   body      cut into blocks of 32 KiB with a checksum each:
 //     postings       the lists of all terms, in term order
-//     slack          8 zero bytes
+//     slack          16 zero bytes
 //     lengths        u32 per number from the first document to the last: its words, or kAbsent
 //     places         u64 per number: the offset of its document record in the file, or 0
 //     identities     hash table from document keys to numbers
 //     term bytes     every term followed by a 0 byte, sorted, in one run
 //     term entries   one TermEntry per term and one behind the last, whose offsets are the ends
+//     term samples   u64 per 64 terms: the first eight bytes of the first of them, as a number that
+//                    sorts as they do, 0 bytes behind a shorter one
+//     term grams     pages of a filter for parts of terms (TermGrams.h): one page per 4096 terms
+//     when
+//                    there are at least 65536, else none
 //   trailer   covered by the record's checksum:
 //     checksums of the blocks, u32 each
 //     the fields of SegmentTrailer in their order
@@ -43,9 +48,11 @@ struct SegmentTrailer {
     Section identities;
     Section termBytes;
     Section termEntries;
+    Section termSamples;
+    Section termGrams;
 };
 
-inline constexpr std::size_t kTrailerFieldsSize = 4 * 4 + 8 * 2 + 6 * 16;
+inline constexpr std::size_t kTrailerFieldsSize = 4 * 4 + 8 * 2 + 8 * 16;
 
 // As it stands in the term entries.
 struct TermEntry {
@@ -54,6 +61,10 @@ struct TermEntry {
     std::uint64_t postings = 0;           // offset in the postings
 };
 inline constexpr std::size_t kTermEntrySize = 16;
+
+inline constexpr std::size_t kTermsPerSample = 64;
+// What is sampled of a term.
+std::uint64_t sortKeyOf(std::string_view term);
 
 // As it stands in the identities: u64 hash of the key, u32 number of the document, 0 in a free
 // slot. A key's slot is chosen by the low bits of its hash; when it is taken, the next free one

@@ -8,16 +8,11 @@
 #include "fulltext/CheckedBytes.h"
 #include "fulltext/Checksum.h"
 #include "fulltext/Record.h"
+#include "fulltext/TermGrams.h"
 
 namespace siftwell::fulltext {
 
 namespace {
-
-void appendEntry(std::string& entries, const TermEntry& entry) {
-    appendNumber(entries, entry.bytes);
-    appendNumber(entries, entry.documentFrequency);
-    appendNumber(entries, entry.postings);
-}
 
 // One number per document from the first to the last; `absent` where there is none.
 template <typename Number, typename Value>
@@ -77,34 +72,44 @@ Status SegmentWriter::addTerm(std::string_view term, std::uint32_t documentFrequ
     if (m_termBytes.size() + term.size() + 1 > 0xFFFFFFFF) {
         return {StatusCode::TooLarge, "There are too many different words for one segment."};
     }
-    appendEntry(m_termEntries, {.bytes = static_cast<std::uint32_t>(m_termBytes.size()),
-                                .documentFrequency = documentFrequency,
-                                .postings = m_trailer.bodySize});
-    m_termBytes += term;
-    m_termBytes += '\0';
+    m_termEntries.appendNumber(TermEntry{.bytes = static_cast<std::uint32_t>(m_termBytes.size()),
+                                         .documentFrequency = documentFrequency,
+                                         .postings = m_trailer.bodySize});
+    if (m_trailer.terms % kTermsPerSample == 0) m_termSamples.appendNumber(sortKeyOf(term));
+    m_termBytes.append(term);
+    m_termBytes.appendByte(0);
     ++m_trailer.terms;
     return append(list);
 }
 
 Result<std::string> SegmentWriter::finish(std::span<const SegmentDocument> documents) {
     m_trailer.postings = {.offset = 0, .size = m_trailer.bodySize};
-    appendEntry(m_termEntries, {.bytes = static_cast<std::uint32_t>(m_termBytes.size()),
-                                .documentFrequency = 0,
-                                .postings = m_trailer.bodySize});
-    if (Status status = append(std::string(kUnpackSlack, '\0')); !status.isOk()) return status;
+    m_termEntries.appendNumber(TermEntry{.bytes = static_cast<std::uint32_t>(m_termBytes.size()),
+                                         .documentFrequency = 0,
+                                         .postings = m_trailer.bodySize});
+    if (Status status = append(std::string(kReadSlack, '\0')); !status.isOk()) return status;
     if (Status status = appendDocuments(documents); !status.isOk()) return status;
-    if (Status status = appendSection(m_trailer.termBytes, m_termBytes); !status.isOk()) {
-        return status;
-    }
-    if (Status status = appendSection(m_trailer.termEntries, m_termEntries); !status.isOk()) {
-        return status;
-    }
+    if (Status status = appendTerms(); !status.isOk()) return status;
     closeChecksumBlock();
     const std::string trailer = serializeTrailer(m_blockChecksums, m_trailer);
     if (Status status = m_output.append(trailer); !status.isOk()) return status;
     const auto covered =
         std::string_view(trailer).substr(0, trailer.size() - sizeof(std::uint32_t));
     return recordHeader(RecordKind::Segment, covered, m_output.size());
+}
+
+Status SegmentWriter::appendTerms() {
+    const std::string grams = termGrams(m_termBytes.view(), m_trailer.terms);
+    const std::pair<Section*, std::string_view> sections[] = {
+        {&m_trailer.termBytes, m_termBytes.view()},
+        {&m_trailer.termEntries, m_termEntries.view()},
+        {&m_trailer.termSamples, m_termSamples.view()},
+        {&m_trailer.termGrams, grams},
+    };
+    for (const auto& [section, bytes] : sections) {
+        if (Status status = appendSection(*section, bytes); !status.isOk()) return status;
+    }
+    return {};
 }
 
 Status SegmentWriter::appendSection(Section& section, std::string_view bytes) {

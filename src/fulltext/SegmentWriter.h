@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/Status.h"
+#include "fulltext/ByteBuffer.h"
 #include "fulltext/SegmentFormat.h"
 #include "fulltext/Spool.h"
 
@@ -38,13 +39,15 @@ public:
 private:
     Status append(std::string_view bytes);
     Status appendSection(Section& section, std::string_view bytes);
+    Status appendTerms();
     Status appendDocuments(std::span<const SegmentDocument> documents);
     void closeChecksumBlock();
 
     Spool& m_output;
     SegmentTrailer m_trailer;
-    std::string m_termBytes;
-    std::string m_termEntries;
+    ByteBuffer m_termBytes;
+    ByteBuffer m_termEntries;
+    ByteBuffer m_termSamples;
     std::string m_blockChecksums;
     std::uint32_t m_checksum = 0;  // of the block that is being filled
     std::size_t m_bytesInBlock = 0;

@@ -7,8 +7,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/Status.h"
+#include "fulltext/ByteBuffer.h"
 #include "fulltext/Storage.h"
 #include "fulltext/Types.h"
 
@@ -21,21 +23,24 @@ public:
         : m_storage(storage), m_indexPath(std::move(indexPath)) {}
 
     Status append(std::string_view bytes);
-    std::uint64_t size() const { return m_written + m_buffer.size(); }
+    std::uint64_t size() const { return m_size; }
 
     // Writes everything to `file` at `offset`, in parts; Busy when it may not continue.
     Status copyTo(StorageFile& file, std::uint64_t offset, const ContinueCallback& mayContinue);
 
 private:
-    static constexpr std::size_t kMaxInMemory = 4 << 20;
+    static constexpr std::size_t kPart = 1 << 20;
+    static constexpr std::size_t kMaxParts = 16;  // in memory
 
+    Status startPart();
     Status spill();
 
     Storage& m_storage;
     std::string m_indexPath;
-    std::string m_buffer;
+    std::vector<ByteBuffer> m_parts;  // what is not in the file, full but for the last one
     std::unique_ptr<StorageFile> m_file;
     std::uint64_t m_written = 0;  // bytes in the file
+    std::uint64_t m_size = 0;
     Status m_status;
 };
 

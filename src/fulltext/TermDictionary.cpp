@@ -5,6 +5,7 @@
 #include "base/Translate.h"
 #include "fulltext/ByteSearch.h"
 #include "fulltext/Bytes.h"
+#include "fulltext/TermGrams.h"
 
 namespace siftwell::fulltext {
 
@@ -22,7 +23,9 @@ TermDictionary::TermDictionary(const CheckedBytes& body, const SegmentTrailer& t
     : m_body(&body),
       m_size(trailer.terms),
       m_bytes(trailer.termBytes),
-      m_entries(trailer.termEntries) {}
+      m_entries(trailer.termEntries),
+      m_samples(trailer.termSamples),
+      m_grams(trailer.termGrams) {}
 
 std::optional<TermEntry> TermDictionary::entry(TermNumber number) const {
     if (number > m_size) return std::nullopt;
@@ -32,13 +35,16 @@ std::optional<TermEntry> TermDictionary::entry(TermNumber number) const {
     return loadNumber<TermEntry>(raw->data());
 }
 
+std::optional<std::string_view> TermDictionary::textBetween(const TermEntry& entry,
+                                                            const TermEntry& behind) const {
+    if (behind.bytes <= entry.bytes || behind.bytes > m_bytes.size) return std::nullopt;
+    return m_body->range(m_bytes.offset + entry.bytes, behind.bytes - entry.bytes - 1);
+}
+
 std::optional<std::string_view> TermDictionary::term(TermNumber number) const {
     const auto begin = entry(number);
     const auto end = entry(number + 1);
-    if (!begin || !end || end->bytes <= begin->bytes || end->bytes > m_bytes.size) {
-        return std::nullopt;
-    }
-    return m_body->range(m_bytes.offset + begin->bytes, end->bytes - begin->bytes - 1);
+    return begin && end ? textBetween(*begin, *end) : std::nullopt;
 }
 
 Result<std::vector<TermNumber>> TermDictionary::matches(std::string_view word,
@@ -56,10 +62,38 @@ Result<std::vector<TermNumber>> TermDictionary::matches(std::string_view word,
     return std::vector<TermNumber>();
 }
 
+// Between which two terms the first lies that is not before the word.
+std::optional<std::pair<TermNumber, TermNumber>> TermDictionary::rangeAround(
+    std::string_view word) const {
+    const auto samples = m_body->range(m_samples.offset, m_samples.size);
+    if (!samples) return std::nullopt;
+    const std::uint64_t key = sortKeyOf(word);
+    const std::size_t count = samples->size() / sizeof(key);
+    const auto sampleAt = [&](std::size_t at) {
+        return loadNumber<std::uint64_t>(samples->data() + at * sizeof(key));
+    };
+    const auto firstThat = [&](std::size_t from, auto holds) {
+        for (std::size_t end = count; from < end;) {
+            const std::size_t middle = from + (end - from) / 2;
+            holds(sampleAt(middle)) ? end = middle : from = middle + 1;
+        }
+        return from;
+    };
+    const std::size_t low = firstThat(0, [key](std::uint64_t sample) { return sample >= key; });
+    std::size_t high = low;
+    if (low < count && sampleAt(low) == key) {
+        high = firstThat(low, [key](std::uint64_t sample) { return sample > key; });
+    }
+    return std::pair(
+        static_cast<TermNumber>(low == 0 ? 0 : (low - 1) * kTermsPerSample),
+        static_cast<TermNumber>(std::min<std::size_t>(high * kTermsPerSample, m_size)));
+}
+
 // The first term that is not before the word.
 Result<TermNumber> TermDictionary::lowerBound(std::string_view word) const {
-    TermNumber low = 0;
-    TermNumber high = m_size;
+    const auto range = rangeAround(word);
+    if (!range) return damaged();
+    auto [low, high] = *range;
     while (low < high) {
         const TermNumber middle = low + (high - low) / 2;
         const auto candidate = term(middle);
@@ -98,18 +132,39 @@ Result<std::vector<TermNumber>> TermDictionary::withPrefix(std::string_view word
 Result<std::vector<TermNumber>> TermDictionary::scan(std::string_view pattern) const {
     const auto bytes = m_body->range(m_bytes.offset, m_bytes.size);
     const auto entries = m_body->range(m_entries.offset, m_entries.size);
-    if (!bytes || !entries) return damaged();
+    const auto grams = m_body->range(m_grams.offset, m_grams.size);
+    if (!bytes || !entries || !grams) return damaged();
     std::vector<TermNumber> found;
-    TermNumber from = 0;
-    for (std::size_t at = 0; (at = findBytes(*bytes, pattern, at)) != std::string_view::npos;) {
-        from = termAt(*entries, static_cast<std::uint32_t>(at), from);
-        if (from >= m_size) return damaged();
-        found.push_back(from++);
-        const std::uint32_t next = offsetOf(*entries, from);
-        if (next <= at) return damaged();
-        at = next;
+    const std::vector<std::uint32_t> chunks = chunksWith(*grams, m_size, pattern);
+    for (std::size_t at = 0; at < chunks.size();) {
+        const std::uint32_t first = chunks[at];
+        std::uint32_t end = first + 1;
+        while (++at < chunks.size() && chunks[at] == end) ++end;
+        const auto endTerm = static_cast<TermNumber>(
+            std::min<std::uint64_t>(std::uint64_t{end} * kTermsPerSample, m_size));
+        if (!scanRun(*bytes, *entries, pattern, first * kTermsPerSample, endTerm, found)) {
+            return damaged();
+        }
     }
     return found;
+}
+
+bool TermDictionary::scanRun(std::string_view bytes, std::string_view entries,
+                             std::string_view pattern, TermNumber first, TermNumber end,
+                             std::vector<TermNumber>& found) const {
+    std::size_t at = offsetOf(entries, first);
+    const std::size_t behind = offsetOf(entries, end);
+    if (at > behind || behind > bytes.size()) return false;
+    const std::string_view run = bytes.substr(0, behind);
+    for (TermNumber from = first; (at = findBytes(run, pattern, at)) != std::string_view::npos;) {
+        from = termAt(entries, static_cast<std::uint32_t>(at), from);
+        if (from >= end) return false;
+        found.push_back(from++);
+        const std::uint32_t next = offsetOf(entries, from);
+        if (next <= at) return false;
+        at = next;
+    }
+    return true;
 }
 
 // The term that the byte at `offset` belongs to, which is `from` or a later one: searched in

@@ -18,7 +18,7 @@ std::shared_ptr<IndexCore> WriteBudget::indexToRelieve() {
     for (const auto& candidate : m_indexes) {
         auto index = candidate.lock();
         if (index == nullptr) continue;
-        const std::size_t bytes = index->bufferedBytes.load(std::memory_order_relaxed);
+        const std::size_t bytes = index->bufferedBytes();
         all += bytes;
         if (bytes > most) {
             most = bytes;

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
-#include <cstring>
 
 #include "text/Characters.h"
 #include "text/Folding.h"
@@ -38,27 +36,8 @@ ByteKind kindAt(std::string_view text, std::size_t at) {
     return kByteKinds[static_cast<unsigned char>(text[at])];
 }
 
-// Of the eight bytes of a number, those that are small ASCII letters or digits: their highest bits.
-constexpr std::uint64_t plainBytes(std::uint64_t bytes) {
-    constexpr std::uint64_t kOnes = 0x0101010101010101;
-    constexpr std::uint64_t kHigh = 0x80 * kOnes;
-    const std::uint64_t low = bytes & ~kHigh;
-    // A byte reaches the highest bit when it is at least the character.
-    const auto isFrom = [low](std::uint64_t character) { return low + (0x80 - character) * kOnes; };
-    const std::uint64_t digits = isFrom('0') & ~isFrom('9' + 1);
-    const std::uint64_t letters = isFrom('a') & ~isFrom('z' + 1);
-    return (digits | letters) & ~bytes & kHigh;
-}
-
 // Where the run of small ASCII letters and digits ends that begins at `at` or is empty.
 std::size_t endOfPlain(std::string_view text, std::size_t at) {
-    if constexpr (std::endian::native == std::endian::little) {
-        for (std::uint64_t bytes; text.size() - at >= sizeof bytes; at += sizeof bytes) {
-            std::memcpy(&bytes, text.data() + at, sizeof bytes);
-            const std::uint64_t others = plainBytes(bytes) ^ 0x8080808080808080;
-            if (others != 0) return at + static_cast<std::size_t>(std::countr_zero(others)) / 8;
-        }
-    }
     while (at < text.size() && kindAt(text, at) == ByteKind::Plain) ++at;
     return at;
 }
@@ -78,20 +57,22 @@ std::size_t sizeAt(std::string_view text, std::size_t at) {
 
 }  // namespace
 
-bool WordScanner::next() {
+bool WordScanner::readWord() {
     for (;;) {
         if (!m_pieceEnds.empty()) {
-            if (readDividedPiece()) return true;
+            if (readDividedPiece()) break;
         } else if (m_position < m_runEnd) {
-            if (readRun()) return true;
+            if (readRun()) break;
         } else if (m_position >= m_text.size()) {
             return false;
         } else if (kindAt(m_text, m_position) == ByteKind::Separator) {
             ++m_position;
         } else if (readAsciiWord()) {
-            return true;
+            break;
         }
     }
+    m_isInRun = !m_pieceEnds.empty() || m_position < m_runEnd;
+    return true;
 }
 
 // Reads a word of ASCII letters and digits; when other letters follow it, marks the run for

@@ -8,6 +8,7 @@
 #include "fulltext/BitPacking.h"
 #include "fulltext/Bytes.h"
 #include "fulltext/PostingIterator.h"
+#include "fulltext/ShortListJoiner.h"
 
 namespace siftwell::fulltext {
 namespace {
@@ -38,6 +39,14 @@ protected:
         return bytes;
     }
 
+    static void add(PostingListWriter& writer, const Posting& posting) {
+        std::string bytes = encoded(posting.positions);
+        const std::size_t size = bytes.size();
+        bytes.append(kReadSlack, '\0');
+        writer.add(posting.document, static_cast<std::uint32_t>(posting.positions.size()),
+                   lengthOf(posting.document), std::string_view(bytes).substr(0, size));
+    }
+
     std::vector<Posting> randomPostings(int count) {
         std::vector<Posting> postings;
         DocumentID document = kFirst - 1;
@@ -58,18 +67,14 @@ protected:
     PostingList listOf(const std::vector<Posting>& postings) {
         PostingListWriter writer;
         writer.begin(kFirst);
-        for (const Posting& posting : postings) {
-            writer.add(posting.document, static_cast<std::uint32_t>(posting.positions.size()),
-                       lengthOf(posting.document), encoded(posting.positions));
-        }
+        for (const Posting& posting : postings) add(writer, posting);
         return finished(writer);
     }
 
     PostingList finished(PostingListWriter& writer) {
-        std::string& bytes = m_lists.emplace_back();
-        writer.finish(bytes);
+        std::string& bytes = m_lists.emplace_back(writer.finish());
         const std::size_t size = bytes.size();
-        bytes.append(kUnpackSlack, '\0');
+        bytes.append(kReadSlack, '\0');
         return {.bytes = std::string_view(bytes).substr(0, size),
                 .documents = writer.documents(),
                 .firstOfSegment = kFirst,
@@ -145,6 +150,38 @@ TEST_F(PostingsTest, NoDocumentOfABlockScoresAboveItsBound) {
     }
 }
 
+TEST_F(PostingsTest, BlocksCanBeReadInAnyOrder) {
+    for (const int count : {60, 1000}) {
+        const auto postings = randomPostings(count);
+        PostingIterator iterator(listOf(postings));
+        std::vector<DocumentID> documents;
+        for (std::uint32_t block = iterator.blockCount(); block > 0; --block) {
+            iterator.goToBlock(block - 1);
+            std::vector<DocumentID> some{iterator.document()};
+            while (iterator.nextInBlock()) some.push_back(iterator.document());
+            documents.insert(documents.begin(), some.begin(), some.end());
+        }
+        ASSERT_EQ(documents.size(), postings.size());
+        for (std::size_t i = 0; i < documents.size(); ++i) {
+            ASSERT_EQ(documents[i], postings[i].document);
+        }
+    }
+}
+
+TEST_F(PostingsTest, JoinedShortListsReadLikeOne) {
+    const auto postings = randomPostings(120);
+    ShortListJoiner joiner;
+    joiner.begin(kFirst);
+    for (const auto& [begin, end] : {std::pair(0, 1), std::pair(1, 50), std::pair(50, 120)}) {
+        ASSERT_TRUE(joiner.add(listOf({postings.begin() + begin, postings.begin() + end})));
+    }
+    PostingList joined = listOf(postings);
+    ASSERT_EQ(joiner.finish(), joined.bytes);
+    ASSERT_EQ(joiner.documents(), joined.documents);
+    // Lists that overlap are no lists of one index.
+    EXPECT_FALSE(joiner.add(listOf({postings.begin(), postings.begin() + 2})));
+}
+
 TEST_F(PostingsTest, CopiedBlocksReadLikeWrittenOnes) {
     const auto postings = randomPostings(1200);
     const std::vector<Posting> front(postings.begin(), postings.begin() + 500);
@@ -155,7 +192,7 @@ TEST_F(PostingsTest, CopiedBlocksReadLikeWrittenOnes) {
         PostingIterator iterator(part);
         while (iterator.document() != kNoDocument) {
             if (const auto block = iterator.fullBlockFromHere()) {
-                writer.addBlock(block->entry, block->documents, block->positions);
+                writer.addBlock(*block);
                 iterator.skipBlock();
                 continue;
             }
@@ -172,7 +209,7 @@ TEST_F(PostingsTest, ChangedBytesEndTheWalkInsteadOfTheProgram) {
     for (std::size_t at = 0; at < list.bytes.size(); ++at) {
         std::string changed(list.bytes);
         changed[at] = static_cast<char>(changed[at] ^ (1 << pick(m_random, 8)));
-        changed.append(kUnpackSlack, '\0');
+        changed.append(kReadSlack, '\0');
         PostingList damaged = list;
         damaged.bytes = std::string_view(changed).substr(0, list.bytes.size());
         PostingIterator iterator(damaged);

@@ -1,0 +1,86 @@
+#include "fulltext/TermsMatcher.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace siftwell::fulltext {
+
+TermsMatcher::TermsMatcher(const std::vector<WeightedList>& terms, const Bm25& bm25)
+    : m_scores(terms.size()), m_bm25(bm25) {
+    std::vector<std::size_t> byRarity(terms.size());
+    std::iota(byRarity.begin(), byRarity.end(), std::size_t{0});
+    std::stable_sort(byRarity.begin(), byRarity.end(), [&](std::size_t a, std::size_t b) {
+        return terms[a].list.documents < terms[b].list.documents;
+    });
+    m_terms.reserve(terms.size());
+    for (const std::size_t place : byRarity) m_terms.emplace_back(terms[place], place);
+    findFrom(kFirstDocumentID);
+}
+
+void TermsMatcher::findFrom(DocumentID target) {
+    PostingIterator& rarest = m_terms.front().postings;
+    while (target <= kLastDocumentID) {
+        if (m_threshold > 0 && target > m_windowLast && !openWindow(target)) continue;
+        rarest.advanceTo(target);
+        target = rarest.document();
+        if (target == kNoDocument) break;
+        if (m_threshold > 0 && target > m_windowLast) continue;
+        const DocumentID next = nextIfNot(target);
+        if (next == target) {
+            m_document = target;
+            return;
+        }
+        target = next;
+    }
+    m_document = kNoDocument;
+}
+
+// Bounds the scores up to the end of the shortest block from the target on. False, with the target
+// behind the window, when nothing there can beat the threshold.
+bool TermsMatcher::openWindow(DocumentID& target) {
+    const ScoreWindow window = windowFrom(target);
+    if (cannotBeat(window.bound, m_threshold)) {
+        target = window.last == kLastPossible ? kNoDocument : window.last + 1;
+        return false;
+    }
+    m_windowLast = window.last;
+    return true;
+}
+
+// The document itself when it holds all terms and may beat the threshold; else the first one
+// behind it that may.
+DocumentID TermsMatcher::nextIfNot(DocumentID document) {
+    float bound = 0;
+    for (const Term& term : m_terms) bound += term.bound;
+    for (Term& term : m_terms) {
+        term.postings.advanceTo(document);
+        if (term.postings.document() != document) return term.postings.document();
+        const std::uint32_t length = term.list.lengthOf(document);
+        const float score = term.weight * m_bm25.frequencyPart(term.postings.frequency(), length);
+        m_scores[term.place] = score;
+        bound += score - term.bound;
+        if (m_threshold > 0 && cannotBeat(bound, m_threshold)) return document + 1;
+    }
+    return document;
+}
+
+float TermsMatcher::score() { return std::accumulate(m_scores.begin(), m_scores.end(), 0.0F); }
+
+ScoreWindow TermsMatcher::windowFrom(DocumentID target) {
+    ScoreWindow window{kLastPossible, 0};
+    for (Term& term : m_terms) {
+        const DocumentID last = term.postings.lastOfBlockWith(target);
+        if (last < target) return {kLastPossible, 0};
+        term.bound = term.weight * term.postings.frequencyPartOfBlock(m_bm25);
+        window.last = std::min(window.last, last);
+        window.bound += term.bound;
+    }
+    return window;
+}
+
+bool TermsMatcher::isDamaged() const {
+    return std::any_of(m_terms.begin(), m_terms.end(),
+                       [](const Term& term) { return term.postings.isDamaged(); });
+}
+
+}  // namespace siftwell::fulltext

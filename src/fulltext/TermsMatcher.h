@@ -1,0 +1,64 @@
+// TermsMatcher: the documents of one segment that hold every one of several terms.
+//
+// What AllMatcher does for any children, faster for the commonest kind: a document is given up as
+// soon as the terms that were not looked at yet cannot bring its score above the threshold.
+//
+// Threads and errors as for every matcher.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "fulltext/Matcher.h"
+
+namespace siftwell::fulltext {
+
+// One of the terms.
+struct WeightedList {
+    PostingList list;
+    float weight = 0;
+};
+
+class TermsMatcher final : public Matcher {
+public:
+    // At least one term. Scores are added in their order.
+    TermsMatcher(const std::vector<WeightedList>& terms, const Bm25& bm25);
+
+    DocumentID document() const override { return m_document; }
+    void advanceTo(DocumentID target) override {
+        if (m_document < target) findFrom(target);
+    }
+    float score() override;
+    ScoreWindow windowFrom(DocumentID target) override;
+    std::uint64_t cost() const override { return m_terms.front().list.documents; }
+    void setThreshold(float threshold) override { m_threshold = threshold; }
+    bool isDamaged() const override;
+
+private:
+    struct Term {
+        Term(const WeightedList& weighted, std::size_t placeInQuery)
+            : list(weighted.list),
+              weight(weighted.weight),
+              place(placeInQuery),
+              postings(weighted.list) {}
+
+        PostingList list;
+        float weight;
+        std::size_t place;
+        PostingIterator postings;
+        float bound = 0;  // of its part of the scores, in the window
+    };
+
+    void findFrom(DocumentID target);
+    bool openWindow(DocumentID& target);
+    DocumentID nextIfNot(DocumentID document);
+
+    std::vector<Term> m_terms;    // the rarest first
+    std::vector<float> m_scores;  // of document(), by place in the query
+    Bm25 m_bm25;
+    DocumentID m_document = 0;
+    DocumentID m_windowLast = 0;  // documents up to here may beat the threshold
+    float m_threshold = 0;
+};
+
+}  // namespace siftwell::fulltext
