@@ -194,7 +194,7 @@ TEST_F(FailureTest, ADamagedOrNewerIndexFileIsNamedAndLeftAsItIs) {
     const std::string good = bytesOf("one.file");
     const std::string newer = "The index " + file + " was written by another version of Siftwell";
     const std::vector<std::tuple<std::streamoff, std::string, std::string>> changes = {
-        {8, "\x02", newer},
+        {8, "\x63", newer},
         {14, std::string(1, static_cast<char>(~good[14])), file},  // a byte made at random
         {4096, std::string(200, '?'), file}};
     for (const auto& [at, bytes, message] : changes) {
@@ -209,7 +209,7 @@ TEST_F(FailureTest, ADamagedOrNewerIndexFileIsNamedAndLeftAsItIs) {
         overwrite(file, 0, good);
         EXPECT_THAT(titles({"apple"}), SizeIs(2));
     }
-    overwrite(file, 8, "\x02");
+    overwrite(file, 8, "\x63");
     page("two/c.html", "Gamma", "apple");
     expectFailure({"add", m_home.file("two")}, 4, newer);
     EXPECT_THAT(titles({"apple"}), UnorderedElementsAre("Beta", "Gamma"));

@@ -119,7 +119,7 @@ TEST_F(RepairTest, ADamagedSideFileIsSetAsideAndTold) {
 
 TEST_F(RepairTest, ANewerFileIsLeftAsItIsAndARunningCopyInTheWayTold) {
     std::string newer = bytesOf("notes.file");
-    newer[8] = 2;
+    newer[8] = 99;
     put("notes.file", newer);
     expectFailure({"check", "--repair"}, 4, "written by another version");
     EXPECT_EQ(bytesOf("notes.file"), newer);

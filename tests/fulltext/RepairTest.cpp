@@ -21,6 +21,11 @@ constexpr const char* kPath = "/index";
 
 class RepairTest : public testing::Test {
 protected:
+    static std::string recordOf(DocumentID id, const std::string& name, const std::string& text) {
+        auto prepared = PreparedDocument::prepare({"http", name}, text);
+        return std::string(prepared->record(id));
+    }
+
     RepairTest() {
         setLogSink([](std::string_view) {});
     }
@@ -221,7 +226,7 @@ TEST_F(RepairTest, EveryDamagedDocumentIsNamedAndOnlyThatOneIsLost) {
 TEST_F(RepairTest, ABusyOrNewerFileIsRefusedAndASecondDamagedOneKeptBesideTheFirst) {
     makeIndex(false);
     std::string newer = m_bytes;
-    newer[8] = 2;
+    newer[8] = 99;
     auto storage = holding(newer);
     EXPECT_EQ(repair(*storage).status().code(), StatusCode::UnknownVersion);
     EXPECT_EQ(storage->files().at(kPath), newer);
@@ -285,8 +290,7 @@ TEST_F(RepairTest, AnOldDurableRootIsNotTakenForTheNewestOne) {
 TEST_F(RepairTest, WhatLooksLikeARecordInsideOfOneIsNotTakenForOne) {
     CrashStorage made;
     auto index = *Index::create(kPath, m_settings, {.storage = &made});
-    const std::string forged =
-        PreparedDocument::prepare({"http", "//bank"}, "send your money")->record(9);
+    const std::string forged = recordOf(9, "//bank", "send your money");
     std::string noise;
     for (int i = 0; i < 2000; ++i) noise += static_cast<char>(pick(m_random, 256));
     const std::string text = noise + forged + noise;
@@ -311,8 +315,7 @@ TEST_F(RepairTest, WhatLooksLikeARecordInsideOfOneIsNotTakenForOne) {
 // A segment of all numbers in between would take 25 GB.
 TEST_F(RepairTest, ANumberFarFromAllOthersIsNotBelieved) {
     makeIndex(false);
-    std::string bytes =
-        m_bytes + PreparedDocument::prepare({"http", "//far"}, "far")->record(kLastDocumentID - 1);
+    std::string bytes = m_bytes + recordOf(kLastDocumentID - 1, "//far", "far");
     bytes.replace(0, 4096, 4096, '?');
     const std::size_t commit = bytes.rfind("COMT");
     bytes[commit + 20] ^= 1;

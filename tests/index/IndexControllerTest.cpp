@@ -80,7 +80,7 @@ TEST_F(IndexControllerTest, WhatCannotBeOpenedStaysAsItIs) {
     for (std::size_t at = 4096; at < damaged.size(); ++at) damaged[at] = '\x5A';
     std::string newer = good;
     const auto number = fulltext::kFormatVersion;
-    newer[newer.find(std::string(reinterpret_cast<const char*>(&number), 4))] = 2;
+    newer[newer.find(std::string(reinterpret_cast<const char*>(&number), 4))] = 99;
     m_folder.write("data/Siftwell/Damaged.http", damaged);
     m_folder.write("data/Siftwell/Newer.http", newer);
     m_folder.write("data/Siftwell/Renamed.http", good);
