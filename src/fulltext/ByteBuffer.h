@@ -28,6 +28,7 @@ public:
     void setEnd(const char* end) { m_size = static_cast<std::size_t>(end - m_bytes.get()); }
 
     void append(std::string_view bytes) {
+        if (bytes.empty()) return;  // of an empty one, not even the place is known
         char* const to = room(bytes.size());
         std::memcpy(to, bytes.data(), bytes.size());
         m_size += bytes.size();
@@ -57,7 +58,7 @@ private:
     void grow(std::size_t bytes) {
         m_capacity = std::max(m_size + bytes, m_capacity * 2);
         std::unique_ptr<char[]> larger(new char[m_capacity]);
-        std::memcpy(larger.get(), m_bytes.get(), m_size);
+        if (m_size > 0) std::memcpy(larger.get(), m_bytes.get(), m_size);
         m_bytes = std::move(larger);
     }
 

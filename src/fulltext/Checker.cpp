@@ -14,7 +14,7 @@ namespace {
 class Checker {
 public:
     Checker(const IndexCore& index, std::uint64_t enough)
-        : m_index(index), m_enough(enough), m_tables(index.filter) {}
+        : m_enough(enough), m_tables(index.filter) {}
 
     void checkRoots(const StorageFile& file);
     void checkSegment(const LiveSegment& live);
@@ -30,7 +30,6 @@ private:
 
     bool isEnough() const { return m_findings.count() >= m_enough; }
 
-    const IndexCore& m_index;
     const std::uint64_t m_enough;
     Inverter m_inverter;
     TermTables m_tables;
