@@ -17,6 +17,7 @@ namespace {
 constexpr int kCompressionLevel = 1;
 constexpr std::uint64_t kMaxRecord = kMaxTextBytes + kMaxNameBytes + 4096;
 constexpr std::size_t kShortName = 255;
+constexpr std::size_t kMaxKeptBuffer = 1 << 20;
 constexpr std::size_t kBehindId = kRecordHeaderSize + sizeof(DocumentID);
 
 struct ContextDeleter {
@@ -34,12 +35,14 @@ ZSTD_DCtx* decompressionContext() {
     return context.get();
 }
 
-// The compressed text, valid until the next call in this thread; empty when it could not be done.
-std::string_view compressed(std::string_view text) {
-    constexpr std::size_t kMaxKept = 1 << 20;
+ByteBuffer& compressionBuffer() {
     thread_local ByteBuffer buffer;
+    return buffer;
+}
+
+// In the buffer; empty when it could not be done.
+std::string_view compressed(std::string_view text, ByteBuffer& buffer) {
     const std::size_t bound = ZSTD_compressBound(text.size());
-    if (bound <= kMaxKept && buffer.capacity() > kMaxKept) buffer = ByteBuffer();
     buffer.clear();
     char* const to = buffer.room(bound);
     const std::size_t size = ZSTD_compressCCtx(compressionContext(), to, bound, text.data(),
@@ -106,7 +109,8 @@ Result<PreparedDocument> PreparedDocument::prepare(const DocumentKey& key,
     }
     PreparedDocument document;
     document.m_textBytes = readableText.size();
-    const std::string_view text = compressed(readableText);
+    ByteBuffer& buffer = compressionBuffer();
+    const std::string_view text = compressed(readableText, buffer);
     if (text.empty()) return {StatusCode::Failed, _("The text could not be compressed.")};
     std::string& record = document.m_record;
     record.reserve(kBehindId + key.scheme.size() * 2 + key.name.size() + text.size() + 16);
@@ -114,6 +118,7 @@ Result<PreparedDocument> PreparedDocument::prepare(const DocumentKey& key,
     appendKey(record, key);
     appendNumber(record, static_cast<std::uint32_t>(readableText.size()));
     record += text;
+    if (buffer.capacity() > kMaxKeptBuffer) buffer = ByteBuffer();
     return document;
 }
 
@@ -155,20 +160,27 @@ std::optional<StoredIdentity> identityIfReadable(const StorageFile& file, std::u
     constexpr std::uint64_t kMaxIdentity = 4 + 1 + 2 * 255 + 1 + 4 + kMaxNameBytes;
     const Result<std::uint64_t> size = file.size();
     if (!size || offset > *size || *size - offset < kRecordHeaderSize) return std::nullopt;
-    const Result<std::string> bytes = file.readAt(
-        offset,
-        static_cast<std::size_t>(std::min(*size - offset, kRecordHeaderSize + kMaxIdentity)));
-    if (!bytes) return std::nullopt;
-    const RecordHeader header = parseRecordHeader(*bytes);
-    ByteReader reader(std::string_view(*bytes).substr(kRecordHeaderSize));
-    StoredIdentity identity;
-    identity.id = reader.number<DocumentID>();
-    identity.key = readKey(reader);
-    if (header.kind != RecordKind::Document || !reader.isOk() || !isKeyInBounds(identity.key) ||
-        identity.id < kFirstDocumentID || identity.id > kLastDocumentID) {
-        return std::nullopt;
+    // Names of more than a kilobyte are read only where the record is large enough.
+    for (const std::uint64_t most : {std::uint64_t{1} << 10, kMaxIdentity}) {
+        const std::uint64_t count = std::min(*size - offset, kRecordHeaderSize + most);
+        const Result<std::string> bytes = file.readAt(offset, static_cast<std::size_t>(count));
+        if (!bytes) return std::nullopt;
+        const RecordHeader header = parseRecordHeader(*bytes);
+        if (header.kind != RecordKind::Document) return std::nullopt;
+        const auto payload = std::string_view(*bytes).substr(kRecordHeaderSize);
+        ByteReader reader(payload.substr(0, header.payloadSize));
+        StoredIdentity identity;
+        identity.id = reader.number<DocumentID>();
+        identity.key = readKey(reader);
+        if (reader.isOk()) {
+            const bool isPossible = isKeyInBounds(identity.key) &&
+                                    identity.id >= kFirstDocumentID &&
+                                    identity.id <= kLastDocumentID;
+            return isPossible ? std::optional(std::move(identity)) : std::nullopt;
+        }
+        if (header.payloadSize <= most) break;
     }
-    return identity;
+    return std::nullopt;
 }
 
 std::optional<DocumentKey> keyIfReadable(const StorageFile& file, std::uint64_t offset,

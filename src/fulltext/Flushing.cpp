@@ -7,8 +7,6 @@ namespace siftwell::fulltext {
 
 namespace {
 
-constexpr std::size_t kWorthSpilling = 512 << 10;  // others may just have done it
-
 // The caller holds `writing`.
 Status segmentMemory(IndexCore& index) {
     MemoryDocuments documents;
@@ -23,11 +21,13 @@ Status segmentMemory(IndexCore& index) {
     const auto segment = placeSegment(index, payload, *header, index.untilDone());
     if (!segment) return segment.status();
 
-    std::size_t freed = 0;
-    for (const auto& document : documents) freed += document->text->memoryBytes();
     MutexLock lock(index.mutex);
+    for (const auto& document : documents) {
+        // One that was removed meanwhile is gone already.
+        const bool isThere = index.contents.findInMemory(document->id) != nullptr;
+        if (isThere) index.noteUnbuffered(document->text->memoryBytes());
+    }
     index.contents.replaceMemory(*segment);
-    index.documentBytes.fetch_sub(std::min(freed, index.documentBytes.load()));
     index.tables.startAnew();
     return {};
 }
@@ -49,6 +49,7 @@ std::optional<Root> appendCommit(IndexCore& index) {
     root.commit = tail.append(makeRecord(RecordKind::Commit, serializeCommit(commit))).offset;
     root.end = tail.end();
     index.contents.setCommitPlace(root.commit);
+    index.pendingBytes = 0;
     return root;
 }
 
@@ -127,8 +128,7 @@ Status spill(IndexCore& index) {
     {
         // A segment of documents that the last commit lists one by one would have to be committed.
         MutexLock lock(index.mutex);
-        const bool isWorthIt = index.bufferedBytes() > kWorthSpilling;
-        if (!isWorthIt || !index.contents.hasPending()) return {};
+        if (!index.contents.hasPending()) return {};
     }
     return index.noteWrite(segmentMemory(index));
 }

@@ -8,6 +8,7 @@
 //              compaction puts another file in its place
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <string>
@@ -61,7 +62,18 @@ struct IndexCore {
     RootWriter roots;  // under rootWriting
 
     std::atomic<std::size_t> documentBytes = 0;  // memory of documents in no segment
+    std::atomic<std::size_t> pendingBytes = 0;   // of those among them that no commit lists
     std::atomic<bool> isClosing = false;         // long work gives up
+
+    // A document came into memory, or left it. The caller holds `mutex`.
+    void noteBuffered(std::size_t bytes) {
+        documentBytes += bytes;
+        pendingBytes += bytes;
+    }
+    void noteUnbuffered(std::size_t bytes) {
+        documentBytes -= std::min<std::size_t>(bytes, documentBytes);
+        pendingBytes -= std::min<std::size_t>(bytes, pendingBytes);
+    }
 
     // What adding takes until all stands in segments.
     std::size_t bufferedBytes() const {

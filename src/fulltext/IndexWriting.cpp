@@ -120,6 +120,7 @@ Result<std::optional<AddedDocument>> addNumbered(IndexCore& index, Incoming& inc
     if (const auto inMemory = contents.findInMemory(incoming.key, incoming.keyHash)) {
         added.replaced = inMemory->id;
         contents.remove(inMemory->id, inMemory->text->words(), inMemory->recordBytes);
+        index.noteUnbuffered(inMemory->text->memoryBytes());
     } else if (old && !contents.isRemoved(old->id)) {
         added.replaced = old->id;
         contents.remove(old->id, old->words, old->recordBytes);
@@ -133,7 +134,7 @@ Result<std::optional<AddedDocument>> addNumbered(IndexCore& index, Incoming& inc
                        .recordBytes = place.size,
                        .textBytes = incoming.record.textBytes(),
                        .text = incoming.text}));
-    index.documentBytes.fetch_add(incoming.text->memoryBytes(), std::memory_order_relaxed);
+    index.noteBuffered(incoming.text->memoryBytes());
     return std::optional<AddedDocument>(added);
 }
 
@@ -208,11 +209,13 @@ Status Index::remove(DocumentID document) {
         if (!m_core->writeError.isOk()) return m_core->writeError;
         if (contents.segmentList() != segments) continue;
         if (!contents.isLive(document)) return notFound;
-        if (const auto inMemory = contents.findInMemory(document)) {
+        const auto inMemory = contents.findInMemory(document);
+        if (inMemory != nullptr) {
             described = Described{document, inMemory->text->words(), inMemory->recordBytes};
         }
         if (!described) return notFound;
         contents.remove(document, described->words, described->recordBytes);
+        if (inMemory != nullptr) m_core->noteUnbuffered(inMemory->text->memoryBytes());
         return {};
     }
 }

@@ -19,7 +19,7 @@ InvertedText Inverter::invert(std::string_view text, TermTables& tables) {
     std::shared_ptr<TermTable> table = tables.take();
     while (!scan(text, *table, tables.filter())) {
         const bool isOfOneText = table->wordCount() == m_entries.size();
-        table = tables.takeInsteadOf(*table, isOfOneText);
+        table = tables.takeInsteadOf(std::move(table), isOfOneText);
     }
     sortPositions();
     InvertedText result = gather(table);

@@ -56,10 +56,6 @@ void PostingIterator::readShortList() {
     }
     m_positions = reader.rest();
     if (!reader.isOk()) return fail();
-    const void* const frequencies = m_shortFrequencies.data();
-    m_packedFrequencies = static_cast<const char*>(frequencies);
-    m_frequencyWidth = 32;
-    m_frequencyMask = maskOf(31);
     m_document = m_documents[0];
 }
 
@@ -207,6 +203,7 @@ bool PostingIterator::skipPositionsOfEarlierDocuments() {
 // Where the positions that follow so many end, each of which has bytes up to one below 128; beyond
 // the list when there are not so many.
 std::size_t PostingIterator::behindPositions(std::size_t at, std::uint64_t count) const {
+    if (at > m_positions.size()) return m_positions.size() + 1;
     const std::uint8_t* const bytes = asBytes(m_positions);
     for (; at + sizeof(std::uint64_t) <= m_positions.size(); at += sizeof(std::uint64_t)) {
         constexpr std::uint64_t kOnes = 0x0101010101010101;

@@ -79,6 +79,7 @@ private:
         return loadNumber<BlockEntry>(m_directory.data() + block * sizeof(BlockEntry));
     }
     std::uint32_t frequencyAt(std::uint32_t index) const {
+        if (m_packedFrequencies == nullptr) return m_shortFrequencies[index] + 1;
         const std::size_t bit = std::size_t{index} * m_frequencyWidth;
         const auto word = loadNumber<std::uint64_t>(m_packedFrequencies + bit / 8);
         return static_cast<std::uint32_t>((word >> (bit % 8)) & m_frequencyMask) + 1;
@@ -111,11 +112,11 @@ private:
     std::uint32_t m_index = 0;    // of the current one
     DocumentID m_document = kNoDocument;
     std::array<DocumentID, kBlockDocuments> m_documents;
-    // Less 1, packed as they stand in the block, or as they were read from a short list.
+    // Less 1, packed as they stand in the block; null in a short list.
     const char* m_packedFrequencies = nullptr;
     unsigned m_frequencyWidth = 0;
     std::uint64_t m_frequencyMask = 0;
-    std::array<std::uint32_t, kBlockDocuments + 1> m_shortFrequencies;
+    std::array<std::uint32_t, kBlockDocuments> m_shortFrequencies;  // less 1
     std::uint32_t m_positionIndex = 0;  // document whose positions begin at m_positionsAt
     std::size_t m_positionsAt = 0;      // in m_positions
     bool m_isDamaged = false;

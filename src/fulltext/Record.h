@@ -1,9 +1,8 @@
 // Records: the framed pieces of which an index file consists behind its header page.
 //
 //   kind      4 bytes, RecordKind
-//   checksum  u32, CRC-32C of kind, size and payload; of a segment record only its trailer is
-//   covered
-//             (which in turn holds the checksums of all its blocks)
+//   checksum  u32, CRC-32C of kind, size and payload; of a segment record, only its trailer is
+//             covered (which in turn holds the checksums of all its blocks)
 //   size      u64, bytes of payload
 //   payload
 #pragma once

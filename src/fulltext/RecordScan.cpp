@@ -37,7 +37,8 @@ public:
 
 private:
     std::optional<RecordHeader> headerAt(std::uint64_t offset) const;
-    bool isWhole(const RecordHeader& header, std::uint64_t offset);
+    enum class Place { InSequence, Anywhere };
+    bool isWhole(const RecordHeader& header, std::uint64_t offset, Place place);
     std::optional<std::string_view> covered(const RecordHeader& header, std::uint64_t offset) const;
     std::uint64_t nextWhole(std::uint64_t offset);
     void pace(std::uint64_t offset);
@@ -73,9 +74,11 @@ std::optional<std::string_view> RecordScan::covered(const RecordHeader& header,
     return payload.substr(payload.size() - kSizeField - size, size);
 }
 
-bool RecordScan::isWhole(const RecordHeader& header, std::uint64_t offset) {
+// What stands in sequence never overlaps, and is compared however much was compared in vain.
+bool RecordScan::isWhole(const RecordHeader& header, std::uint64_t offset, Place place) {
     const auto bytes = covered(header, offset);
     if (!bytes) return false;
+    if (place == Place::InSequence) return isChecksumRight(header, *bytes);
     if (bytes->size() > m_waste) {
         m_outcome.isLimited = true;
         return false;
@@ -94,7 +97,7 @@ void RecordScan::pace(std::uint64_t offset) {
 std::uint64_t RecordScan::nextWhole(std::uint64_t offset) {
     for (; offset < m_file.size(); ++offset) {
         const auto header = headerAt(offset);
-        if (header && isWhole(*header, offset)) return offset;
+        if (header && isWhole(*header, offset, Place::Anywhere)) return offset;
         pace(offset);
     }
     return offset;
@@ -109,7 +112,7 @@ ScanOutcome RecordScan::run() {
             continue;
         }
         const std::uint64_t end = offset + kRecordHeaderSize + header->payloadSize;
-        if (isWhole(*header, offset)) {
+        if (isWhole(*header, offset, Place::InSequence)) {
             m_visitor.whole(header->kind, {offset, end - offset});
             offset = end;
             continue;

@@ -45,6 +45,14 @@ Documents oneOfEachNumber(const Survey& survey, const RepairHints& hints) {
     return chosen;
 }
 
+bool isAlive(const FoundDocument& document) { return !document.isUncertain && !document.isRemoved; }
+
+std::uint64_t countOfKept(const Documents& documents) {
+    return static_cast<std::uint64_t>(
+        std::count_if(documents.begin(), documents.end(),
+                      [](const FoundDocument& document) { return !document.isRemoved; }));
+}
+
 // Numbers that lie far from all others, and of which nothing else tells, are not believed: a
 // segment takes room for each number in between, and the next document a number behind. When
 // nothing tells of any, the most that lie together are.
@@ -54,9 +62,14 @@ Documents believable(const Documents& documents, DocumentID next) {
     Documents largest;
     for (auto begin = documents.begin(); begin != documents.end();) {
         auto end = std::next(begin);
-        while (end != documents.end() && end->id - std::prev(end)->id <= kMaxGap) ++end;
+        const auto isNear = [&] {
+            const auto count = static_cast<std::uint64_t>(end - begin);
+            return end->id - std::prev(end)->id <= kMaxGap &&
+                   end->id - begin->id <= kMaxGap + 64 * count;
+        };
+        while (end != documents.end() && isNear()) ++end;
         const bool isKnown = std::any_of(begin, end, [next](const FoundDocument& document) {
-            return (!document.isUncertain && !document.isRemoved) || document.id < next;
+            return isAlive(document) || document.id < next;
         });
         if (isKnown) believed.insert(believed.end(), begin, end);
         if (end - begin > static_cast<std::ptrdiff_t>(largest.size())) largest.assign(begin, end);
@@ -65,8 +78,8 @@ Documents believable(const Documents& documents, DocumentID next) {
     return believed.empty() ? largest : believed;
 }
 
-// Of the records from `begin` to `end`, whose keys have the same hash and whose numbers fall, the
-// newest of each key.
+// Of the records from `begin` to `end`, whose keys have the same hash, the first of each key: the
+// one that is alive for certain, or the newest.
 void keepNewest(const StorageFile& file, Documents::iterator begin, Documents::iterator end,
                 Documents& kept) {
     if (end - begin == 1) {
@@ -86,7 +99,8 @@ void keepNewest(const StorageFile& file, Documents::iterator begin, Documents::i
 // The newest record of each key, unless it was removed; by number.
 Documents newestOfEachKey(const StorageFile& file, Documents documents) {
     std::sort(documents.begin(), documents.end(), [](const auto& a, const auto& b) {
-        return a.keyHash != b.keyHash ? a.keyHash < b.keyHash : a.id > b.id;
+        if (a.keyHash != b.keyHash) return a.keyHash < b.keyHash;
+        return isAlive(a) != isAlive(b) ? isAlive(a) : a.id > b.id;
     });
     Documents kept;
     for (auto begin = documents.begin(); begin != documents.end();) {
@@ -192,7 +206,7 @@ Status Repair::bringBack(const Survey& survey) {
     const DocumentID next = isOfHints(survey, m_hints) ? m_hints.next : kFirstDocumentID;
     const Documents there = oneOfEachNumber(survey, m_hints);
     const Documents believed = believable(there, next);
-    m_report.lost += there.size() - believed.size();
+    m_report.lost += countOfKept(there) - countOfKept(believed);
     m_next = survey.nextFrom(believed.empty() ? next : std::max(next, believed.back().id + 1));
     const Documents documents = newestOfEachKey(*m_file, believed);
     for (const FoundDocument& document : documents) {
@@ -212,9 +226,9 @@ Status Repair::bringBack(std::string_view record, const FoundDocument& document)
     }
     auto text = std::make_shared<const InvertedText>(
         m_inverter.invert(stored->readableText, m_core->tables));
-    m_core->documentBytes += text->memoryBytes();
     {
         MutexLock lock(m_core->mutex);
+        m_core->noteBuffered(text->memoryBytes());
         m_core->contents.add(std::make_shared<const MemoryDocument>(
             MemoryDocument{.id = document.id,
                            .key = std::move(stored->key),

@@ -12,7 +12,7 @@
 //
 // Threads: any; no other writer has the index open. Searches and other processes go on with the old
 // file until they open the index anew.
-// Memory: about 100 bytes for each document record, and what a writer needs. Time: linear.
+// Memory: about 200 bytes for each document record, and what a writer needs. Time: linear.
 #pragma once
 
 #include <functional>

@@ -10,9 +10,8 @@
 //     term entries   one TermEntry per term and one behind the last, whose offsets are the ends
 //     term samples   u64 per 64 terms: the first eight bytes of the first of them, as a number that
 //                    sorts as they do, 0 bytes behind a shorter one
-//     term grams     pages of a filter for parts of terms (TermGrams.h): one page per 4096 terms
-//     when
-//                    there are at least 65536, else none
+//     term grams     pages of a filter for parts of terms (TermGrams.h): one for each 4096 terms,
+//                    none for fewer than 65536
 //   trailer   covered by the record's checksum:
 //     checksums of the blocks, u32 each
 //     the fields of SegmentTrailer in their order

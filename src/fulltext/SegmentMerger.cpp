@@ -193,8 +193,9 @@ Status Merger::addPostings(const Source& source, const PostingList& list) {
         }
         const DocumentID document = postings.document();
         if (source.input().isLive(document) && document >= m_documents.front().id) {
-            m_postings.add(document, postings.frequency(), list.lengthOf(document),
-                           postings.rawPositions());
+            const std::string_view positions = postings.rawPositions();
+            if (postings.isDamaged()) break;
+            m_postings.add(document, postings.frequency(), list.lengthOf(document), positions);
         }
         postings.next();
     }

@@ -12,6 +12,7 @@ void ShortListJoiner::begin(DocumentID firstOfSegment) {
 }
 
 bool ShortListJoiner::add(const PostingList& list) {
+    if (list.documents == 0) return false;
     ByteReader reader(list.bytes);
     const std::uint64_t first = reader.varint64();
     const std::size_t restAt = list.bytes.size() - reader.remaining();
@@ -22,6 +23,7 @@ bool ShortListJoiner::add(const PostingList& list) {
         if ((coded & 1) != 0) reader.varint32();
         if (++i >= list.documents) break;
         coded = reader.varint64();
+        if (coded < 2) return false;
         document += coded >> 1;
     }
     const std::size_t positionsAt = list.bytes.size() - reader.remaining();

@@ -282,14 +282,17 @@ void Survey::noteRemovals() {
         if (!removed) continue;
         auto document =
             std::lower_bound(m_documents.begin(), m_documents.end(), removed->first(), ById());
-        for (; document != m_documents.end() && document->id <= removed->last(); ++document) {
-            if (removed->contains(document->id)) document->isRemoved = true;
+        while (document != m_documents.end() && document->id <= removed->last()) {
+            const DocumentID id = document->id;
+            if (removed->contains(id)) noteRemoved(id);
+            document = std::upper_bound(document, m_documents.end(), id, ById());
         }
     }
 }
 
 void Survey::noteRemoved(DocumentID id) {
     const auto [begin, end] = std::equal_range(m_documents.begin(), m_documents.end(), id, ById());
+    if (begin != end && begin->isRemoved) return;  // all of a number are noted together
     for (auto document = begin; document != end; ++document) document->isRemoved = true;
 }
 
@@ -305,10 +308,10 @@ DocumentID Survey::nextFrom(DocumentID next) const {
 }
 
 bool Survey::isWhole(DocumentID id, std::uint64_t place) const {
-    const auto [begin, end] = std::equal_range(m_documents.begin(), m_documents.end(), id, ById());
-    return std::any_of(begin, end, [place](const FoundDocument& document) {
-        return place == 0 || document.place.offset == place;
-    });
+    const FoundDocument wanted{.id = id, .place = {place, 0}};
+    const auto found = std::lower_bound(m_documents.begin(), m_documents.end(), wanted, isBefore);
+    return found != m_documents.end() && found->id == id &&
+           (place == 0 || found->place.offset == place);
 }
 
 void Survey::addLost(std::uint64_t place, DocumentID id) {

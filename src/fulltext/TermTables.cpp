@@ -17,6 +17,7 @@ TermTables::TermTables(const TermFilter& filter) : m_filter(filter), m_nextSlots
 std::shared_ptr<TermTable> TermTables::make(std::size_t slots) {
     auto table = std::make_shared<TermTable>(slots);
     m_memoryBytes += table->memoryBytes();
+    m_bytesTaken += table->memoryBytes();
     return table;
 }
 
@@ -25,18 +26,25 @@ std::shared_ptr<TermTable> TermTables::take() {
     if (m_free.empty()) return make(m_nextSlots);
     auto table = std::move(m_free.back());
     m_free.pop_back();
+    m_bytesTaken += table->memoryBytes();
     return table;
 }
 
-std::shared_ptr<TermTable> TermTables::takeInsteadOf(const TermTable& full, bool isOfOneText) {
+std::shared_ptr<TermTable> TermTables::takeInsteadOf(std::shared_ptr<TermTable> full,
+                                                     bool isOfOneText) {
     MutexLock lock(m_mutex);
-    const std::size_t slots = full.slots() * 2;
+    const std::size_t slots = full->slots() * 2;
+    m_bytesTaken -= full->memoryBytes();
     m_nextSlots = std::clamp(slots, m_nextSlots, kMostSlots);
-    return make(isOfOneText ? slots : m_nextSlots);
+    if (!isOfOneText) return make(m_nextSlots);
+    m_memoryBytes -= full->memoryBytes();
+    full.reset();  // no text refers to it
+    return make(slots);
 }
 
 void TermTables::giveBack(std::shared_ptr<TermTable> table) {
     MutexLock lock(m_mutex);
+    m_bytesTaken -= table->memoryBytes();
     if (table->slots() <= kMostSlots) m_free.push_back(std::move(table));
 }
 
@@ -47,12 +55,7 @@ void TermTables::startAnew() {
     for (const auto& table : m_free) words = std::max(words, table->wordCount());
     m_nextSlots = std::clamp(std::bit_ceil(words * 2), kFewestSlots, kMostSlots);
     m_free.clear();
-    m_memoryBytes = 0;
-}
-
-std::size_t TermTables::memoryBytes() const {
-    MutexLock lock(m_mutex);
-    return m_memoryBytes;
+    m_memoryBytes = m_bytesTaken;
 }
 
 }  // namespace siftwell::fulltext

@@ -44,22 +44,26 @@ bool TermsMatcher::openWindow(DocumentID& target) {
         return false;
     }
     m_windowLast = window.last;
+    float rest = 0;
+    for (auto term = m_terms.rbegin(); term != m_terms.rend(); ++term) {
+        term->restBound = rest;
+        rest += term->bound;
+    }
     return true;
 }
 
 // The document itself when it holds all terms and may beat the threshold; else the first one
 // behind it that may.
 DocumentID TermsMatcher::nextIfNot(DocumentID document) {
-    float bound = 0;
-    for (const Term& term : m_terms) bound += term.bound;
+    float sum = 0;
     for (Term& term : m_terms) {
         term.postings.advanceTo(document);
         if (term.postings.document() != document) return term.postings.document();
         const std::uint32_t length = term.list.lengthOf(document);
         const float score = term.weight * m_bm25.frequencyPart(term.postings.frequency(), length);
         m_scores[term.place] = score;
-        bound += score - term.bound;
-        if (m_threshold > 0 && cannotBeat(bound, m_threshold)) return document + 1;
+        sum += score;
+        if (m_threshold > 0 && cannotBeat(sum + term.restBound, m_threshold)) return document + 1;
     }
     return document;
 }

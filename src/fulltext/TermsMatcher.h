@@ -46,7 +46,8 @@ private:
         float weight;
         std::size_t place;
         PostingIterator postings;
-        float bound = 0;  // of its part of the scores, in the window
+        float bound = 0;      // of its part of the scores, in the window
+        float restBound = 0;  // of the parts of the terms behind
     };
 
     void findFrom(DocumentID target);

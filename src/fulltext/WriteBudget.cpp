@@ -10,6 +10,13 @@ void WriteBudget::enter(const std::shared_ptr<IndexCore>& index) {
     m_indexes.push_back(index);
 }
 
+namespace {
+
+// Smaller segments are no relief.
+constexpr std::size_t kWorthSpilling = 512 << 10;
+
+}  // namespace
+
 std::shared_ptr<IndexCore> WriteBudget::indexToRelieve() {
     std::size_t all = 0;
     std::size_t most = 0;
@@ -18,14 +25,14 @@ std::shared_ptr<IndexCore> WriteBudget::indexToRelieve() {
     for (const auto& candidate : m_indexes) {
         auto index = candidate.lock();
         if (index == nullptr) continue;
-        const std::size_t bytes = index->bufferedBytes();
-        all += bytes;
-        if (bytes > most) {
-            most = bytes;
+        all += index->bufferedBytes();
+        const std::size_t pending = index->pendingBytes.load(std::memory_order_relaxed);
+        if (pending > most) {
+            most = pending;
             largest = std::move(index);
         }
     }
-    return all > m_maxBytes ? largest : nullptr;
+    return all > m_maxBytes && most > kWorthSpilling ? largest : nullptr;
 }
 
 }  // namespace siftwell::fulltext

@@ -20,7 +20,8 @@ public:
 
     void enter(const std::shared_ptr<IndexCore>& index);
 
-    // The index that holds most when all together hold too much; null otherwise.
+    // The index to spill when all together hold too much: that with the most documents which no
+    // commit lists yet. Null when that is not worth it.
     std::shared_ptr<IndexCore> indexToRelieve();
 
 private:
