@@ -1,3 +1,4 @@
+#include <poll.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
@@ -363,14 +364,17 @@ TEST_F(FailureTest, ASearchFindsOnWhenItsFilesAreRemoved) {
     ASSERT_EQ(siftwell({"add", manyPages(600)}).status, 0);
     const std::string pipe = m_home.file("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    const FileDescriptor reader(open(pipe.c_str(), O_RDWR | O_CLOEXEC));
+    const FileDescriptor reader(open(pipe.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
     const pid_t search =
         start({"search", "--json", "--limit", "0", "apple"}, pipe, m_home.file("err"));
-    std::string line(100, 0);
-    ASSERT_EQ(read(reader.get(), line.data(), 1), 1);  // the pipe fills up, and then it waits
+    pollfd output{reader.get(), POLLIN, 0};
+    ASSERT_EQ(poll(&output, 1, 20000), 1);  // the pipe fills up, and then it waits
     std::filesystem::remove_all(m_home.file("data"));
+    std::string line(100, 0);
     std::size_t lines = 0;
-    while (!hasEnded(search) && lines < 600) {
+    for (bool mayWrite = true; mayWrite || poll(&output, 1, 0) == 1;) {
+        mayWrite = !hasEnded(search);  // what it wrote before is in the pipe
+        if (poll(&output, 1, 10) != 1) continue;
         const ssize_t count = read(reader.get(), line.data(), line.size());
         lines += static_cast<std::size_t>(std::count(line.begin(), line.begin() + count, '\n'));
     }
