@@ -15,6 +15,14 @@ constexpr std::size_t kWordsAtOnce = 16;
 
 }  // namespace
 
+void Inverter::Numbers::makeRoom(std::size_t count, std::size_t kept) {
+    if (count <= m_capacity) return;
+    m_capacity = std::max(count, m_capacity * 2);
+    std::unique_ptr<std::uint32_t[]> larger(new std::uint32_t[m_capacity]);
+    std::copy_n(m_numbers.get(), kept, larger.get());
+    m_numbers = std::move(larger);
+}
+
 InvertedText Inverter::invert(std::string_view text, TermTables& tables) {
     std::shared_ptr<TermTable> table = tables.take();
     while (!scan(text, *table, tables.filter())) {
@@ -31,7 +39,7 @@ InvertedText Inverter::invert(std::string_view text, TermTables& tables) {
 // False when the table has no room for the words of this text besides.
 bool Inverter::scan(std::string_view text, TermTable& table, const TermFilter& filter) {
     m_entries.clear();
-    m_sequence.clear();
+    m_words = 0;
     m_textNumber = table.nextText();
     // Words that stand in the text are looked up several at a time, while the table's memory is
     // on its way; any other one lives only until the next.
@@ -55,6 +63,8 @@ bool Inverter::scan(std::string_view text, TermTable& table, const TermFilter& f
 }
 
 bool Inverter::addWords(std::span<const WordKey> keys, TermTable& table, const TermFilter& filter) {
+    m_sequence.makeRoom(m_words + keys.size(), m_words);
+    std::uint32_t* const sequence = m_sequence.get();
     for (const WordKey& key : keys) {
         const auto slot = table.add(key, filter);
         if (!slot) return false;
@@ -64,7 +74,7 @@ bool Inverter::addWords(std::span<const WordKey> keys, TermTable& table, const T
             m_entries.push_back({.slot = *slot, .frequency = 0, .nextPosition = 0});
         }
         ++m_entries[note.entry].frequency;
-        m_sequence.push_back(note.entry);
+        sequence[m_words++] = note.entry;
     }
     return true;
 }
@@ -75,9 +85,11 @@ void Inverter::sortPositions() {
         entry.nextPosition = sum;
         sum += entry.frequency;
     }
-    m_positions.resize(m_sequence.size());
-    for (std::uint32_t position = 0; position < m_sequence.size(); ++position) {
-        m_positions[m_entries[m_sequence[position]].nextPosition++] = position;
+    m_positions.makeRoom(m_words, 0);
+    const std::uint32_t* const sequence = m_sequence.get();
+    std::uint32_t* const positions = m_positions.get();
+    for (std::uint32_t position = 0; position < m_words; ++position) {
+        positions[m_entries[sequence[position]].nextPosition++] = position;
     }
 }
 
@@ -103,10 +115,11 @@ InvertedText Inverter::gather(std::shared_ptr<const TermTable> table) {
 // Varint distances, the first from 0.
 void Inverter::encodePositions(const Entry& entry) {
     char* to = m_encoded.room(std::size_t{entry.frequency} * kMaxVarint32Bytes);
+    const std::uint32_t* const positions = m_positions.get();
     std::uint32_t before = 0;
     for (std::uint32_t at = entry.nextPosition - entry.frequency; at < entry.nextPosition; ++at) {
-        to = writeVarint(to, m_positions[at] - before);
-        before = m_positions[at];
+        to = writeVarint(to, positions[at] - before);
+        before = positions[at];
     }
     m_encoded.setEnd(to);
 }

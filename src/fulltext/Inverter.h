@@ -39,8 +39,22 @@ private:
 
     std::uint32_t m_textNumber = 0;  // in the table
     std::vector<Entry> m_entries;
-    std::vector<std::uint32_t> m_sequence;   // entry of each word of the text
-    std::vector<std::uint32_t> m_positions;  // of the first entry, then of the second, and so on
+    // Numbers that are not initialized until they are written.
+    class Numbers {
+    public:
+        // The first `kept` of them stay.
+        void makeRoom(std::size_t count, std::size_t kept);
+        std::uint32_t* get() const { return m_numbers.get(); }
+        std::size_t capacity() const { return m_capacity; }
+
+    private:
+        std::unique_ptr<std::uint32_t[]> m_numbers;
+        std::size_t m_capacity = 0;
+    };
+
+    std::size_t m_words = 0;  // of the text
+    Numbers m_sequence;       // entry of each of them
+    Numbers m_positions;      // of the first entry, then of the second, and so on
     ByteBuffer m_encoded;
 };
 
