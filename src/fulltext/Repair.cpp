@@ -190,9 +190,8 @@ Status Repair::createFile(const Survey& survey) {
         identity = m_hints.identity ? *m_hints.identity : newFileIdentity();
     }
     m_report.areSettingsLost = !survey.settings();
-    const Status status =
-        writeNewIndex(**file, identity, survey.settings().value_or(m_hints.settings),
-                      std::min(survey.highestGeneration(), kMaxGeneration) + 1);
+    Status status = writeNewIndex(**file, identity, survey.settings().value_or(m_hints.settings),
+                                  std::min(survey.highestGeneration(), kMaxGeneration) + 1);
     if (!status.isOk()) return status;
     auto core = openCore(*std::move(file), std::nullopt, Index::Access::ReadWrite,
                          {.storage = &m_storage, .pace = m_pace});

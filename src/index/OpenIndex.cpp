@@ -5,7 +5,7 @@ namespace siftwell {
 Status OpenIndex::flush() {
     const ExclusiveHold hold(pairGate);
     if (!properties->write()) return {};
-    const Status status = index->flush();
+    Status status = index->flush();
     if (status.isOk()) properties->indexWasFlushed();
     return status;
 }
@@ -13,7 +13,7 @@ Status OpenIndex::flush() {
 Status OpenIndex::close() {
     // An index that is closed flushes by itself; documents whose records could not be written must
     // not become part of it.
-    const Status status = properties->isWritten() ? index->close() : Status();
+    Status status = properties->isWritten() ? index->close() : Status();
     properties->close();
     return status;
 }
