@@ -39,7 +39,7 @@ protected:
     }
 
     static std::vector<DocumentID> find(const Index& index, std::string_view query) {
-        const auto matches = index.search(query)->findMatches(1000, std::chrono::seconds(10));
+        const auto matches = index.search(query)->findMatches(100000, std::chrono::seconds(10));
         EXPECT_TRUE(matches) << matches.status().message();
         std::vector<DocumentID> found;
         if (matches) {
