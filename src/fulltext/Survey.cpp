@@ -69,6 +69,7 @@ Status Survey::readHeaderPage() {
         const RootSlots slots = rootSlots(page, pair);
         m_roots.insert(m_roots.end(), slots.roots.begin(), slots.roots.end());
         m_areRootsSuspicious = m_areRootsSuspicious || slots.broken > 0;
+        m_hasEmptySlot = m_hasEmptySlot || (slots.roots.size() < 2 && slots.broken == 0);
         if (slots.broken == 2 || (pair == RootPair::Durable && slots.roots.empty())) {
             m_findings.add(DamagedPart::Roots, slots.offset, _("none of them is whole"));
         }
@@ -126,6 +127,9 @@ void Survey::findState() {
     }
     sortNewestFirst(candidates);
     if (!candidates.empty()) m_highestGeneration = candidates.front().generation;
+    const bool isNewerLost =
+        m_hasEmptySlot && !m_roots.empty() && m_highestGeneration > m_roots.front().generation;
+    m_areRootsSuspicious = m_areRootsSuspicious || isNewerLost;
     if (!m_areRootsSuspicious && !m_roots.empty() && readState(m_roots.front().commit)) {
         m_isNewest = true;
         m_end = m_roots.front().end;

@@ -115,6 +115,7 @@ private:
     std::uint64_t m_highestGeneration = 0;
     std::vector<Root> m_roots;          // the whole ones, newest first
     bool m_areRootsSuspicious = false;  // a newer one may have been here
+    bool m_hasEmptySlot = false;        // never written, or overwritten with zero bytes
     DocumentID m_next = kFirstDocumentID;
 
     std::vector<FoundDocument> m_documents;
