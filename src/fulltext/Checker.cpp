@@ -42,11 +42,8 @@ private:
 void Checker::checkRoots(const StorageFile& file) {
     const Result<std::string> page = file.readAt(0, kHeaderPageSize);
     if (!page) return m_findings.add(DamagedPart::Header, 0, detailOf(page.status(), file));
-    for (const RootPair pair : {RootPair::Durable, RootPair::Latest}) {
-        const RootSlots slots = rootSlots(*page, pair);
-        if (slots.broken == 2 || (pair == RootPair::Durable && slots.roots.empty())) {
-            m_findings.add(DamagedPart::Roots, slots.offset, _("none of them is whole"));
-        }
+    if (const auto damaged = damagedRoots(*page)) {
+        m_findings.add(DamagedPart::Roots, damaged->offset, damaged->what);
     }
 }
 

@@ -53,9 +53,34 @@ std::optional<Root> appendCommit(IndexCore& index) {
     return root;
 }
 
-Status writeRoot(IndexCore& index, RootPair pair, const Root& root) {
+Status writeLatestRoot(IndexCore& index, const Root& root) {
     const GateHold hold(index.rootWriting);
-    return index.roots.write(*index.currentFile(), pair, root);
+    if (Status status = index.roots.write(*index.currentFile(), RootPair::Latest, root);
+        !status.isOk()) {
+        return status;
+    }
+    MutexLock lock(index.mutex);
+    index.latest = root;
+    return {};
+}
+
+// Nothing else is on its way to the disk while a durable root is: lost power can break a root of
+// one pair, never one of each.
+Status writeDurableRoot(IndexCore& index, StorageFile& file, const Root& synced) {
+    const GateHold hold(index.rootWriting);
+    Root root;
+    {
+        MutexLock lock(index.mutex);
+        root = index.latest;
+        if (root == index.durable) return {};
+    }
+    Status status = root == synced ? Status() : file.sync();
+    if (status.isOk()) status = index.roots.write(file, RootPair::Durable, root);
+    if (status.isOk()) status = file.sync();
+    if (!status.isOk()) return status;
+    MutexLock lock(index.mutex);
+    index.durable = root;
+    return {};
 }
 
 // What is written to a file that nobody can find is lost.
@@ -74,10 +99,7 @@ Status commit(IndexCore& index) {
     if (Status status = index.currentTail()->writeOut(*index.currentFile()); !status.isOk()) {
         return status;
     }
-    if (Status status = writeRoot(index, RootPair::Latest, *root); !status.isOk()) return status;
-    MutexLock lock(index.mutex);
-    index.latest = *root;
-    return {};
+    return writeLatestRoot(index, *root);
 }
 
 }  // namespace
@@ -143,12 +165,8 @@ Status sync(IndexCore& index) {
     }
     const auto file = index.currentFile();
     Status status = file->sync();
-    if (status.isOk()) status = writeRoot(index, RootPair::Durable, root);
-    if (status.isOk()) status = file->sync();
-    if (!status.isOk()) return index.noteWrite(status);
-    MutexLock lock(index.mutex);
-    if (index.durable.generation < root.generation) index.durable = root;
-    return {};
+    if (status.isOk()) status = writeDurableRoot(index, *file, root);
+    return index.noteWrite(status);
 }
 
 }  // namespace siftwell::fulltext

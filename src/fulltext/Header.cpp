@@ -93,6 +93,17 @@ RootSlots rootSlots(std::string_view page, RootPair pair) {
     return slots;
 }
 
+std::optional<DamagedRoots> damagedRoots(std::string_view page) {
+    const RootSlots durable = rootSlots(page, RootPair::Durable);
+    const RootSlots latest = rootSlots(page, RootPair::Latest);
+    if (durable.roots.empty()) return DamagedRoots{durable.offset, _("none of them is whole")};
+    if (latest.broken == 2) return DamagedRoots{latest.offset, _("none of them is whole")};
+    if (durable.broken > 0 && latest.broken > 0) {
+        return DamagedRoots{durable.offset, _("the newest ones may be damaged")};
+    }
+    return std::nullopt;
+}
+
 std::optional<FixedHeader> fixedHeader(std::string_view page) {
     std::string fixed(kMagic);
     appendNumber(fixed, kFormatVersion);
@@ -139,6 +150,7 @@ Result<Header> readHeader(const StorageFile& file) {
     header.durable = newestRoot(*page, RootPair::Durable, header.newestSlot[0]);
     header.latest = newestRoot(*page, RootPair::Latest, header.newestSlot[1]);
     header.isDurableSlotBroken = rootSlots(*page, RootPair::Durable).broken > 0;
+    header.isLatestSlotBroken = rootSlots(*page, RootPair::Latest).broken > 0;
     for (const auto& root : {header.durable, header.latest}) {
         if (root) header.highestGeneration = std::max(header.highestGeneration, root->generation);
     }

@@ -44,6 +44,7 @@ struct Header {
     std::uint64_t highestGeneration = 0;  // of any slot; the next commit goes above it
     std::array<int, 2> newestSlot{};      // of each pair: 0 or 1
     bool isDurableSlotBroken = false;     // the one that is missing was durable
+    bool isLatestSlotBroken = false;
 };
 
 FileIdentity newFileIdentity();
@@ -57,6 +58,13 @@ struct RootSlots {
     int broken = 0;            // slots that hold something else
 };
 RootSlots rootSlots(std::string_view page, RootPair pair);
+
+// Roots of which something may be missing. One slot may be broken by lost power.
+struct DamagedRoots {
+    std::uint64_t offset = 0;
+    std::string what;  // translated
+};
+std::optional<DamagedRoots> damagedRoots(std::string_view page);
 
 // UnknownVersion when the page says that another version wrote it, and that is no damage.
 Status checkVersion(const StorageFile& file, std::string_view page);

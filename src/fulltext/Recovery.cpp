@@ -203,6 +203,10 @@ Status checkSinceDurable(const StorageFile& file, const Contents::Opened& conten
 
 Result<Recovered> recover(const std::shared_ptr<const StorageFile>& file, const Header& header,
                           const TermFilter& filter) {
+    // Lost power breaks roots of one pair only: newer ones may have been overwritten.
+    if (header.isDurableSlotBroken && header.isLatestSlotBroken) {
+        return damagedFile(*file, "its roots are damaged");
+    }
     if (header.latest && header.latest != header.durable &&
         (!header.durable || header.latest->generation > header.durable->generation)) {
         auto contents = CommitReader(file, filter).read(*header.latest);

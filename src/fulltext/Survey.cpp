@@ -70,9 +70,9 @@ Status Survey::readHeaderPage() {
         m_roots.insert(m_roots.end(), slots.roots.begin(), slots.roots.end());
         m_areRootsSuspicious = m_areRootsSuspicious || slots.broken > 0;
         m_hasEmptySlot = m_hasEmptySlot || (slots.roots.size() < 2 && slots.broken == 0);
-        if (slots.broken == 2 || (pair == RootPair::Durable && slots.roots.empty())) {
-            m_findings.add(DamagedPart::Roots, slots.offset, _("none of them is whole"));
-        }
+    }
+    if (const auto damaged = damagedRoots(page)) {
+        m_findings.add(DamagedPart::Roots, damaged->offset, damaged->what);
     }
     sortNewestFirst(m_roots);
     return {};
