@@ -83,6 +83,15 @@ Status writeDurableRoot(IndexCore& index, StorageFile& file, const Root& synced)
     return {};
 }
 
+// Whoever compacted the index last may have been killed before the name of its file was on the
+// disk: with lost power the file from before would come back.
+Status syncName(IndexCore& index) {
+    if (index.isNameSynced) return {};
+    Status status = index.storage.syncFolderOf(index.path);
+    if (status.isOk()) index.isNameSynced = true;
+    return status;
+}
+
 // What is written to a file that nobody can find is lost.
 Status checkThatFileIsThere(IndexCore& index) {
     if (index.storage.isNamed(*index.currentFile(), index.path)) return {};
@@ -157,6 +166,7 @@ Status spill(IndexCore& index) {
 
 Status sync(IndexCore& index) {
     const SharedHold hold(index.switching);
+    if (Status status = syncName(index); !status.isOk()) return index.noteWrite(status);
     Root root;
     {
         MutexLock lock(index.mutex);

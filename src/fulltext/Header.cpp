@@ -97,7 +97,6 @@ std::optional<DamagedRoots> damagedRoots(std::string_view page) {
     const RootSlots durable = rootSlots(page, RootPair::Durable);
     const RootSlots latest = rootSlots(page, RootPair::Latest);
     if (durable.roots.empty()) return DamagedRoots{durable.offset, _("none of them is whole")};
-    if (latest.broken == 2) return DamagedRoots{latest.offset, _("none of them is whole")};
     if (durable.broken > 0 && latest.broken > 0) {
         return DamagedRoots{durable.offset, _("the newest ones may be damaged")};
     }

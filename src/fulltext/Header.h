@@ -59,7 +59,8 @@ struct RootSlots {
 };
 RootSlots rootSlots(std::string_view page, RootPair pair);
 
-// Roots of which something may be missing. One slot may be broken by lost power.
+// What lost power cannot have done to the roots. It may break the latest ones, which are written
+// without waiting for the disk, or a durable one, but never of both pairs at once.
 struct DamagedRoots {
     std::uint64_t offset = 0;
     std::string what;  // translated

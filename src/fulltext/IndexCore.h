@@ -64,6 +64,7 @@ struct IndexCore {
     std::atomic<std::size_t> documentBytes = 0;  // memory of documents in no segment
     std::atomic<std::size_t> pendingBytes = 0;   // of those among them that no commit lists
     std::atomic<bool> isClosing = false;         // long work gives up
+    std::atomic<bool> isNameSynced = false;      // since the index was opened
 
     // A document came into memory, or left it. The caller holds `mutex`.
     void noteBuffered(std::size_t bytes) {

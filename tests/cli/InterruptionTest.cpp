@@ -57,10 +57,9 @@ TEST_F(InterruptionTest, AKilledAddLosesNothingThatAnotherProcessSaw) {
         expectInOrder();
         before = indexed();
         expectNothingLost(seen, before);
-        for (int i = 0; i < 150; ++i) {
-            const std::string number = std::to_string(random() % 1500);
-            page("many/p" + number + ".html", "Page " + number,
-                 "apple round" + std::to_string(round));
+        for (int i = 0; i < 500; ++i) {
+            oneOfMany(static_cast<int>(random() % 1500), kLongPage,
+                      "round" + std::to_string(round));
         }
     }
     EXPECT_GT(killed, shortOrLong(0, 60));

@@ -96,16 +96,17 @@ protected:
     // A folder of pages "p0.html", … that all hold "apple", and each its own "number0x".
     // Long pages keep the program busy for a while.
     std::string manyPages(int count, int wordsOfEach = 10) {
-        for (int i = 0; i < count; ++i) {
-            const std::string number = std::to_string(i);
-            std::string words = "apple number" + number + "x";
-            for (int word = 0; word < wordsOfEach; ++word) {
-                words += " word" + std::to_string(i * word % 5003) +
-                         std::string(static_cast<std::size_t>(word % 7), 'w');
-            }
-            page("many/p" + number + ".html", "Page " + number, words);
-        }
+        for (int i = 0; i < count; ++i) oneOfMany(i, wordsOfEach, "");
         return m_home.file("many");
+    }
+    void oneOfMany(int i, int wordsOfEach, const std::string& addition) {
+        const std::string number = std::to_string(i);
+        std::string words = "apple number" + number + "x " + addition;
+        for (int word = 0; word < wordsOfEach; ++word) {
+            words += " word" + std::to_string(i * word % 5003) +
+                     std::string(static_cast<std::size_t>(word % 7), 'w');
+        }
+        page("many/p" + number + ".html", "Page " + number, words);
     }
 
     using Lines = std::vector<nlohmann::json>;
