@@ -1,9 +1,11 @@
 #include "base/NetworkReachability.h"
 
 #include <arpa/inet.h>
+#include <netdb.h>
 #include <sys/socket.h>
 
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string_view>
 
@@ -21,6 +23,12 @@ std::optional<bool> answerOfEnvironment() {
     return std::nullopt;
 }
 
+// Connecting a datagram socket asks for the route and sends nothing.
+bool hasRoute(const sockaddr* address, socklen_t size) {
+    const FileDescriptor probe(socket(address->sa_family, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    return probe.isOpen() && connect(probe.get(), address, size) == 0;
+}
+
 }  // namespace
 
 bool RouteReachability::isReachable(const std::string& address) {
@@ -29,11 +37,24 @@ bool RouteReachability::isReachable(const std::string& address) {
     target.sin_family = AF_INET;
     target.sin_port = htons(53);
     if (inet_pton(AF_INET, address.c_str(), &target.sin_addr) != 1) return false;
-    const FileDescriptor socketOfProbe(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    if (!socketOfProbe.isOpen()) return false;
     const void* const anonymous = &target;
-    return connect(socketOfProbe.get(), static_cast<const sockaddr*>(anonymous), sizeof target) ==
-           0;
+    return hasRoute(static_cast<const sockaddr*>(anonymous), sizeof target);
+}
+
+bool RouteReachability::isHostReachable(const std::string& host) {
+    if (const auto answer = answerOfEnvironment()) return *answer;
+    if (host == "localhost") return true;
+    const bool isBracketed = host.starts_with('[') && host.ends_with(']');
+    const std::string name = isBracketed ? host.substr(1, host.size() - 2) : host;
+    addrinfo wanted{};
+    wanted.ai_socktype = SOCK_DGRAM;
+    addrinfo* first = nullptr;
+    if (getaddrinfo(name.c_str(), "53", &wanted, &first) != 0) return false;
+    const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owner(first, freeaddrinfo);
+    for (const addrinfo* each = first; each != nullptr; each = each->ai_next) {
+        if (hasRoute(each->ai_addr, each->ai_addrlen)) return true;
+    }
+    return false;
 }
 
 }  // namespace siftwell

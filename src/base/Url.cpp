@@ -52,6 +52,14 @@ int hexValue(char c) {
     return (c | 0x20) - 'a' + 10;
 }
 
+void appendEscape(std::string& text, char c) {
+    constexpr std::string_view kHex = "0123456789ABCDEF";
+    const auto byte = static_cast<unsigned char>(c);
+    text += '%';
+    text += kHex[byte >> 4];
+    text += kHex[byte & 15];
+}
+
 std::string percentDecoded(std::string_view text) {
     std::string result;
     result.reserve(text.size());
@@ -84,6 +92,18 @@ std::string_view pathOf(std::string_view behindAuthority) {
 
 }  // namespace
 
+std::string percentEncoded(std::string_view text) {
+    std::string encoded;
+    for (const char c : text) {
+        if (c > ' ' && c < 0x7F) {
+            encoded += c;
+        } else {
+            appendEscape(encoded, c);
+        }
+    }
+    return encoded;
+}
+
 std::optional<Url> Url::parse(std::string_view text) {
     if (text.empty() || text.size() > kMaxLength || !hasOnlyAddressCharacters(text)) {
         return std::nullopt;
@@ -95,16 +115,12 @@ std::optional<Url> Url::parse(std::string_view text) {
 
 Url Url::fromFilePath(std::string_view path) {
     constexpr std::string_view kPlain = "-._~/!$&'()*+,=:@";
-    constexpr std::string_view kHex = "0123456789ABCDEF";
     std::string text = "file://";
     for (const char c : path) {
         if (isLetter(c) || isDigit(c) || kPlain.find(c) != std::string_view::npos) {
             text += c;
         } else {
-            const auto byte = static_cast<unsigned char>(c);
-            text += '%';
-            text += kHex[byte >> 4];
-            text += kHex[byte & 15];
+            appendEscape(text, c);
         }
     }
     Url url(std::move(text));

@@ -12,6 +12,10 @@
 
 namespace siftwell {
 
+// The text with every byte escaped that no address may hold: blanks, control characters, and what
+// is not ASCII.
+std::string percentEncoded(std::string_view text);
+
 class Url {
 public:
     static std::optional<Url> parse(std::string_view text);

@@ -40,6 +40,7 @@ public:
         ++asked;
         return isOnline;
     }
+    bool isHostReachable(const std::string&) override { return isOnline; }
 
     bool isOnline = true;
     int asked = 0;
