@@ -48,6 +48,7 @@ Dictionary scanDefaults() {
             {"IndexOptimizationThreshold", 100},
             {"MaxDownloadThreads", 5},
             {"IndexProtectedPages", 0},
+            {"JavaScriptEnabled", true},
             {"SuppressNetworkWarnings", false},
             {"LastIndexScanDate", Date::distantPast()},
             {"LastExpirationScanDate", Date::distantPast()}};

@@ -25,6 +25,15 @@ bool looksLikeMarkup(const std::string& front) {
 
 }  // namespace
 
+Result<std::string> readLocalFile(const std::string& path) {
+    auto bytes = readFile(path, kMaxFileBytes);
+    if (bytes && bytes->size() == kMaxFileBytes) {
+        writeLog("Only the first " + std::to_string(kMaxFileBytes >> 20) + " MB of " + path +
+                 " are indexed.");
+    }
+    return bytes;
+}
+
 Result<PageContent> loadLocalFile(const std::string& path, const Admission& admission) {
     const auto info = fileInfo(path);
     if (!info) return Status(StatusCode::NotFound, "There is no file " + path + ".");
@@ -43,12 +52,8 @@ Result<PageContent> loadLocalFile(const std::string& path, const Admission& admi
         if (!front) return front.status();
         if (!looksLikeMarkup(*front)) return page;
     }
-    const auto bytes = readFile(path, kMaxFileBytes);
+    const auto bytes = readLocalFile(path);
     if (!bytes) return bytes.status();
-    if (bytes->size() < info->bytes) {
-        writeLog("Only the first " + std::to_string(kMaxFileBytes >> 20) + " MB of " + path +
-                 " are indexed.");
-    }
     page.content = textOf(*bytes).value_or("");
     return page;
 }

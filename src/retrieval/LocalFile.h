@@ -15,6 +15,9 @@ namespace siftwell {
 // A file of any size is read, but only so much of it becomes text: it would not fit into memory.
 inline constexpr std::size_t kMaxFileBytes = std::size_t{256} << 20;
 
+// The front of the file, which is nearly always the whole.
+Result<std::string> readLocalFile(const std::string& path);
+
 // The file's text, address and modification date; source and indexer are left to the caller. The
 // text is empty when the file cannot be read as text, or holds neither markup nor a type that is
 // read whatever it holds: of such a file only the front is looked at. A file that needs a content

@@ -1,0 +1,162 @@
+// What becomes of a download that has ended: the last steps of DocumentRetriever.
+
+#include <array>
+#include <charconv>
+#include <exception>
+#include <utility>
+
+#include "base/Log.h"
+#include "base/Translate.h"
+#include "retrieval/DocumentRetriever.h"
+#include "retrieval/HttpStatusText.h"
+#include "text/Encodings.h"
+#include "text/HtmlQueries.h"
+
+namespace siftwell {
+
+namespace {
+
+constexpr int kMostRedirects = 5;
+constexpr std::chrono::seconds kReleaseDelay(30);
+
+// Statuses after which the address is not asked for again.
+bool isBlocking(int status) {
+    return status == 401 || status == 403 || status == 407 || status == 410;
+}
+
+// What a page of the web says leads into the web alone, and not into this computer's files.
+bool mayLeadTo(const Url& from, const Url& to) {
+    return from.isFile() || to.scheme() == "http" || to.scheme() == "https";
+}
+
+std::string nameOf(const DocumentDownloader& downloader) {
+    std::array<char, 2 * sizeof(std::uintptr_t)> digits{};
+    const auto end = std::to_chars(digits.begin(), digits.end(),
+                                   reinterpret_cast<std::uintptr_t>(&downloader), 16)
+                         .ptr;
+    return "Downloader 0x" + std::string(digits.begin(), end);
+}
+
+}  // namespace
+
+void DocumentRetriever::finishDownloads() {
+    while (const Downloader downloader = m_downloads->takeFinished()) {
+        if (m_downloads->takeNewRoom()) m_loader.resume();
+        end(downloader);
+    }
+}
+
+void DocumentRetriever::end(const Downloader& downloader) {
+    const auto& document = downloader->document();
+    Fate fate = Fate::Dropped;
+    try {
+        if (downloader->error()) {
+            reportFailure(document.url, failureOf(*downloader));
+        } else {
+            fate = finish(*downloader);
+        }
+    } catch (const std::exception& error) {
+        writeLog(filledIn("DocumentRetriever caught error %@", error.what()));
+    }
+    m_notifier.reportProgressDoneIn(document.source, document.url.absoluteString());
+    if (fate == Fate::Dropped) m_indexes.addToPendingDocumentCount(-1);
+    m_downloads->remove(downloader);
+    releaseAfterDelay(downloader);
+    m_signal->raise();
+    noteEnd();
+}
+
+DocumentRetriever::Fate DocumentRetriever::finish(DocumentDownloader& downloader) {
+    const auto& document = downloader.document();
+    const URLResponse response = downloader.response().value_or(URLResponse{.url = document.url});
+    auto text = decodePage(downloader.takeData(), response.textEncodingName);
+    if (!text) {
+        reportFailure(document.url, _("No data returned from host"));
+        return Fate::Dropped;
+    }
+    if (!m_indexes.indexingEnabled()) return Fate::Dropped;
+    const bool isMarkup = isHTML(*text);
+    if (isMarkup) {
+        if (const auto target = redirectIn(*text, downloader)) {
+            queueRedirect(*target, downloader);
+            return Fate::PassedOn;
+        }
+    }
+    std::vector<Url> frames;
+    if (isMarkup && document.parseFrames) frames = HTMLFramesForURL(*text, document.url);
+    m_indexes.parseAndAddContent({.content = *std::move(text),
+                                  .url = document.url,
+                                  .date = document.date,
+                                  .title = document.title,
+                                  .cachePath = std::nullopt,
+                                  .source = document.source,
+                                  .indexer = document.indexer,
+                                  .mimeType = response.mimeType});
+    queueFrames(frames, downloader);
+    return Fate::PassedOn;
+}
+
+std::optional<Url> DocumentRetriever::redirectIn(const std::string& text,
+                                                 const DocumentDownloader& from) const {
+    const Url& page = from.document().url;
+    if (from.document().redirectCount > kMostRedirects) return std::nullopt;
+    auto target = HTMLRedirectURL(text, m_isJavaScriptEnabled);
+    if (target && !target->hasScheme()) target = page.resolved(target->absoluteString());
+    if (!target || *target == page || !mayLeadTo(page, *target)) return std::nullopt;
+    return target;
+}
+
+void DocumentRetriever::queueRedirect(const Url& target, const DocumentDownloader& from) {
+    const auto& document = from.document();
+    push({.url = target,
+          .date = document.date,
+          .title = document.title,
+          .source = document.source,
+          .indexer = document.indexer,
+          .redirectCount = document.redirectCount + 1,
+          .host = nullptr});
+}
+
+void DocumentRetriever::queueFrames(const std::vector<Url>& frames,
+                                    const DocumentDownloader& from) {
+    const auto& document = from.document();
+    for (const Url& frame : frames) {
+        if (!mayLeadTo(document.url, frame)) continue;
+        m_indexes.addToPendingDocumentCount(1);
+        push({.url = frame,
+              .date = document.date,
+              .title = std::nullopt,
+              .source = document.source,
+              .indexer = document.indexer,
+              .isFrameURL = true,
+              .redirectCount = document.redirectCount + 1,
+              .host = nullptr});
+    }
+}
+
+std::string DocumentRetriever::failureOf(const DocumentDownloader& downloader) {
+    const auto response = downloader.response();
+    const int status = response ? response->statusCode.value_or(0) : 0;
+    if (isBlocking(status)) {
+        MutexLock lock(m_mutex);
+        m_blockedURLs.insert(downloader.document().url.absoluteString());
+    }
+    return status >= 400 ? localizedStringForStatusCode(status) : downloader.error().value_or("");
+}
+
+void DocumentRetriever::reportFailure(const Url& url, const std::string& details) {
+    m_notifier.reportError(_("Failed to get content"), 5, url.absoluteString(), details);
+    m_indexes.addFailedURL(url);
+}
+
+// A connection that has just ended may still have something to say to its downloader.
+void DocumentRetriever::releaseAfterDelay(const Downloader& downloader) {
+    RunLoop& loop = m_surroundings.mainLoop;
+    loop.post([&loop, downloader] {
+        const std::string name = nameOf(*downloader);
+        writeLog(name + ": starting release timer on main thread");
+        loop.startTimer(kReleaseDelay, [downloader, name] { writeLog(name + ": releaseNow"); });
+    });
+}
+
+}  // namespace siftwell

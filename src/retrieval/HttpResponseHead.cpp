@@ -1,0 +1,90 @@
+#include "retrieval/HttpResponseHead.h"
+
+#include <charconv>
+
+#include "text/Ascii.h"
+
+namespace siftwell {
+
+namespace {
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\r\n";
+    const std::size_t begin = text.find_first_not_of(kBlanks);
+    if (begin == std::string_view::npos) return {};
+    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
+template <typename Number>
+std::optional<Number> numberIn(std::string_view text) {
+    Number number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return number;
+}
+
+std::string_view unquoted(std::string_view value) {
+    if (!value.starts_with('"')) return value;
+    value.remove_prefix(1);
+    return value.substr(0, value.find('"'));
+}
+
+}  // namespace
+
+ContentType parseContentType(std::string_view value) {
+    ContentType parts;
+    std::size_t end = value.find(';');
+    const std::string type = lowerCasedAscii(trimmed(value.substr(0, end)));
+    if (!type.empty()) parts.mimeType = type;
+    while (end != std::string_view::npos && !parts.charset) {
+        value.remove_prefix(end + 1);
+        end = value.find(';');
+        const std::string_view parameter = trimmed(value.substr(0, end));
+        const std::size_t equals = parameter.find('=');
+        if (equals == std::string_view::npos ||
+            lowerCasedAscii(trimmed(parameter.substr(0, equals))) != "charset") {
+            continue;
+        }
+        const std::string_view charset = unquoted(trimmed(parameter.substr(equals + 1)));
+        if (!charset.empty()) parts.charset = charset;
+    }
+    return parts;
+}
+
+HttpResponseHead::Line HttpResponseHead::add(std::string_view line) {
+    line = trimmed(line);
+    if (line.empty()) return Line::End;
+    const std::size_t colon = line.find(':');
+    if (line.starts_with("HTTP/")) {
+        begin(line);
+    } else if (colon != std::string_view::npos) {
+        addField(trimmed(line.substr(0, colon)), trimmed(line.substr(colon + 1)));
+    }
+    return Line::Field;
+}
+
+void HttpResponseHead::begin(std::string_view statusLine) {
+    *this = {};
+    const std::size_t blank = statusLine.find(' ');
+    if (blank == std::string_view::npos) return;
+    m_status = numberIn<int>(statusLine.substr(blank + 1, 3)).value_or(0);
+}
+
+void HttpResponseHead::addField(std::string_view name, std::string_view value) {
+    const std::string field = lowerCasedAscii(name);
+    if (field == "location") m_hasLocation = true;
+    if (field == "www-authenticate" || field == "proxy-authenticate") m_hasChallenge = true;
+    if (field == "content-length") m_length = numberIn<std::int64_t>(value);
+    if (field == "content-type") m_contentType = value;
+}
+
+URLResponse HttpResponseHead::response(const Url& url) const {
+    ContentType type = parseContentType(m_contentType);
+    return {.url = url,
+            .mimeType = std::move(type.mimeType),
+            .expectedContentLength = m_length,
+            .textEncodingName = std::move(type.charset),
+            .statusCode = m_status};
+}
+
+}  // namespace siftwell

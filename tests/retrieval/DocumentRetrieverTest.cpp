@@ -1,0 +1,500 @@
+#include "retrieval/DocumentRetriever.h"
+
+#include <latch>
+
+#include "RetrieverFixture.h"
+#include "fulltext/Oracle.h"
+#include "support/LongForm.h"
+
+namespace siftwell {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+using std::chrono::seconds;
+
+class DocumentRetrieverTest : public RetrieverFixture {};
+
+TEST_F(DocumentRetrieverTest, APageIsFoundByItsWordsTitlePathAndHost) {
+    m_site.text("http://shop.example/tea/green.html", html("<title>Sencha</title>", "a calm leaf"));
+    queue("http://shop.example/tea/green.html", Date::fromReference(5), "Pages", "Known");
+    finish();
+    for (const char* word : {"calm", "sencha", "known", "green", "shop"}) {
+        EXPECT_THAT(find(word), ElementsAre("http://shop.example/tea/green.html")) << word;
+    }
+    EXPECT_EQ(recordOf("http://shop.example/tea/green.html")->title, "Known Sencha");
+    EXPECT_EQ(recordOf("http://shop.example/tea/green.html")->date, Date::fromReference(5));
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+    EXPECT_THAT(takeReports(), IsEmpty());
+}
+
+TEST_F(DocumentRetrieverTest, PageThatAnswered403OnceIsNeverAskedForAgain) {
+    for (const int status : {401, 403, 407, 410}) {
+        const std::string page = "http://h/" + std::to_string(status);
+        m_site.page(page, {.status = status, .isChallenge = status == 401});
+        index(page);
+        EXPECT_THAT(takeReports(), ElementsAre(HasSubstr("Failed to get content (")));
+        index(page);
+        EXPECT_EQ(m_site.requests(page), 1);
+        EXPECT_THAT(takeReports(), IsEmpty()) << "it is dropped silently";
+    }
+    m_site.page("http://h/404", {.status = 404});
+    index("http://h/404");
+    EXPECT_THAT(find("words"), ElementsAre("http://h/404"));
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+}
+
+TEST_F(DocumentRetrieverTest, FailuresAreToldWithTheirCauseAndNotTriedAgain) {
+    m_site.page("http://h/large", {.status = 500, .announced = 3 << 20});
+    m_site.page("http://h/lost", {.error = loadError::kConnectionLost});
+    m_site.page("http://h/empty", {.body = ""});
+    m_site.page("http://h/image", {.type = "image/png"});
+    for (const char* page : {"large", "lost", "empty", "image"}) {
+        index(std::string("http://h/") + page);
+        index(std::string("http://h/") + page);
+    }
+    EXPECT_THAT(
+        takeReports(),
+        ElementsAre("http://h/large: Failed to get content (internal server error)",
+                    "http://h/lost: Failed to get content (Could not get data (error code "
+                    "-1005).)",
+                    "http://h/empty: Failed to get content (Could not get data (no further error "
+                    "information available).)",
+                    "http://h/image: Failed to get content (Can't index document with MIME type "
+                    "of image/png.)"));
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+    EXPECT_EQ(m_progressDone - 1, 4) << "and the loader's";
+}
+
+TEST_F(DocumentRetrieverTest, WhatIsKnownOrRefusedIsNotAskedFor) {
+    m_site.page("http://h/a", {});
+    index("http://h/a", Date::fromReference(10));
+    index("http://h/a", Date::fromReference(10));
+    index("http://h/a");
+    index("http://h/picture.jpg");
+    EXPECT_EQ(m_site.requests("http://h/a"), 1);
+    EXPECT_EQ(m_site.requests("http://h/picture.jpg"), 0);
+    index("http://h/a", Date::fromReference(20));
+    EXPECT_EQ(m_site.requests("http://h/a"), 2);
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+}
+
+TEST_F(DocumentRetrieverTest, ImpossibleDatesCountAsNow) {
+    m_site.page("http://h/old", {});
+    m_site.page("http://h/new", {});
+    index("http://h/old", Date::fromUnix(-10.0 * 365 * 86400));
+    index("http://h/new", m_clock.now() + 1000);
+    EXPECT_EQ(recordOf("http://h/old")->date, m_clock.now());
+    EXPECT_EQ(recordOf("http://h/new")->date, m_clock.now());
+}
+
+TEST_F(DocumentRetrieverTest, OnlySoManyDownloadsRunAtOnceAndFilesPassThemBy) {
+    m_settings->set("MaxDownloadThreads", 2);
+    for (int i = 0; i < 5; ++i) m_site.page("http://h/" + std::to_string(i), {.isHeld = true});
+    for (int i = 0; i < 5; ++i) queue("http://h/" + std::to_string(i));
+    waitUntil([&] { return m_site.held() == 2; });
+    EXPECT_TRUE(retriever().downloadWaitingForSource("Pages"));
+    EXPECT_TRUE(retriever().downloadInProgressForSource("Pages"));
+    EXPECT_FALSE(retriever().downloadInProgressForSource("Others"));
+    for (int left = 5; left > 0; --left) {
+        m_site.release();
+        waitUntil([&] { return m_site.held() == std::min<std::size_t>(2, left - 1U); });
+    }
+    finish();
+    EXPECT_EQ(find("words").size(), 5U);
+}
+
+TEST_F(DocumentRetrieverTest, TheLimitFollowsThePreferences) {
+    m_settings->set("MaxDownloadThreads", 1);
+    for (int i = 0; i < 9; ++i) m_site.page("http://h/" + std::to_string(i), {.isHeld = true});
+    for (int i = 0; i < 9; ++i) queue("http://h/" + std::to_string(i));
+    waitUntil([&] { return m_site.held() == 1; });
+    m_settings->set("MaxDownloadThreads", 4);
+    m_centre.post("SiftwellPreferenceChangeNotification", {});
+    waitUntil([&] { return m_site.held() == 4; });
+    m_settings->set("MaxDownloadThreads", -7);  // never none
+    m_centre.post("SiftwellPreferenceChangeNotification", {});
+    for (int left = 9; left > 0; --left) {
+        waitUntil([&] { return m_site.held() > 0; });
+        m_site.release();
+    }
+    finish();
+}
+
+TEST_F(DocumentRetrieverTest, RedirectsInPagesAreFollowedForSixHops) {
+    const auto refresh = [](const std::string& target) {
+        return html("<meta http-equiv=refresh content=\"0; url=" + target + "\">", "moved");
+    };
+    m_site.text("http://h/itself", refresh("http://h/itself"));
+    m_site.text("http://h/dir/itself", refresh("itself"));
+    m_site.text("http://h/dir/relative", refresh("../goal?x=1"));
+    m_site.text("http://h/goal?x=1", html("", "reached"));
+    m_site.text("http://h/script", html("<script>location.href = 'goal2';</script>", "old"));
+    m_site.text("http://h/goal2", html("", "scripted"));
+    for (int i = 0; i < 9; ++i) {
+        m_site.text("http://h/" + std::to_string(i), refresh("/" + std::to_string(i + 1)));
+    }
+    for (const char* page : {"itself", "dir/itself", "dir/relative", "script", "0"}) {
+        index(std::string("http://h/") + page);
+    }
+    EXPECT_THAT(find("moved"),
+                UnorderedElementsAre("http://h/itself", "http://h/dir/itself", "http://h/6"));
+    EXPECT_THAT(find("reached"), ElementsAre("http://h/goal?x=1"));
+    EXPECT_THAT(find("scripted"), ElementsAre("http://h/goal2"));
+    EXPECT_EQ(m_site.requests("http://h/itself"), 1);
+    EXPECT_EQ(m_site.requests("http://h/dir/itself"), 1);
+
+    m_settings->set("JavaScriptEnabled", false);
+    m_centre.post("SiftwellPreferenceChangeNotification", {});
+    m_site.text("http://h/script2", html("<script>location.href = 'goal3';</script>", "stayed"));
+    index("http://h/script2");
+    EXPECT_THAT(find("stayed"), ElementsAre("http://h/script2"));
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+}
+
+TEST_F(DocumentRetrieverTest, PagesOfTheWebDoNotLeadToFiles) {
+    const std::string secret = m_folder.write("secret.html", html("", "salary"));
+    const std::string address = Url::fromFilePath(secret).absoluteString();
+    m_site.text("http://h/redirect",
+                html("<meta http-equiv=refresh content=\"0; url=" + address + "\">", "bait"));
+    m_site.text("http://h/frames", html("", "<frameset><frame src=" + address + "></frameset>"));
+    index("http://h/redirect");
+    index("http://h/frames");
+    EXPECT_THAT(find("salary"), IsEmpty());
+    EXPECT_THAT(find("bait"), ElementsAre("http://h/redirect"));
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+    const std::string local =
+        m_folder.write("frames.html", html("", "<frameset><frame src=\"secret.html\"></frameset>"));
+    index(Url::fromFilePath(local).absoluteString());
+    EXPECT_THAT(find("salary"), ElementsAre(address));
+}
+
+TEST_F(DocumentRetrieverTest, FramesAreQueuedButNotTheFramesOfFrames) {
+    const auto frames = [](const std::string& first, const std::string& second) {
+        return html(
+            "", "<frameset><frame src=\"" + first + "\"><frame src=\"" + second + "\"></frameset>");
+    };
+    m_site.text("http://h/top", frames("inner", "moved"));
+    m_site.text("http://h/inner", frames("deep", "deeper") + "core");
+    m_site.text("http://h/moved", html("<meta http-equiv=refresh content=\"0; url=new\">", ""));
+    m_site.text("http://h/new", frames("again", "again2"));
+    queue("http://h/top", Date::fromReference(50), "Pages", "Title");
+    finish();
+    EXPECT_EQ(m_site.requests("http://h/inner"), 1);
+    EXPECT_EQ(m_site.requests("http://h/deep"), 0);
+    EXPECT_EQ(m_site.requests("http://h/again"), 1) << "a frame that redirects is a frame no more";
+    EXPECT_EQ(recordOf("http://h/inner")->date, Date::fromReference(50));
+    EXPECT_THAT(recordOf("http://h/inner")->title, testing::Not(HasSubstr("Title")));
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+}
+
+TEST_F(DocumentRetrieverTest, ASlowNameHoldsUpNobodyElse) {
+    class SlowNames : public OnlineNetwork {
+    public:
+        bool isHostReachable(const std::string& host) override {
+            if (host == "slow") answered.wait();
+            return host != "gone";
+        }
+        std::latch answered{1};
+    };
+    const auto names = std::make_shared<SlowNames>();
+    m_hosts = names;
+    for (const char* page : {"http://slow/1", "http://slow/2", "http://fast/1"}) {
+        m_site.page(page, {});
+        queue(page);
+    }
+    queue("http://gone/1");
+    waitUntil([&] { return m_site.requests("http://fast/1") == 1; });
+    waitUntil([&] { return retriever().finishedDocuments() == 2; });
+    EXPECT_THAT(takeReports(), ElementsAre("http://gone/1: Can't find the server gone ()"));
+    EXPECT_TRUE(retriever().downloadWaitingForSource("Pages"));
+    EXPECT_EQ(m_site.requests("http://slow/1"), 0);
+    names->answered.count_down();
+    finish();
+    EXPECT_EQ(find("words").size(), 3U);
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+}
+
+TEST_F(DocumentRetrieverTest, CancellingASourceLeavesTheOthers) {
+    m_settings->set("MaxDownloadThreads", 3);
+    for (const char* source : {"Keep", "Drop"}) {
+        for (int i = 0; i < 4; ++i) {
+            const std::string page = std::string("http://h/") + source + std::to_string(i);
+            m_site.page(page, {.isHeld = true});
+        }
+    }
+    queue("http://h/Keep0", std::nullopt, "Keep");
+    queue("http://h/Drop0", std::nullopt, "Drop");
+    queue("http://h/Drop1", std::nullopt, "Drop");
+    for (int i = 1; i < 4; ++i) {
+        queue("http://h/Keep" + std::to_string(i), std::nullopt, "Keep");
+        queue("http://h/Drop" + std::to_string(i + 1), std::nullopt, "Drop");
+    }
+    waitUntil([&] { return m_site.held() == 3; });
+    retriever().cancelDownloadsForSource("Drop", seconds(5));
+    EXPECT_FALSE(retriever().downloadWaitingForSource("Drop"));
+    EXPECT_FALSE(retriever().downloadInProgressForSource("Drop"));
+    EXPECT_TRUE(retriever().downloadInProgressForSource("Keep"));
+    EXPECT_THAT(takeReports(),
+                ElementsAre("http://h/Drop0: Failed to get content (Download cancelled.)",
+                            "http://h/Drop1: Failed to get content (Download cancelled.)"));
+    for (int i = 0; i < 4; ++i) {
+        waitUntil([&] { return m_site.held() > 0; });
+        m_site.release();
+    }
+    finish();
+    EXPECT_EQ(find("words").size(), 4U);
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+    index("http://h/Drop0");
+    EXPECT_EQ(m_site.requests("http://h/Drop0"), 1) << "a failed address until the restart";
+}
+
+TEST_F(DocumentRetrieverTest, WithIndexingOffDocumentsAreDropped) {
+    m_site.page("http://h/held", {.isHeld = true});
+    queue("http://h/held");
+    waitUntil([&] { return m_site.held() == 1; });
+    store().disableIndexing();
+    m_site.release();
+    index("http://h/other");
+    EXPECT_EQ(m_site.requests("http://h/other"), 0);
+    EXPECT_THAT(find("words"), IsEmpty());
+    EXPECT_THAT(takeReports(), IsEmpty());
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+}
+
+TEST_F(DocumentRetrieverTest, ObjectsOfCachesAreIndexedAtOnceWithTheirPath) {
+    const auto object = [](const std::string& address, const std::string& type,
+                           const std::string& bytes, std::optional<std::string> charset = {}) {
+        return CachedURLResponse{
+            .data = bytes,
+            .response = {
+                .url = url(address), .mimeType = type, .textEncodingName = std::move(charset)}};
+    };
+    const auto keep = [this](const CachedObject& kept, const std::string& path) {
+        store().addToPendingDocumentCount(1);
+        EXPECT_FALSE(retriever().indexEncodedObject(kept, Date::fromReference(9), "Cache",
+                                                    "SafariCache", path));
+    };
+    keep(object("http://h/a", "text/html", html("", "caf\xC3\xA9"), "utf-8"), "/cache/a");
+    keep(object("http://h/b", "text/html",
+                html("<meta http-equiv=x content=\"text/html; charset=utf-8\">", "th\xC3\xA9")),
+         "/cache/b");
+    keep(WebResource{.url = url("http://h/c"),
+                     .mimeType = "text/html",
+                     .textEncodingName = "Shift_JIS",
+                     .data = html("", "\x93\xFA\x96{")},
+         "/archive");
+    keep(object("http://h/d", "image/png", "words"), "/cache/d");
+    keep(object("http://h/e.jpg", "text/html", html("", "words")), "/cache/e");
+    keep(object("http://h/f", "text/html", "\xFF\xFE broken", "utf-8"), "/cache/f");
+    EXPECT_THAT(find("caf\xC3\xA9"), ElementsAre("http://h/a"));
+    EXPECT_THAT(find("th\xC3\xA9"), ElementsAre("http://h/b"));
+    EXPECT_THAT(find("\xE6\x97\xA5\xE6\x9C\xAC"), ElementsAre("http://h/c"));
+    EXPECT_EQ(recordOf("http://h/a")->cachePath, "/cache/a");
+    EXPECT_EQ(recordOf("http://h/c")->indexer, "SafariCache");
+    EXPECT_THAT(find("words"), IsEmpty());
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+    EXPECT_EQ(m_site.requests("http://h/a"), 0);
+}
+
+TEST_F(DocumentRetrieverTest, FilesAreReadOrGivenToTheirExtractor) {
+    m_settings->set("UseContentExtractors", true);
+    m_extractor.text = "text of the report";
+    store().applyPreferences();
+    const auto file = [this](const std::string& name, const std::string& bytes) {
+        return Url::fromFilePath(m_folder.write(name, bytes)).absoluteString();
+    };
+    const std::string latin = file("a.html", html("", "caf\xE9"));
+    const std::string marked = file("b.txt", "\xEF\xBB\xBFna\xC3\xAFve");
+    const std::string wide = file("c.txt", std::string("\xFF\xFEh\0i\0", 6));
+    const std::string report = file("d.pdf", "%PDF");
+    const std::string empty = file("e.html", "");
+    for (const std::string& each : {latin, marked, wide, report, empty}) index(each);
+    index("file:///nowhere/at-all.html");
+    EXPECT_THAT(find("caf\xC3\xA9"), ElementsAre(latin));
+    EXPECT_THAT(find("na\xC3\xAFve"), ElementsAre(marked));
+    EXPECT_THAT(find("hi"), ElementsAre(wide));
+    EXPECT_THAT(find("report"), ElementsAre(report));
+    EXPECT_THAT(takeReports(),
+                ElementsAre(HasSubstr("no further error information"), HasSubstr("-1100")));
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+}
+
+TEST_F(DocumentRetrieverTest, PagesInEveryCommonEncodingAreFoundByTheirWords) {
+    struct Page {
+        const char* charset;
+        std::string bytes;
+        std::string word;
+    };
+    const std::vector<Page> pages = {
+        {"utf-8",
+         "\xC3\xBC"
+         "bung",
+         "\xC3\xBC"
+         "bung"},
+        {"Shift_JIS", "\x93\xFA\x96\x7B\x8C\xEA", "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E"},
+        {"EUC-JP", "\xC6\xFC\xCB\xDC\xB8\xEC", "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E"},
+        {"EUC-KR", "\xC7\xD1\xB1\xB9\xBE\xEE", "\xED\x95\x9C\xEA\xB5\xAD\xEC\x96\xB4"},
+        {"GB18030", "\xD6\xD0\xCE\xC4\x81\x30\x84\x36", "\xE4\xB8\xAD\xE6\x96\x87"},
+        {"Big5", "\xA4\xA4\xA4\xE5", "\xE4\xB8\xAD\xE6\x96\x87"},
+        {"KOI8-R", "\xD0\xD2\xC9\xD7\xC5\xD4", "\xD0\xBF\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82"},
+        {"windows-1251", "\xEF\xF0\xE8\xE2\xE5\xF2",
+         "\xD0\xBF\xD1\x80\xD0\xB8\xD0\xB2\xD0\xB5\xD1\x82"},
+        {"windows-1252",
+         "\x9C"
+         "uvre",
+         "\xC5\x93uvre"},
+        {"windows-1253", "\xEA\xE1\xEB\xE7", "\xCE\xBA\xCE\xB1\xCE\xBB\xCE\xB7"},
+        {"windows-1255", "\xF9\xEC\xE5\xED", "\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D"},
+        {"ISO-8859-2",
+         "\xBE"
+         "ena",
+         "\xC5\xBE"
+         "ena"}};
+    const auto same = [](const std::string& charset) { return html("", "w " + charset); };
+    for (const Page& page : pages) {
+        const std::string name = std::string("http://h/") + page.charset;
+        m_site.page(name + "/header", {.charset = page.charset, .body = same(page.bytes)});
+        m_site.text(name + "/page",
+                    html(std::string("<meta http-equiv=t content=\"text/html; charset=") +
+                             page.charset + "\">",
+                         "w " + page.bytes));
+        // What the page says counts more than what the server says.
+        m_site.page(name + "/both",
+                    {.charset = "ISO-8859-1",
+                     .body = html(std::string("<meta http-equiv=t content=\"text/html; charset=") +
+                                      page.charset + "\">",
+                                  "w " + page.bytes)});
+        for (const char* way : {"/header", "/page", "/both"}) index(name + way);
+        const auto found = find(page.word);
+        for (const char* way : {"/header", "/page", "/both"}) {
+            EXPECT_THAT(found, testing::Contains(name + way)) << page.word;
+        }
+    }
+    const std::string ascii = same("wide");
+    for (const bool isBigEnd : {false, true}) {
+        std::string bytes = isBigEnd ? "\xFE\xFF" : "\xFF\xFE";
+        for (const char c : ascii) bytes += isBigEnd ? std::string{'\0', c} : std::string{c, '\0'};
+        m_site.page("http://h/utf-16", {.charset = "UTF-16", .body = bytes});
+        index("http://h/utf-16", Date::fromReference(isBigEnd ? 2 : 1));
+        EXPECT_THAT(find("wide"), ElementsAre("http://h/utf-16"));
+    }
+    m_site.text("http://h/undeclared", same("gar\xE7on"));
+    m_site.page("http://h/unknown", {.charset = "x-unheard-of", .body = same("gar\xE7on")});
+    index("http://h/undeclared");
+    index("http://h/unknown");
+    EXPECT_THAT(find("gar\xC3\xA7on"),
+                UnorderedElementsAre("http://h/undeclared", "http://h/unknown"));
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+}
+
+// Answers come from several threads, some pages lead on, sources are cancelled, indexing is
+// switched off and on: whatever happens, every document that was announced comes to an end.
+TEST_F(DocumentRetrieverTest, AfterAnyOutcomesNothingIsPending) {
+    class ThreadedSite : public URLLoader {
+    public:
+        explicit ThreadedSite(URLLoader& site) : m_site(site) {
+            for (int i = 0; i < 3; ++i) {
+                m_threads.emplace_back([this](const std::stop_token& stop) { run(stop); });
+            }
+        }
+        ~ThreadedSite() override {
+            for (std::jthread& thread : m_threads) thread.request_stop();
+            m_work.raise();
+        }
+        LoadID start(const URLRequest& request, std::shared_ptr<URLLoadClient> client) override {
+            MutexLock lock(m_mutex);
+            m_waiting.emplace_back(request, std::move(client));
+            m_work.raise();
+            return m_waiting.size();
+        }
+        void cancel(LoadID) override {}
+
+    private:
+        void run(const std::stop_token& stop) {
+            while (!stop.stop_requested()) {
+                std::optional<std::pair<URLRequest, std::shared_ptr<URLLoadClient>>> next;
+                {
+                    MutexLock lock(m_mutex);
+                    if (!m_waiting.empty()) {
+                        next = std::move(m_waiting.front());
+                        m_waiting.pop_front();
+                    }
+                }
+                if (next) m_site.start(next->first, next->second);
+                if (!next) m_work.wait(std::chrono::milliseconds(1));
+            }
+        }
+
+        URLLoader& m_site;
+        Mutex m_mutex;
+        WorkSignal m_work;
+        std::deque<std::pair<URLRequest, std::shared_ptr<URLLoadClient>>> m_waiting
+            SW_GUARDED_BY(m_mutex);
+        std::vector<std::jthread> m_threads;
+    };
+    class SomeNames : public OnlineNetwork {
+    public:
+        bool isHostReachable(const std::string& host) override { return host != "h3"; }
+    };
+    m_hosts = std::make_shared<SomeNames>();
+    ThreadedSite site(m_site);
+    m_retriever = std::make_unique<DocumentRetriever>(DocumentRetriever::Surroundings{
+        store(), m_notifier, m_centre, *m_settings, m_loop, m_clock, site, m_hosts, nullptr});
+    const std::string file = m_folder.write("f.html", html("", "words"));
+    fulltext::Random random(11);
+    const auto pick = [&random](int count) { return fulltext::pick(random, count); };
+    const auto somewhere = [&pick](int pages) {
+        return "http://h" + std::to_string(pick(5)) + "/" + std::to_string(pick(pages));
+    };
+    const int documents = shortOrLong(4000, 100'000);
+    for (int i = 0; i < documents; ++i) {
+        const std::string page = somewhere(documents);
+        Reply reply{.status = std::array{200, 200, 404, 403, 500, 401}[pick(6)]};
+        if (pick(8) == 0) reply.type = std::array{"image/png", "text/plain", "text/xml"}[pick(3)];
+        if (pick(9) == 0) reply.error = std::array{-1001, -1005, 47}[pick(3)];
+        if (pick(9) == 0) reply.body = "";
+        if (pick(9) == 0) reply.announced = 9 << 20;
+        if (pick(7) == 0) {
+            reply.body = html(
+                "<meta http-equiv=refresh content=\"0; url=" + somewhere(documents) + "\">", "");
+        }
+        if (pick(7) == 0) {
+            reply.body = html("", "<frame src=\"" + somewhere(documents) + "\"><frame src=\"" +
+                                      somewhere(documents) + "\">");
+        }
+        if (reply.type == "text/plain") reply.type = "text/html";  // the one that stays announced
+        m_site.page(page, reply);
+        const std::string source = "Source" + std::to_string(pick(4));
+        const std::string address = pick(10) == 0 ? Url::fromFilePath(file).absoluteString() : page;
+        queue(address, Date::fromReference(pick(100)), source);
+        if (pick(500) == 0) {
+            retriever().cancelDownloadsForSource(source, std::chrono::milliseconds(pick(3)));
+        }
+        if (pick(700) == 0) store().disableIndexing();
+        if (pick(200) == 0) store().enableIndexing();
+        if (pick(50) == 0) m_loop.drain();
+    }
+    store().enableIndexing();
+    finish();
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+    EXPECT_GT(find("words").size(), 100U);
+    EXPECT_GT(m_reports.size(), 500U);
+    m_retriever.reset();
+}
+
+TEST_F(DocumentRetrieverTest, EndingInTheMiddleOfWorkWaitsForNothing) {
+    for (int i = 0; i < 50; ++i) m_site.page("http://h/" + std::to_string(i), {.isHeld = true});
+    for (int i = 0; i < 50; ++i) queue("http://h/" + std::to_string(i));
+    waitUntil([&] { return m_site.held() == 5; });
+    m_retriever.reset();
+    EXPECT_EQ(m_site.held(), 0U);
+    EXPECT_EQ(m_site.cancelled(), 5U);
+}
+
+}  // namespace
+}  // namespace siftwell
