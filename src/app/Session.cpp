@@ -5,6 +5,7 @@
 #include "app/SettingsStartUp.h"
 #include "base/Files.h"
 #include "base/Translate.h"
+#include "retrieval/SecretServiceCredentials.h"
 
 namespace siftwell {
 
@@ -33,7 +34,7 @@ Session::Session(const Paths& paths, Purpose purpose, RunLoop& mainLoop)
       m_centre(mainLoop),
       m_notifier(m_centre, m_clock) {}
 
-Session::~Session() = default;
+Session::~Session() { stopExtracting(); }
 
 Result<std::unique_ptr<Session>> Session::open(const Paths& paths, Purpose purpose,
                                                RunLoop& mainLoop) {
@@ -79,10 +80,29 @@ IndexController& Session::indexes() {
         const bool isWriting = m_purpose == Purpose::Writing;
         m_indexes = std::make_unique<IndexController>(
             IndexController::Surroundings{m_paths, *m_settings, m_mainLoop, m_centre, m_notifier,
-                                          m_clock, m_network},
+                                          m_clock, *m_network, &m_extractor},
             isWriting ? IndexController::Access::ReadWrite : IndexController::Access::ReadOnly);
     }
     return *m_indexes;
+}
+
+DocumentRetriever& Session::retriever() {
+    if (m_retriever == nullptr) {
+        m_loader = std::make_unique<CurlLoader>();
+        m_retriever = std::make_unique<DocumentRetriever>(DocumentRetriever::Surroundings{
+            .indexes = indexes(),
+            .notifier = m_notifier,
+            .centre = m_centre,
+            .settings = *m_settings,
+            .mainLoop = m_mainLoop,
+            .clock = m_clock,
+            .network = *m_loader,
+            .reachability = m_network,
+            // Asked only while protected pages may be read at all.
+            .credentials = std::make_shared<SecretServiceCredentials>(
+                SecretServiceCredentials::Unlocking::MayAsk)});
+    }
+    return *m_retriever;
 }
 
 void Session::waitUntilIndexingIsEnabled() {
@@ -100,6 +120,8 @@ void Session::waitUntilIndexingIsEnabled() {
 }
 
 Status Session::close() {
+    stopExtracting();
+    m_retriever.reset();
     if (m_indexes != nullptr) m_indexes->closeIndex();
     m_mainLoop.turn(std::chrono::milliseconds(0));  // errors of closing are told
     return m_settings->save();

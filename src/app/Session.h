@@ -15,11 +15,15 @@
 #include "base/NetworkReachability.h"
 #include "base/NotificationCentre.h"
 #include "base/Paths.h"
+#include "base/Processes.h"
 #include "base/RunLoop.h"
 #include "base/SWNotifier.h"
 #include "base/Settings.h"
 #include "base/Status.h"
 #include "index/IndexController.h"
+#include "retrieval/CurlLoader.h"
+#include "retrieval/DocumentRetriever.h"
+#include "retrieval/ProgramExtractor.h"
 
 namespace siftwell {
 
@@ -45,10 +49,16 @@ public:
     // Loads the indexes at the first call; whoever wants to see errors of it observes before.
     IndexController& indexes();
 
+    // What loads pages, made at the first call.
+    DocumentRetriever& retriever();
+
     // Loads the indexes, serves the main loop until they are shown, and opens the gate.
     void waitUntilIndexingIsEnabled();
 
-    // Writes and lets go of everything. The first error.
+    // Ends what reads files for the index, so that whoever adds them can stop at once.
+    void stopExtracting() { m_extractor.stop(); }
+
+    // Ends what is under way, writes and lets go of everything. The first error.
     Status close();
 
 private:
@@ -61,13 +71,17 @@ private:
     const Purpose m_purpose;
     RunLoop& m_mainLoop;
     SystemClock m_clock;
-    RouteReachability m_network;
+    const std::shared_ptr<RouteReachability> m_network = std::make_shared<RouteReachability>();
     NotificationCentre m_centre;
     SWNotifier m_notifier;
+    SystemProcesses m_processes;
+    ProgramExtractor m_extractor{m_processes, m_notifier};
     std::optional<WriterLock> m_lock;
     std::unique_ptr<Settings> m_settings;
     std::optional<PrefsController> m_preferences;
     std::unique_ptr<IndexController> m_indexes;
+    std::unique_ptr<CurlLoader> m_loader;
+    std::unique_ptr<DocumentRetriever> m_retriever;
 };
 
 }  // namespace siftwell

@@ -157,9 +157,9 @@ void addSearch(CLI::App& program, Command& command) {
 
 void addAdd(CLI::App& program, Command& command) {
     CLI::App& add =
-        *program.add_subcommand("add", _("Put files and folders of pages into the index"));
+        *program.add_subcommand("add", _("Put pages, files and folders into the index"));
     const auto options = std::make_shared<AddOptions>();
-    addTexts(add, "PATH", options->paths, _("Files and folders"));
+    addTexts(add, "URL|PATH", options->paths, _("Addresses of pages, files and folders"));
     add.callback([options, &command] {
         command = [options](const CommandContext& context) { return runAdd(*options, context); };
     });
@@ -207,6 +207,7 @@ ExitStatus greet(const CommandContext& context) {
         _("Siftwell remembers the text of pages and finds them again by the words on them."));
     context.console.print("");
     context.console.print(_("  siftwell add FOLDER      put a folder of pages into the index"));
+    context.console.print(_("  siftwell add ADDRESS     put a page of the web into the index"));
     context.console.print(_("  siftwell search WORDS    find pages"));
     context.console.print(_("  siftwell status          show what is indexed"));
     context.console.print(_("  siftwell --help          all commands"));
