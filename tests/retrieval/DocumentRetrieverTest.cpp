@@ -100,9 +100,9 @@ TEST_F(DocumentRetrieverTest, OnlySoManyDownloadsRunAtOnceAndFilesPassThemBy) {
     EXPECT_TRUE(retriever().downloadWaitingForSource("Pages"));
     EXPECT_TRUE(retriever().downloadInProgressForSource("Pages"));
     EXPECT_FALSE(retriever().downloadInProgressForSource("Others"));
-    for (int left = 5; left > 0; --left) {
+    for (std::size_t left = 5; left > 0; --left) {
         m_site.release();
-        waitUntil([&] { return m_site.held() == std::min<std::size_t>(2, left - 1U); });
+        waitUntil([&] { return m_site.held() == std::min<std::size_t>(2, left - 1); });
     }
     finish();
     EXPECT_EQ(find("words").size(), 5U);
@@ -448,15 +448,18 @@ TEST_F(DocumentRetrieverTest, AfterAnyOutcomesNothingIsPending) {
     const std::string file = m_folder.write("f.html", html("", "words"));
     fulltext::Random random(11);
     const auto pick = [&random](int count) { return fulltext::pick(random, count); };
+    const auto oneOf = [&pick](const auto& values) {
+        return values[static_cast<std::size_t>(pick(static_cast<int>(values.size())))];
+    };
     const auto somewhere = [&pick](int pages) {
         return "http://h" + std::to_string(pick(5)) + "/" + std::to_string(pick(pages));
     };
     const int documents = shortOrLong(4000, 100'000);
     for (int i = 0; i < documents; ++i) {
         const std::string page = somewhere(documents);
-        Reply reply{.status = std::array{200, 200, 404, 403, 500, 401}[pick(6)]};
-        if (pick(8) == 0) reply.type = std::array{"image/png", "text/plain", "text/xml"}[pick(3)];
-        if (pick(9) == 0) reply.error = std::array{-1001, -1005, 47}[pick(3)];
+        Reply reply{.status = oneOf(std::array{200, 200, 404, 403, 500, 401})};
+        if (pick(8) == 0) reply.type = oneOf(std::array{"image/png", "text/plain", "text/xml"});
+        if (pick(9) == 0) reply.error = oneOf(std::array{-1001, -1005, 47});
         if (pick(9) == 0) reply.body = "";
         if (pick(9) == 0) reply.announced = 9 << 20;
         if (pick(7) == 0) {
