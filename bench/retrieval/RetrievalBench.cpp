@@ -109,12 +109,8 @@ public:
     double finish() {
         DocumentRetriever& retriever = m_session->retriever();
         const auto start = Clock::now();
-        m_loop->turnUntil(
-            [&retriever] {
-                return !retriever.downloadWaitingForSource(std::nullopt) &&
-                       !retriever.downloadInProgressForSource(std::nullopt);
-            },
-            std::chrono::hours(1));
+        m_loop->turnUntil([&retriever] { return !retriever.isAtWorkForSource(std::nullopt); },
+                          std::chrono::hours(1));
         return std::chrono::duration<double>(Clock::now() - start).count();
     }
     std::int64_t documents() { return m_session->indexes().documentCount(); }

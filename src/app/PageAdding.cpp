@@ -21,9 +21,7 @@ void PageAdding::start(const std::vector<Target>& targets) {
 }
 
 bool PageAdding::isDone() {
-    const bool isAtWork = m_retriever.downloadWaitingForSource(std::nullopt) ||
-                          m_retriever.downloadInProgressForSource(std::nullopt);
-    if (!isAtWork) return true;
+    if (!m_retriever.isAtWorkForSource(std::nullopt)) return true;
     const auto now = std::chrono::steady_clock::now();
     if (done() != m_lastDone) {
         m_lastDone = done();

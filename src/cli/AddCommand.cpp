@@ -2,6 +2,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <system_error>
 #include <thread>
 
@@ -133,12 +134,13 @@ public:
           m_additions(session.centre()),
           m_errorsBefore(errors.indexErrors()) {
         for (const int signal : {SIGINT, SIGTERM}) {
-            session.mainLoop().watchSignal(signal, [this] { m_isInterrupted = true; });
+            // The loop keeps the task for longer than this run lasts.
+            session.mainLoop().watchSignal(signal, [flag = m_isInterrupted] { *flag = true; });
         }
     }
 
     // Left off after SIGINT or SIGTERM, and when the index cannot take more.
-    bool isLeftOff() const { return m_isInterrupted || m_errors.indexErrors() > m_errorsBefore; }
+    bool isLeftOff() const { return *m_isInterrupted || m_errors.indexErrors() > m_errorsBefore; }
     std::uint64_t added() const { return m_additions.count(); }
 
     FileAdding::Progress addFiles(std::vector<FileAdding::Target> targets) {
@@ -210,7 +212,7 @@ private:
     Console& m_console;
     const AdditionCounter m_additions;
     const std::size_t m_errorsBefore;
-    bool m_isInterrupted = false;
+    const std::shared_ptr<bool> m_isInterrupted = std::make_shared<bool>(false);
     std::size_t m_refusedPages = 0;
 };
 

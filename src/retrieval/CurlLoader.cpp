@@ -145,7 +145,8 @@ private:
         set(CURLOPT_FOLLOWLOCATION, 1L);
         set(CURLOPT_MAXREDIRS, kMaxRedirects);
         set(CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_NONE));
-        set(CURLOPT_ACCEPT_ENCODING, "");  // all that can be decoded
+        set(CURLOPT_ACCEPT_ENCODING, "");           // all that can be decoded
+        set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);  // a proxy's head is not the page's
         set(CURLOPT_NOSIGNAL, 1L);
         set(CURLOPT_QUICK_EXIT, 1L);  // a resolver that hangs is left alone
         set(CURLOPT_CONNECTTIMEOUT_MS,
@@ -202,6 +203,11 @@ private:
             return false;
         }
         m_isBodyBegun = true;
+        // A little that was packed many times over unpacks for ever.
+        if (m_head.codings() > 1) {
+            finish(CURLE_BAD_CONTENT_ENCODING);
+            return false;
+        }
         if (!m_client->didReceiveResponse(response)) {
             m_isEnded = true;
         } else if (m_head.isChallenge() && !m_client->didReceiveAuthenticationChallenge()) {
@@ -213,7 +219,7 @@ private:
 
     std::size_t takeData(std::string_view bytes) {
         m_lastArrival = SteadyClock::now();
-        if (m_isEnded) return kAbort;
+        if (m_isEnded || !m_isBodyBegun) return kAbort;  // a body without a head is none
         switch (m_client->didReceiveData(bytes)) {
             case URLLoadClient::Appetite::More:
                 return bytes.size();

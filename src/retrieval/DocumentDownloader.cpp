@@ -51,27 +51,28 @@ DocumentDownloader::DocumentDownloader(Document document,
       m_request(requestFor(m_document.url)) {}
 
 void DocumentDownloader::run(std::span<const ProtectionSpace> spaces) {
-    if (m_authorization != 0 && isHttps(m_request.url) && !isAuthorized(spaces)) {
+    URLRequest request = m_request;
+    if (m_authorization != 0 && isHttps(request.url) && !authorize(request, spaces)) {
         return finish(_("Could not make a secure connection (authentication failed)."));
     }
-    const URLLoader::LoadID load = m_loader.start(m_request, shared_from_this());
+    const URLLoader::LoadID load = m_loader.start(request, shared_from_this());
     bool isEnded = false;
     {
         MutexLock lock(m_mutex);
         m_load = load;
         isEnded = m_isFinished;
     }
-    if (isEnded) m_loader.cancel(load);
+    if (isEnded && load != 0) m_loader.cancel(load);
 }
 
 // False when there is a stored password for the host that cannot be used.
-bool DocumentDownloader::isAuthorized(std::span<const ProtectionSpace> spaces) {
+bool DocumentDownloader::authorize(URLRequest& request, std::span<const ProtectionSpace> spaces) {
     for (const ProtectionSpace& space : spaces) {
-        const bool isOfHost = m_request.url.host() == space.host && space.protocol == "https";
+        const bool isOfHost = request.url.host() == space.host && space.protocol == "https";
         if (!isOfHost || space.users.empty()) continue;
         const auto& [user, password] = space.users.back();
         if (!password || !space.isSentInClear()) return false;
-        m_request.allHTTPHeaderFields["Authorization"] =
+        request.allHTTPHeaderFields["Authorization"] =
             "Basic " + base64Encode(user + ":" + password->text());
         return true;
     }

@@ -86,7 +86,7 @@ public:
     void didFinishLoading() override;
 
 private:
-    bool isAuthorized(std::span<const ProtectionSpace> spaces);
+    static bool authorize(URLRequest& request, std::span<const ProtectionSpace> spaces);
     std::optional<std::string> refusalOf(const URLResponse& response) const;
     std::optional<std::string> lackOf() const SW_REQUIRES(m_mutex);
     void finish(std::optional<std::string> error);
@@ -95,7 +95,7 @@ private:
     const std::shared_ptr<DownloadDelegate> m_delegate;
     URLLoader& m_loader;
     const int m_authorization;
-    URLRequest m_request;  // changed by run() alone
+    const URLRequest m_request;
     std::atomic<bool> m_isCancelled = false;
 
     mutable Mutex m_mutex;

@@ -36,11 +36,12 @@ bool DocumentQueue::isRecalled() const {
     return m_held && m_held->isRecalled;
 }
 
-void DocumentQueue::park(QueuedDocument document, const HostChecks::Question& until) {
+bool DocumentQueue::park(QueuedDocument document, const HostChecks::Question& until) {
     MutexLock lock(m_mutex);
-    ++m_parkedCount;
+    if (m_held && m_held->isRecalled) return false;
     m_held.reset();
     m_parked[until].push_back(std::move(document));
+    return true;
 }
 
 void DocumentQueue::unpark(const std::shared_ptr<const HostChecks::Answer>& answer) {
@@ -48,17 +49,11 @@ void DocumentQueue::unpark(const std::shared_ptr<const HostChecks::Answer>& answ
     const auto parked = m_parked.find(answer->question);
     if (parked == m_parked.end()) return;
     auto& documents = parked->second;
-    m_parkedCount -= documents.size();
     for (auto document = documents.rbegin(); document != documents.rend(); ++document) {
         document->host = answer;
         m_documents.push_front(std::move(*document));
     }
     m_parked.erase(parked);
-}
-
-std::size_t DocumentQueue::parked() const {
-    MutexLock lock(m_mutex);
-    return m_parkedCount;
 }
 
 bool DocumentQueue::isReady() const {
@@ -81,9 +76,7 @@ std::size_t DocumentQueue::remove(const std::optional<std::string>& source) {
         return true;
     };
     std::erase_if(m_documents, isMeant);
-    for (auto& [question, documents] : m_parked) {
-        m_parkedCount -= std::erase_if(documents, isMeant);
-    }
+    for (auto& [question, documents] : m_parked) std::erase_if(documents, isMeant);
     if (m_held && (!source || m_held->source == *source)) m_held->isRecalled = true;
     return removed;
 }

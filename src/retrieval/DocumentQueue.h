@@ -41,10 +41,9 @@ public:
     bool isRecalled() const;
 
     // The held document waits until the question about its host is answered; then it goes on before
-    // all others.
-    void park(QueuedDocument document, const HostChecks::Question& until);
+    // all others. False, and it is still held, when it was recalled.
+    bool park(QueuedDocument document, const HostChecks::Question& until);
     void unpark(const std::shared_ptr<const HostChecks::Answer>& answer);
-    std::size_t parked() const;
 
     bool isReady() const;  // whether pop() gives something
     // Whether documents of the source wait, or any when there is none.
@@ -63,7 +62,6 @@ private:
     mutable Mutex m_mutex;
     std::deque<QueuedDocument> m_documents SW_GUARDED_BY(m_mutex);
     std::map<HostChecks::Question, std::vector<QueuedDocument>> m_parked SW_GUARDED_BY(m_mutex);
-    std::size_t m_parkedCount SW_GUARDED_BY(m_mutex) = 0;
     std::optional<Held> m_held SW_GUARDED_BY(m_mutex);
     // Documents by their source, so that asking about one costs the same however many there are.
     std::map<std::string, std::size_t> m_counts SW_GUARDED_BY(m_mutex);

@@ -16,13 +16,20 @@ namespace {
 constexpr std::chrono::milliseconds kTurn(500);
 constexpr std::chrono::milliseconds kPoll(200);
 constexpr std::int64_t kMostDownloads = 100;
-constexpr std::size_t kMostParked = 100;
 // A host that was asked about a moment ago is where it was.
 constexpr std::chrono::seconds kHostMemory(20);
 constexpr std::size_t kMostHosts = 1000;
 
 // The visit's date, when it can be one.
 Date plausible(Date date, Date now) { return date > now || date < Date::fromUnix(0) ? now : date; }
+
+// Passwords are forgotten with the documents that they were asked for.
+bool mayBeRemembered(const HostChecks::Answer& answer) {
+    return std::none_of(answer.spaces.begin(), answer.spaces.end(), [](const auto& space) {
+        return std::any_of(space.users.begin(), space.users.end(),
+                           [](const Credential& user) { return user.password.has_value(); });
+    });
+}
 
 }  // namespace
 
@@ -34,7 +41,8 @@ DocumentRetriever::DocumentRetriever(const Surroundings& surroundings)
       m_observation(surroundings.centre.observe("SiftwellPreferenceChangeNotification",
                                                 [this](const auto&) { applyPreferences(); })),
       m_hostChecks(surroundings.reachability, surroundings.credentials, m_signal),
-      m_extractions([this](const QueuedDocument& document) { extract(document); }) {
+      m_extractions([this](const QueuedDocument& document) { extract(document); },
+                    [this] { noteEnd(); }) {
     applyPreferences();
     m_thread = std::jthread([this](const std::stop_token& stop) { run(stop); });
 }
@@ -81,32 +89,46 @@ bool DocumentRetriever::downloadInProgressForSource(
     return m_downloads->hasAny(source) || m_extractions.hasAny(source);
 }
 
-bool DocumentRetriever::waitForDownloadsForSource(const std::optional<std::string>& source,
-                                                  std::chrono::milliseconds timeout) {
+bool DocumentRetriever::isAtWorkForSource(const std::optional<std::string>& source) const {
+    while (true) {
+        const std::uint64_t moves = m_moves;
+        if (downloadWaitingForSource(source) || downloadInProgressForSource(source)) return true;
+        if (moves == m_moves) return false;
+    }
+}
+
+template <typename IsDone>
+bool DocumentRetriever::waitUntil(IsDone isDone, std::chrono::milliseconds timeout) {
     const auto end = std::chrono::steady_clock::now() + timeout;
-    while (downloadWaitingForSource(source) || downloadInProgressForSource(source)) {
+    while (true) {
+        const std::uint64_t finished = m_finishedDocuments;
+        if (isDone()) return true;
         const auto now = std::chrono::steady_clock::now();
         if (now >= end) return false;
         MutexLock lock(m_mutex);
-        m_ended.waitUntil(m_mutex, std::min(now + kPoll, end));
+        if (finished == m_finishedDocuments) m_ended.waitUntil(m_mutex, std::min(now + kPoll, end));
     }
-    return true;
+}
+
+bool DocumentRetriever::waitForDownloadsForSource(const std::optional<std::string>& source,
+                                                  std::chrono::milliseconds timeout) {
+    return waitUntil([&] { return !isAtWorkForSource(source); }, timeout);
 }
 
 void DocumentRetriever::cancelDownloadsForSource(const std::optional<std::string>& source,
                                                  std::chrono::milliseconds afterWaiting) {
     for (std::size_t left = m_queue.remove(source); left > 0; --left) drop();
-    for (std::size_t left = m_extractions.remove(source); left > 0; --left) drop();
+    dropExtractions(source);
     for (const Downloader& downloader : m_downloads->claim(source)) {
         downloader->cancel();
         end(downloader);
     }
     m_signal->raise();
-    const auto end = std::chrono::steady_clock::now() + afterWaiting;
-    while (downloadInProgressForSource(source) && std::chrono::steady_clock::now() < end) {
-        MutexLock lock(m_mutex);
-        m_ended.waitUntil(m_mutex, std::min(std::chrono::steady_clock::now() + kPoll, end));
-    }
+    waitUntil([&] { return !downloadInProgressForSource(source); }, afterWaiting);
+}
+
+void DocumentRetriever::dropExtractions(const std::optional<std::string>& source) {
+    for (std::size_t left = m_extractions.remove(source); left > 0; --left) drop();
 }
 
 void DocumentRetriever::drop() {
@@ -134,15 +156,14 @@ void DocumentRetriever::takeHostAnswers() {
     for (HostChecks::Answer& given : m_hostChecks.takeAnswers()) {
         const auto answer = std::make_shared<const HostChecks::Answer>(std::move(given));
         m_queue.unpark(answer);
-        // Passwords are forgotten with their documents.
-        if (answer->question.wantsCredentials) continue;
+        if (!mayBeRemembered(*answer)) continue;
         if (m_hosts.size() >= kMostHosts) m_hosts.clear();
-        m_hosts[answer->question.host] = {answer, std::chrono::steady_clock::now()};
+        m_hosts[answer->question] = {answer, std::chrono::steady_clock::now()};
     }
 }
 
 bool DocumentRetriever::hasRoomForDownload() const {
-    return m_downloads->size() < m_maxDownloadThreads && m_queue.parked() < kMostParked;
+    return m_downloads->size() < m_maxDownloadThreads;
 }
 
 void DocumentRetriever::processDocumentQueue(const std::stop_token& stop) {
@@ -162,8 +183,10 @@ void DocumentRetriever::process(QueuedDocument document) {
     } catch (const std::exception& error) {
         writeLog(filledIn("DocumentRetriever caught error %@", error.what()));
     }
-    if (fate == Fate::Dropped) drop();
+    if (fate == Fate::Dropped) m_indexes.addToPendingDocumentCount(-1);
+    ++m_moves;
     m_queue.release();
+    if (fate == Fate::Dropped) noteEnd();
 }
 
 DocumentRetriever::Fate DocumentRetriever::begin(QueuedDocument document) {
@@ -183,17 +206,16 @@ bool DocumentRetriever::isRefused(const QueuedDocument& document) const {
 }
 
 DocumentRetriever::Fate DocumentRetriever::beginWebDocument(QueuedDocument document) {
-    const std::string host = document.url.host().value_or("");
-    if (!host.empty()) {
-        findOutAboutHost(document);
+    const HostChecks::Question question = questionAbout(document);
+    if (!question.host.empty()) {
+        if (document.host == nullptr) document.host = rememberedAnswer(question);
         if (document.host == nullptr) {
-            const HostChecks::Question question{host, wantsCredentials(document)};
-            m_queue.park(std::move(document), question);
+            if (!m_queue.park(std::move(document), question)) return Fate::Dropped;
             m_hostChecks.ask(question);
             return Fate::PassedOn;
         }
         if (!document.host->isReachable) {
-            m_notifier.reportError(filledIn(_("Can't find the server %@"), host), 5,
+            m_notifier.reportError(filledIn(_("Can't find the server %@"), question.host), 5,
                                    document.url.absoluteString(), "");
             m_indexes.addFailedURL(document.url);
             return Fate::Dropped;
@@ -204,26 +226,29 @@ DocumentRetriever::Fate DocumentRetriever::beginWebDocument(QueuedDocument docum
     return startDownload(std::move(document));
 }
 
-// From memory, when it was asked a moment ago.
-void DocumentRetriever::findOutAboutHost(QueuedDocument& document) {
-    if (document.host != nullptr || wantsCredentials(document)) return;
-    const auto known = m_hosts.find(*document.url.host());
-    if (known == m_hosts.end()) return;
-    if (std::chrono::steady_clock::now() - known->second.since < kHostMemory) {
-        document.host = known->second.answer;
-    } else {
-        m_hosts.erase(known);
-    }
+HostChecks::Question DocumentRetriever::questionAbout(const QueuedDocument& document) const {
+    return {.host = document.url.host().value_or(""),
+            .wantsCredentials = m_authorizationBehavior != 0 && document.url.scheme() == "https"};
 }
 
-bool DocumentRetriever::wantsCredentials(const QueuedDocument& document) const {
-    return m_authorizationBehavior != 0 && document.url.scheme() == "https";
+// Of a question that was asked a moment ago.
+std::shared_ptr<const HostChecks::Answer> DocumentRetriever::rememberedAnswer(
+    const HostChecks::Question& question) {
+    const auto known = m_hosts.find(question);
+    if (known == m_hosts.end()) return nullptr;
+    if (std::chrono::steady_clock::now() - known->second.since < kHostMemory) {
+        return known->second.answer;
+    }
+    m_hosts.erase(known);
+    return nullptr;
 }
 
 DocumentRetriever::Fate DocumentRetriever::beginFile(QueuedDocument document) {
     m_notifier.reportProgressIn(document.source, document.url.absoluteString());
     if (m_indexes.extractorNeededForURL(document.url)) {
+        const std::string source = document.source;
         m_extractions.push(std::move(document));
+        if (m_queue.isRecalled()) dropExtractions(source);
         return Fate::PassedOn;
     }
     const GateHold hold(m_fileLoad);
@@ -246,8 +271,13 @@ DocumentRetriever::Fate DocumentRetriever::startDownload(QueuedDocument document
     if (m_queue.isRecalled()) {
         // Its source was cancelled between the queue and here.
         downloader->cancel();
-    } else {
+        return Fate::PassedOn;
+    }
+    try {
         downloader->run(host == nullptr ? std::span<const ProtectionSpace>() : host->spaces);
+    } catch (const std::exception& error) {
+        writeLog(filledIn("DocumentRetriever caught error %@", error.what()));
+        downloader->cancel();
     }
     return Fate::PassedOn;
 }
@@ -269,7 +299,6 @@ void DocumentRetriever::extract(const QueuedDocument& document) {
         m_indexes.addToPendingDocumentCount(-1);
     }
     m_notifier.reportProgressDoneIn(document.source, address);
-    noteEnd();
 }
 
 bool DocumentRetriever::indexEncodedObject(const CachedObject& object, std::optional<Date> date,
@@ -294,19 +323,25 @@ bool DocumentRetriever::indexEncodedObject(const CachedObject& object, std::opti
     }
     const std::string address = parts.url.absoluteString();
     m_notifier.reportProgressIn(source, address);
-    std::optional<std::string> text;
-    {
-        const GateHold hold(m_fileLoad);
-        text = decodeCachedObject(parts.data, parts.encoding);
+    bool isAdded = false;
+    try {
+        std::optional<std::string> text;
+        {
+            const GateHold hold(m_fileLoad);
+            text = decodeCachedObject(parts.data, parts.encoding);
+        }
+        isAdded = m_indexes.parseAndAddContent({.content = std::move(text).value_or(""),
+                                                .url = parts.url,
+                                                .date = date,
+                                                .title = std::nullopt,
+                                                .cachePath = objectPath,
+                                                .source = source,
+                                                .indexer = indexer,
+                                                .mimeType = parts.mimeType});
+    } catch (const std::exception& error) {
+        writeLog(filledIn("DocumentRetriever caught error %@", error.what()));
+        m_indexes.addToPendingDocumentCount(-1);
     }
-    const bool isAdded = m_indexes.parseAndAddContent({.content = std::move(text).value_or(""),
-                                                       .url = parts.url,
-                                                       .date = date,
-                                                       .title = std::nullopt,
-                                                       .cachePath = objectPath,
-                                                       .source = source,
-                                                       .indexer = indexer,
-                                                       .mimeType = parts.mimeType});
     m_notifier.reportProgressDoneIn(source, address);
     noteEnd();
     return isAdded;

@@ -72,6 +72,10 @@ public:
     // under way that were not cancelled.
     bool downloadWaitingForSource(const std::optional<std::string>& source) const;
     bool downloadInProgressForSource(const std::optional<std::string>& source) const;
+    // Either of both, though a document moves from one to the other meanwhile.
+    bool isAtWorkForSource(const std::optional<std::string>& source) const;
+
+    // These two wait, and so are not for the main thread while it has a loop to serve.
 
     // Until nothing of the source is queued or under way, or the time is over; whether all is done.
     bool waitForDownloadsForSource(const std::optional<std::string>& source,
@@ -91,6 +95,9 @@ private:
 
     void push(QueuedDocument document);
     void drop();  // takes a document back from the pending ones
+    void dropExtractions(const std::optional<std::string>& source);
+    template <typename IsDone>
+    bool waitUntil(IsDone isDone, std::chrono::milliseconds timeout);
     void noteEnd();
 
     // ---- The download thread
@@ -106,8 +113,9 @@ private:
     Fate beginFile(QueuedDocument document);
     Fate startDownload(QueuedDocument document);
     bool isRefused(const QueuedDocument& document) const;
-    void findOutAboutHost(QueuedDocument& document);
-    bool wantsCredentials(const QueuedDocument& document) const;
+    HostChecks::Question questionAbout(const QueuedDocument& document) const;
+    std::shared_ptr<const HostChecks::Answer> rememberedAnswer(
+        const HostChecks::Question& question);
 
     // ---- The ends of downloads
     void finishDownloads();
@@ -140,14 +148,15 @@ private:
     std::atomic<int> m_authorizationBehavior = 0;
     std::atomic<bool> m_isJavaScriptEnabled = true;
     std::atomic<std::uint64_t> m_finishedDocuments = 0;
+    std::atomic<std::uint64_t> m_moves = 0;  // counted before a document leaves where it was
 
     mutable Mutex m_mutex;
     Condition m_ended;  // a document came to its end
     std::unordered_set<std::string> m_blockedURLs SW_GUARDED_BY(m_mutex);
 
     NotificationCentre::Observation m_observation;
-    HostChecks m_hostChecks;                    // download thread
-    std::map<std::string, HostMemory> m_hosts;  // download thread; by name
+    HostChecks m_hostChecks;                             // download thread
+    std::map<HostChecks::Question, HostMemory> m_hosts;  // download thread
     Extractions m_extractions;
     std::jthread m_thread;
 };

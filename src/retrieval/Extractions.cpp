@@ -7,8 +7,11 @@
 
 namespace siftwell {
 
-Extractions::Extractions(std::function<void(const QueuedDocument&)> extract)
-    : m_extract(std::move(extract)), m_thread([this](const std::stop_token& stop) { run(stop); }) {}
+Extractions::Extractions(std::function<void(const QueuedDocument&)> extract,
+                         std::function<void()> ended)
+    : m_extract(std::move(extract)),
+      m_ended(std::move(ended)),
+      m_thread([this](const std::stop_token& stop) { run(stop); }) {}
 
 Extractions::~Extractions() {
     m_thread.request_stop();
@@ -45,12 +48,16 @@ void Extractions::run(const std::stop_token& stop) {
     nameThisThread("extractor");
     for (QueuedDocument document{.url = Url::fromFilePath("/")}; waitForNext(document, stop);) {
         m_extract(document);
+        {
+            MutexLock lock(m_mutex);
+            m_current.reset();
+        }
+        m_ended();
     }
 }
 
 bool Extractions::waitForNext(QueuedDocument& document, const std::stop_token& stop) {
     MutexLock lock(m_mutex);
-    m_current.reset();
     while (m_documents.empty() && !stop.stop_requested()) m_changed.wait(m_mutex);
     if (stop.stop_requested()) return false;
     document = std::move(m_documents.front());

@@ -17,8 +17,9 @@ namespace siftwell {
 
 class Extractions {
 public:
-    // `extract` has one document after the other, on the thread.
-    explicit Extractions(std::function<void(const QueuedDocument&)> extract);
+    // `extract` has one document after the other, on the thread; `ended` is called when it no
+    // longer counts as under way.
+    Extractions(std::function<void(const QueuedDocument&)> extract, std::function<void()> ended);
     // Waits for the one that is under way.
     ~Extractions();
 
@@ -33,6 +34,7 @@ private:
     bool waitForNext(QueuedDocument& document, const std::stop_token& stop);
 
     const std::function<void(const QueuedDocument&)> m_extract;
+    const std::function<void()> m_ended;
     mutable Mutex m_mutex;
     Condition m_changed;
     std::deque<QueuedDocument> m_documents SW_GUARDED_BY(m_mutex);

@@ -9,6 +9,7 @@
 #include "base/Translate.h"
 #include "retrieval/DocumentRetriever.h"
 #include "retrieval/HttpStatusText.h"
+#include "text/Ascii.h"
 #include "text/Encodings.h"
 #include "text/HtmlQueries.h"
 
@@ -17,6 +18,7 @@ namespace siftwell {
 namespace {
 
 constexpr int kMostRedirects = 5;
+constexpr std::size_t kLongestAddress = 8192;
 constexpr std::chrono::seconds kReleaseDelay(30);
 
 // Statuses after which the address is not asked for again.
@@ -24,9 +26,17 @@ bool isBlocking(int status) {
     return status == 401 || status == 403 || status == 407 || status == 410;
 }
 
+// Pages lead on for so many hops, and with addresses that somebody may have meant.
+bool mayLeadOn(const DocumentDownloader::Document& document) {
+    return document.redirectCount <= kMostRedirects &&
+           document.url.absoluteString().size() <= kLongestAddress;
+}
+
 // What a page of the web says leads into the web alone, and not into this computer's files.
 bool mayLeadTo(const Url& from, const Url& to) {
-    return from.isFile() || to.scheme() == "http" || to.scheme() == "https";
+    const std::string scheme = lowerCasedAscii(to.scheme());
+    return to.absoluteString().size() <= kLongestAddress &&
+           (from.isFile() || scheme == "http" || scheme == "https");
 }
 
 std::string nameOf(const DocumentDownloader& downloader) {
@@ -40,10 +50,8 @@ std::string nameOf(const DocumentDownloader& downloader) {
 }  // namespace
 
 void DocumentRetriever::finishDownloads() {
-    while (const Downloader downloader = m_downloads->takeFinished()) {
-        if (m_downloads->takeNewRoom()) m_loader.resume();
-        end(downloader);
-    }
+    while (const Downloader downloader = m_downloads->takeFinished()) end(downloader);
+    if (m_downloads->takeNewRoom()) m_loader.resume();
 }
 
 void DocumentRetriever::end(const Downloader& downloader) {
@@ -60,6 +68,7 @@ void DocumentRetriever::end(const Downloader& downloader) {
     }
     m_notifier.reportProgressDoneIn(document.source, document.url.absoluteString());
     if (fate == Fate::Dropped) m_indexes.addToPendingDocumentCount(-1);
+    ++m_moves;
     m_downloads->remove(downloader);
     releaseAfterDelay(downloader);
     m_signal->raise();
@@ -75,15 +84,14 @@ DocumentRetriever::Fate DocumentRetriever::finish(DocumentDownloader& downloader
         return Fate::Dropped;
     }
     if (!m_indexes.indexingEnabled()) return Fate::Dropped;
-    const bool isMarkup = isHTML(*text);
-    if (isMarkup) {
+    std::vector<Url> frames;
+    if (isHTML(*text) && mayLeadOn(document)) {
         if (const auto target = redirectIn(*text, downloader)) {
             queueRedirect(*target, downloader);
             return Fate::PassedOn;
         }
+        if (document.parseFrames) frames = HTMLFramesForURL(*text, document.url);
     }
-    std::vector<Url> frames;
-    if (isMarkup && document.parseFrames) frames = HTMLFramesForURL(*text, document.url);
     m_indexes.parseAndAddContent({.content = *std::move(text),
                                   .url = document.url,
                                   .date = document.date,
@@ -92,14 +100,17 @@ DocumentRetriever::Fate DocumentRetriever::finish(DocumentDownloader& downloader
                                   .source = document.source,
                                   .indexer = document.indexer,
                                   .mimeType = response.mimeType});
-    queueFrames(frames, downloader);
+    try {
+        queueFrames(frames, downloader);
+    } catch (const std::exception& error) {  // the page itself is in
+        writeLog(filledIn("DocumentRetriever caught error %@", error.what()));
+    }
     return Fate::PassedOn;
 }
 
 std::optional<Url> DocumentRetriever::redirectIn(const std::string& text,
                                                  const DocumentDownloader& from) const {
     const Url& page = from.document().url;
-    if (from.document().redirectCount > kMostRedirects) return std::nullopt;
     auto target = HTMLRedirectURL(text, m_isJavaScriptEnabled);
     if (target && !target->hasScheme()) target = page.resolved(target->absoluteString());
     if (!target || *target == page || !mayLeadTo(page, *target)) return std::nullopt;

@@ -1,14 +1,14 @@
 // HostChecks asks whether hosts can be reached, and what passwords are stored for them, beside
 // everything else: a name that nobody answers for holds up nobody but its own documents.
 //
-// Threads: one uses it; the questions are asked on threads of its own, at most eight. A question
-// that is not answered within five seconds (and as many again for passwords) counts as answered
-// with no, and its thread is left.
+// Threads: one uses it; the questions are asked on threads of its own, eight at a time. A name that
+// is not answered for within the patience counts as unreachable, and passwords that are not had
+// within it as none; the thread is left to itself then, and another takes its place.
 #pragma once
 
 #include <chrono>
-#include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -34,7 +34,8 @@ public:
 
     // The signal is raised when an answer has come. The credential store may be null.
     HostChecks(std::shared_ptr<NetworkReachability> network,
-               std::shared_ptr<CredentialStore> credentials, std::shared_ptr<WorkSignal> signal);
+               std::shared_ptr<CredentialStore> credentials, std::shared_ptr<WorkSignal> signal,
+               std::chrono::milliseconds patience = std::chrono::seconds(5));
     // Does not wait for questions under way.
     ~HostChecks();
 
@@ -44,16 +45,16 @@ public:
     // What was answered since the last call, or was to be by now.
     std::vector<Answer> takeAnswers();
 
-    bool isAsking() const { return !m_open.empty(); }
-
 private:
     struct Desk;
-    using Time = std::chrono::steady_clock::time_point;
+    struct Call;
 
+    void startThreads();
     static void answerAll(const std::shared_ptr<Desk>& desk);
 
+    const std::chrono::milliseconds m_patience;
     const std::shared_ptr<Desk> m_desk;  // shared with threads that may outlive this
-    std::map<Question, Time> m_open;     // when they were asked
+    std::set<Question> m_open;
 };
 
 }  // namespace siftwell

@@ -29,6 +29,18 @@ std::string_view unquoted(std::string_view value) {
     return value.substr(0, value.find('"'));
 }
 
+// Those that change the bytes.
+int countOfCodings(std::string_view list) {
+    int count = 0;
+    while (!list.empty()) {
+        const std::size_t comma = std::min(list.find(','), list.size());
+        const std::string coding = lowerCasedAscii(trimmed(list.substr(0, comma)));
+        if (!coding.empty() && coding != "identity" && coding != "chunked") ++count;
+        list.remove_prefix(std::min(comma + 1, list.size()));
+    }
+    return count;
+}
+
 }  // namespace
 
 ContentType parseContentType(std::string_view value) {
@@ -72,7 +84,10 @@ void HttpResponseHead::begin(std::string_view statusLine) {
 
 void HttpResponseHead::addField(std::string_view name, std::string_view value) {
     const std::string field = lowerCasedAscii(name);
-    if (field == "location") m_hasLocation = true;
+    if (field == "location") m_hasLocation = !value.empty();
+    if (field == "content-encoding" || field == "transfer-encoding") {
+        m_codings += countOfCodings(value);
+    }
     if (field == "www-authenticate" || field == "proxy-authenticate") m_hasChallenge = true;
     if (field == "content-length") m_length = numberIn<std::int64_t>(value);
     if (field == "content-type") m_contentType = value;

@@ -19,6 +19,8 @@ public:
     int status() const { return m_status; }
     bool isInterim() const { return m_status < 200; }
     bool isRedirect() const { return m_status >= 300 && m_status < 400 && m_hasLocation; }
+    // How many times the body was encoded, one after the other.
+    int codings() const { return m_codings; }
     // Whether the server, or a proxy, wants to know who is there.
     bool isChallenge() const { return (m_status == 401 || m_status == 407) && m_hasChallenge; }
 
@@ -31,6 +33,7 @@ private:
     int m_status = 0;
     bool m_hasLocation = false;
     bool m_hasChallenge = false;
+    int m_codings = 0;
     std::optional<std::int64_t> m_length;
     std::string m_contentType;
 };

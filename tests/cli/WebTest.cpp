@@ -106,15 +106,19 @@ TEST_F(WebTest, ManyPagesComeFromFewConnectionsAtOnce) {
 }
 
 TEST_F(WebTest, AnAddThatIsAskedToEndKeepsWhatItHas) {
-    RawSite silent([&silent](int, const std::string&) {
+    std::atomic<bool> isAskedFor = false;
+    RawSite silent([&](int, const std::string&) {
+        isAskedFor = true;
         while (!silent.isEnding()) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     });
-    const pid_t add = startSiftwell({"add", m_site.address("/tea.html"), silent.address("/")});
-    while (m_site.requests("/tea.html") == 0 && !hasEnded(add)) std::this_thread::yield();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    // The frame is asked for when the page around it is in.
+    m_site.page("/around",
+                {.body = html("", "a calm frame <frame src=" + silent.address("/") + ">")});
+    const pid_t add = startSiftwell({"add", m_site.address("/around")});
+    while (!isAskedFor && !hasEnded(add)) std::this_thread::yield();
     kill(add, SIGINT);
     EXPECT_EQ(wait(add), 3);
-    EXPECT_THAT(pathsFor("calm"), ElementsAre("/tea.html"));
+    EXPECT_THAT(pathsFor("calm"), ElementsAre("/around"));
     EXPECT_THAT(m_home.read("err.started"), HasSubstr("Left off."));
 }
 

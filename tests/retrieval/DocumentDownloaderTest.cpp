@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "FakeSite.h"
+#include "retrieval/DownloadSet.h"
 #include "retrieval/RSSFeedProtocol.h"
 
 namespace siftwell {
@@ -137,6 +138,30 @@ TEST_F(DocumentDownloaderTest, ACancelledOneReportsOnceAndGivesUpItsBytes) {
     EXPECT_THAT(m_ends->codes, ElementsAre(0)) << "its end had been told";
     EXPECT_EQ(m_downloader->error(), "Download cancelled.");
     EXPECT_EQ(m_downloader->takeData(), "");
+}
+
+// Two sources have so many finished bytes that nobody may load on; one of them is cancelled.
+TEST_F(DocumentDownloaderTest, RoomThatACancelMakesIsNoticed) {
+    DownloadSet set(std::make_shared<WorkSignal>());
+    const auto delegate = std::shared_ptr<DownloadDelegate>(&set, [](auto*) {});
+    m_site.page("http://h/p", {.body = std::string(33 << 20, 'x'), .isAnnounced = false});
+    for (const char* source : {"Kept", "Dropped"}) {
+        EXPECT_TRUE(set.hasRoomForData());
+        const auto downloader = std::make_shared<DocumentDownloader>(
+            DocumentDownloader::Document{.url = *Url::parse("http://h/p"), .source = source},
+            delegate, m_site, 0);
+        set.add(downloader);
+        downloader->run({});
+    }
+    EXPECT_FALSE(set.hasRoomForData());
+    EXPECT_FALSE(set.takeNewRoom());
+    for (const auto& claimed : set.claim("Dropped")) claimed->cancel();
+    EXPECT_TRUE(set.takeNewRoom());
+    EXPECT_FALSE(set.takeNewRoom()) << "it was taken";
+    EXPECT_TRUE(set.hasAny("Kept"));
+    EXPECT_FALSE(set.hasAny("Dropped"));
+    EXPECT_EQ(set.takeFinished()->document().source, "Kept");
+    EXPECT_EQ(set.takeFinished(), nullptr);
 }
 
 TEST_F(DocumentDownloaderTest, PasswordsAreSentOverHttpsToTheirHostAndOnlyWhenAllowed) {

@@ -92,7 +92,7 @@ TEST_F(DocumentRetrieverTest, ImpossibleDatesCountAsNow) {
     EXPECT_EQ(recordOf("http://h/new")->date, m_clock.now());
 }
 
-TEST_F(DocumentRetrieverTest, OnlySoManyDownloadsRunAtOnceAndFilesPassThemBy) {
+TEST_F(DocumentRetrieverTest, OnlySoManyDownloadsRunAtOnce) {
     m_settings->set("MaxDownloadThreads", 2);
     for (int i = 0; i < 5; ++i) m_site.page("http://h/" + std::to_string(i), {.isHeld = true});
     for (int i = 0; i < 5; ++i) queue("http://h/" + std::to_string(i));
@@ -173,6 +173,84 @@ TEST_F(DocumentRetrieverTest, PagesOfTheWebDoNotLeadToFiles) {
     EXPECT_THAT(find("salary"), ElementsAre(address));
 }
 
+TEST_F(DocumentRetrieverTest, NoPageCanMakeWorkWithoutEnd) {
+    const std::string longName(9000, 'x');
+    std::string frames;
+    for (int i = 0; i < 50; ++i) frames += "<frame src=?" + std::to_string(i) + ">";
+    m_site.text("http://h/long",
+                html("<meta http-equiv=refresh content=\"0; url=/" + longName + "\">", "too far"));
+    m_site.text("http://h/" + longName, html("", "endless" + frames));
+    m_site.text("http://h/named", html("", "named <frame src=" + longName + ">"));
+    for (const std::string& page : {std::string("long"), longName, std::string("named")}) {
+        index("http://h/" + page);
+    }
+    EXPECT_THAT(find("too far"), ElementsAre("http://h/long"));
+    EXPECT_THAT(find("endless"), ElementsAre("http://h/" + longName));
+    EXPECT_EQ(m_site.requests("http://h/" + longName + "?1"), 0);
+    EXPECT_EQ(retriever().finishedDocuments(), 3U);
+
+    // Frames that redirect to pages with frames, and so on.
+    for (int i = 0; i < 20; ++i) {
+        const std::string next = std::to_string(i + 1);
+        m_site.text("http://h/f" + std::to_string(i), html("", "<frame src=r" + next + ">"));
+        m_site.text("http://h/r" + next,
+                    html("<meta http-equiv=refresh content=\"0; url=f" + next + "\">", ""));
+    }
+    index("http://h/f0");
+    EXPECT_EQ(m_site.requests("http://h/f3"), 1);
+    EXPECT_EQ(m_site.requests("http://h/r4"), 0);
+    EXPECT_EQ(store().pendingDocumentCount(), 0);
+}
+
+TEST_F(DocumentRetrieverTest, StoredPasswordsReachTheirPages) {
+    class Keyring : public CredentialStore {
+    public:
+        std::vector<ProtectionSpace> protectionSpaces(const std::string& host) override {
+            ++asked;
+            std::vector<ProtectionSpace> spaces;
+            if (host != "known") return spaces;
+            spaces.push_back({.host = host, .protocol = "https"});
+            spaces.back().users.push_back({"ann", Secret("key")});
+            return spaces;
+        }
+        std::atomic<int> asked = 0;
+    };
+    const auto keyring = std::make_shared<Keyring>();
+    m_credentials = keyring;
+    const auto sent = [this](const std::string& page) {
+        m_site.page(page, {});
+        index(page, m_clock.now());
+        m_clock.advance(1);
+        const HeaderFields fields = m_site.headersOf(page);
+        return fields.contains("Authorization") ? fields.at("Authorization") : "";
+    };
+    EXPECT_EQ(sent("https://known/a"), "");
+    EXPECT_EQ(keyring->asked, 0) << "nobody allowed it";
+    m_settings->set("IndexProtectedPages", 1);
+    m_centre.post("SiftwellPreferenceChangeNotification", {});
+    EXPECT_EQ(sent("https://known/b"), "Basic YW5uOmtleQ==");
+    EXPECT_EQ(sent("https://known/c"), "Basic YW5uOmtleQ==");
+    EXPECT_EQ(keyring->asked, 2) << "no password is remembered";
+    EXPECT_EQ(sent("https://other/a"), "");
+    EXPECT_EQ(sent("https://other/b"), "");
+    EXPECT_EQ(keyring->asked, 3);
+    EXPECT_EQ(sent("http://known/d"), "");
+    EXPECT_EQ(keyring->asked, 3);
+}
+
+TEST_F(DocumentRetrieverTest, FeedsAreIndexedAsTheyStand) {
+    m_site.page(
+        "http://h/news",
+        {.type = "application/rss+xml",
+         .body = "<rss version=\"2.0\"><channel><item>harbour news</item></channel></rss>"});
+    m_site.page("http://h/atom", {.type = "application/atom+xml", .body = "<feed>x</feed>"});
+    index("feed://h/news?format=full");
+    index("feed://h/atom");
+    EXPECT_THAT(find("harbour"), ElementsAre("feed://h/news?format=full"));
+    EXPECT_EQ(recordOf("feed://h/news?format=full")->title, "RSS Feed: h");
+    EXPECT_THAT(takeReports(), ElementsAre(HasSubstr("MIME type of application/atom+xml")));
+}
+
 TEST_F(DocumentRetrieverTest, FramesAreQueuedButNotTheFramesOfFrames) {
     const auto frames = [](const std::string& first, const std::string& second) {
         return html(
@@ -213,9 +291,15 @@ TEST_F(DocumentRetrieverTest, ASlowNameHoldsUpNobodyElse) {
     EXPECT_THAT(takeReports(), ElementsAre("http://gone/1: Can't find the server gone ()"));
     EXPECT_TRUE(retriever().downloadWaitingForSource("Pages"));
     EXPECT_EQ(m_site.requests("http://slow/1"), 0);
+    m_site.page("http://slow/3", {});
+    queue("http://slow/3", std::nullopt, "Dropped");
+    waitUntil([&] { return !retriever().downloadInProgressForSource(std::nullopt); });
+    retriever().cancelDownloadsForSource("Dropped", seconds(1));
+    EXPECT_FALSE(retriever().isAtWorkForSource("Dropped"));
     names->answered.count_down();
     finish();
     EXPECT_EQ(find("words").size(), 3U);
+    EXPECT_EQ(m_site.requests("http://slow/3"), 0) << "it was cancelled while it waited";
     EXPECT_EQ(store().pendingDocumentCount(), 0);
 }
 
@@ -446,6 +530,9 @@ TEST_F(DocumentRetrieverTest, AfterAnyOutcomesNothingIsPending) {
     m_retriever = std::make_unique<DocumentRetriever>(DocumentRetriever::Surroundings{
         store(), m_notifier, m_centre, *m_settings, m_loop, m_clock, site, m_hosts, nullptr});
     const std::string file = m_folder.write("f.html", html("", "words"));
+    m_settings->set("UseContentExtractors", true);
+    store().applyPreferences();
+    m_extractor.text = "words of a report";
     fulltext::Random random(11);
     const auto pick = [&random](int count) { return fulltext::pick(random, count); };
     const auto oneOf = [&pick](const auto& values) {
@@ -473,7 +560,9 @@ TEST_F(DocumentRetrieverTest, AfterAnyOutcomesNothingIsPending) {
         if (reply.type == "text/plain") reply.type = "text/html";  // the one that stays announced
         m_site.page(page, reply);
         const std::string source = "Source" + std::to_string(pick(4));
-        const std::string address = pick(10) == 0 ? Url::fromFilePath(file).absoluteString() : page;
+        std::string address = page;
+        if (pick(10) == 0) address = Url::fromFilePath(file).absoluteString();
+        if (pick(30) == 0) address = "file:///report" + std::to_string(i) + ".pdf";
         queue(address, Date::fromReference(pick(100)), source);
         if (pick(500) == 0) {
             retriever().cancelDownloadsForSource(source, std::chrono::milliseconds(pick(3)));

@@ -39,7 +39,7 @@ protected:
                                                 .clock = m_clock,
                                                 .network = network(),
                                                 .reachability = m_hosts,
-                                                .credentials = nullptr});
+                                                .credentials = m_credentials});
         }
         return *m_retriever;
     }
@@ -77,6 +77,7 @@ protected:
 
     FakeSite m_site;
     std::shared_ptr<OnlineNetwork> m_hosts = std::make_shared<OnlineNetwork>();
+    std::shared_ptr<CredentialStore> m_credentials;
     std::vector<std::string> m_reports;  // "address: text (details)"
     int m_progressDone = 0;
     std::unique_ptr<DocumentRetriever> m_retriever;
