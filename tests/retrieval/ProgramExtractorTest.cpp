@@ -1,9 +1,14 @@
 #include "retrieval/ProgramExtractor.h"
 
 #include <gmock/gmock.h>
+#include <sys/prctl.h>
+#include <sys/shm.h>
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <sstream>
 
 #include "base/Log.h"
 #include "retrieval/SampleDocuments.h"
@@ -14,9 +19,13 @@ namespace siftwell {
 namespace {
 
 using testing::AllOf;
+using testing::AnyOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::IsSubsetOf;
+using testing::IsSupersetOf;
 using testing::Not;
 using testing::Optional;
 
@@ -154,16 +163,80 @@ TEST_F(ProgramExtractorTest, NothingRunsUnconfined) {
     }
 }
 
-TEST_F(ProgramExtractorTest, AConfinedProgramCanReadAndComputeAndNoMore) {
-    m_folder.write("victim", "unharmed");
-    const auto outcome = m_processes.run(
-        {.arguments = {ProgramExtractor::installedLauncher(), SIFTWELL_PROBE, m_folder.path()}},
-        {});
-    ASSERT_TRUE(outcome.isOk());
-    EXPECT_TRUE(outcome->isSuccess()) << Processes::description(*outcome) << outcome->errors;
-    EXPECT_EQ(outcome->output, "read\nsignal itself\n");
-    EXPECT_EQ(m_folder.read("victim"), "unharmed");
-    EXPECT_FALSE(m_folder.has("other"));
+class ConfinementTest : public ProgramExtractorTest {
+protected:
+    struct Probed {
+        std::set<std::string> succeeded;
+        std::set<std::string> failed;
+    };
+
+    ~ConfinementTest() override { shmctl(m_memory, IPC_RMID, nullptr); }
+
+    // What the probe says, run by that command.
+    Probed probed(std::vector<std::string> command) {
+        m_folder.write("victim", "unharmed");
+        const std::vector<std::string> probe = {SIFTWELL_PROBE, m_folder.path(),
+                                                std::to_string(m_memory)};
+        command.insert(command.end(), probe.begin(), probe.end());
+        const auto outcome = m_processes.run({.arguments = command}, {});
+        if (!outcome) return {};
+        EXPECT_TRUE(outcome->isSuccess()) << Processes::description(*outcome) << outcome->errors;
+        return {linesOf(outcome->output), linesOf(outcome->errors)};
+    }
+    Probed probedUnconfined() {
+        // Some systems let no program look into another without its leave.
+        prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY);
+        return probed({});
+    }
+
+    bool isUnharmed() {
+        shmid_ds memory{};
+        const std::filesystem::directory_iterator files(m_folder.path());
+        return m_folder.read("victim") == "unharmed" &&
+               std::distance(begin(files), end(files)) == 1 &&
+               shmctl(m_memory, IPC_STAT, &memory) == 0;
+    }
+
+    const std::set<std::string> m_allowed = {"read", "signal itself", "own limits"};
+    const std::set<std::string> m_lookedIntoOthers = {"/proc/PID/mem", "/proc/PID/environ",
+                                                      "/proc/PID/maps"};
+
+private:
+    static std::set<std::string> linesOf(const std::string& text) {
+        std::set<std::string> lines;
+        std::istringstream stream(text);
+        for (std::string line; std::getline(stream, line);) lines.insert(line);
+        return lines;
+    }
+
+    const int m_memory = shmget(IPC_PRIVATE, 1, 0600);
+};
+
+TEST_F(ConfinementTest, AConfinedProgramCanReadAndComputeAndNoMore) {
+    const std::string launcher = ProgramExtractor::installedLauncher();
+    const Probed confined = probed({launcher});
+    EXPECT_TRUE(isUnharmed());
+    const Probed withoutLandlock = probed({SIFTWELL_PROBE, "--without-landlock", launcher});
+    EXPECT_TRUE(isUnharmed());
+    const Probed free = probedUnconfined();
+    EXPECT_FALSE(isUnharmed());
+
+    // All of it succeeds otherwise, but for what some kernels do not have or let nobody do.
+    EXPECT_THAT(free.failed,
+                Each(AnyOf("internet 6", "clone3", "new open", "ring", "counters", "kernel program",
+                           "comparison", "page faults", "key", "new key", "handle of another",
+                           "file of another", "message queue", "send to a queue",
+                           "read from a queue", "Landlock", "namespace", "/proc/PID/mem")));
+
+    // Against looking into other processes one of the two is needed.
+    const bool hasNamespaces = free.succeeded.contains("namespace");
+    auto allowed = m_allowed;
+    if (!hasNamespaces) allowed.insert(m_lookedIntoOthers.begin(), m_lookedIntoOthers.end());
+    const bool hasLandlock = free.succeeded.contains("Landlock");
+    EXPECT_THAT(confined.succeeded, IsSubsetOf(hasLandlock ? m_allowed : allowed));
+    EXPECT_THAT(withoutLandlock.succeeded, IsSubsetOf(allowed));
+    EXPECT_THAT(confined.succeeded, IsSupersetOf(m_allowed));
+    EXPECT_THAT(withoutLandlock.succeeded, IsSupersetOf(m_allowed));
 }
 
 TEST_F(ProgramExtractorTest, TextIsMendedAndCutAndThatOfAFailureIsDropped) {
