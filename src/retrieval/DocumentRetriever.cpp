@@ -51,7 +51,11 @@ DocumentRetriever::~DocumentRetriever() {
     m_thread.request_stop();
     m_signal->raise();
     m_thread.join();
-    for (const Downloader& downloader : m_downloads->claim(std::nullopt)) downloader->cancel();
+    // Each holds the set that holds it.
+    for (const Downloader& downloader : m_downloads->claim(std::nullopt)) {
+        downloader->cancel();
+        m_downloads->remove(downloader);
+    }
 }
 
 void DocumentRetriever::applyPreferences() {
