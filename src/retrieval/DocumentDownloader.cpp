@@ -135,8 +135,9 @@ bool DocumentDownloader::didReceiveResponse(const URLResponse& response) {
         m_response = response;
         m_data.clear();
     }
-    if (refusal) finish(std::move(refusal));
-    return !refusal;
+    if (!refusal) return true;
+    finish(std::move(refusal));
+    return false;
 }
 
 std::optional<std::string> DocumentDownloader::refusalOf(const URLResponse& response) const {

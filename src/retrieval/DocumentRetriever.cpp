@@ -31,6 +31,21 @@ bool mayBeRemembered(const HostChecks::Answer& answer) {
     });
 }
 
+// What both kinds of objects have.
+struct ObjectParts {
+    const Url& url;
+    const std::optional<std::string>& mimeType;
+    const std::optional<std::string>& encoding;
+    const std::string& data;
+};
+ObjectParts partsOf(const CachedURLResponse& cached) {
+    return {cached.response.url, cached.response.mimeType, cached.response.textEncodingName,
+            cached.data};
+}
+ObjectParts partsOf(const WebResource& saved) {
+    return {saved.url, saved.mimeType, saved.textEncodingName, saved.data};
+}
+
 }  // namespace
 
 DocumentRetriever::DocumentRetriever(const Surroundings& surroundings)
@@ -308,18 +323,7 @@ void DocumentRetriever::extract(const QueuedDocument& document) {
 bool DocumentRetriever::indexEncodedObject(const CachedObject& object, std::optional<Date> date,
                                            const std::string& source, const std::string& indexer,
                                            const std::string& objectPath) {
-    struct Parts {
-        const Url& url;
-        const std::optional<std::string>& mimeType;
-        const std::optional<std::string>& encoding;
-        const std::string& data;
-    };
-    const auto* const cached = std::get_if<CachedURLResponse>(&object);
-    const auto* const saved = std::get_if<WebResource>(&object);
-    const Parts parts = cached != nullptr ? Parts{cached->response.url, cached->response.mimeType,
-                                                  cached->response.textEncodingName, cached->data}
-                                          : Parts{saved->url, saved->mimeType,
-                                                  saved->textEncodingName, saved->data};
+    const auto parts = std::visit([](const auto& kept) { return partsOf(kept); }, object);
     const bool isText = parts.mimeType && parts.mimeType->find("text/") != std::string::npos;
     if (!isText || !m_indexes.canProcessURL(parts.url)) {
         drop();

@@ -48,7 +48,7 @@ TEST_F(ProgramTest, WrongUseIsExplainedAndEndsWith2) {
         {{"search", "x", "--until", "[7d]"}, "\"[7d]\" is no date"},
         {{"check", "--quickly"}, "There is no option \"--quickly\" here."},
         {{"add", "--extract-urls", "x"}, "\"--extract-urls\" is not part of this version yet."},
-        {{"add", "https://example.org/"}, "not the address \"https://example.org/\"."},
+        {{"add", "gopher://example.org/"}, "Addresses of the kind \"gopher\" cannot be loaded"},
         {{"add", "/"}, "Please enter a valid URL to a page or document."},
         {{"add", "/nowhere/at/all"}, "There is no file or folder named \"/nowhere/at/all\"."},
         {{"add", ""}, "There is no file or folder named \"\"."},
