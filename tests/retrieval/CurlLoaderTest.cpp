@@ -119,6 +119,15 @@ protected:
         return load(site->address("/"))->result();
     }
 
+    template <typename Condition>
+    static void waitUntil(Condition condition) {
+        const auto latest = std::chrono::steady_clock::now() + seconds(60);
+        while (!condition() && std::chrono::steady_clock::now() < latest) {
+            std::this_thread::sleep_for(milliseconds(1));
+        }
+        EXPECT_TRUE(condition());
+    }
+
     HttpSite m_site;
     std::unique_ptr<CurlLoader> m_loader = std::make_unique<CurlLoader>();
     URLLoader::LoadID m_load = 0;
@@ -329,12 +338,12 @@ TEST_F(CurlLoaderTest, TheTimeoutIsOneOfSilence) {
 }
 
 TEST_F(CurlLoaderTest, WhoIsFullIsAskedAgainAndNeverTimesOut) {
-    m_site.page("/large", {.body = std::string(3'000'000, 'x'), .isChunked = true});
+    m_site.page("/large", {.body = std::string(3'000'000, 'x')});
     const auto page = std::make_shared<Listener>();
     page->m_isFull = true;
-    m_loader->start(request(m_site.address("/large"), milliseconds(300)), page);
-    while (page->m_refusals == 0) std::this_thread::yield();
-    std::this_thread::sleep_for(milliseconds(600));
+    m_loader->start(request(m_site.address("/large"), seconds(1)), page);
+    waitUntil([&] { return page->m_refusals > 0; });
+    std::this_thread::sleep_for(milliseconds(1500));
     EXPECT_EQ(page->m_refusals, 1);
     EXPECT_EQ(page->body(), "");
     page->m_isFull = false;
@@ -357,13 +366,14 @@ TEST_F(CurlLoaderTest, BodiesThatNobodyWantsAreLeft) {
     unwanted->m_wantsBody = false;
     m_loader->start(request(endless.address("/")), unwanted);
     const auto cancelled = load(endless.address("/"));
-    while (cancelled->body().empty()) std::this_thread::yield();
+    waitUntil([&] { return !cancelled->body().empty(); });
     m_loader->cancel(m_load);
     // All connections end; then the servers stop sending.
-    for (std::int64_t before = -1; before != sent;) {
-        before = sent;
+    std::int64_t before = -1;
+    waitUntil([&] {
         std::this_thread::sleep_for(milliseconds(100));
-    }
+        return std::exchange(before, sent.load()) == sent;
+    });
     EXPECT_LT(limited->body().size(), 2'000'000U);
     EXPECT_EQ(unwanted->body(), "");
     m_site.page("/next", {.body = "next"});
