@@ -28,6 +28,7 @@ BestFirstTerm::BestFirstTerm(const PostingList& list, float weight, const Bm25& 
 void BestFirstTerm::setThreshold(float threshold) {
     constexpr std::uint32_t kMostInteresting = 64;
     m_threshold = threshold;
+    m_leastPart = m_weight > 0 ? threshold / m_weight : 0;
     const auto isTooRare = [&] {
         return m_weight * m_bm25.frequencyPart(m_leastFrequency, 0) * kBoundSlack < threshold;
     };
@@ -39,13 +40,20 @@ void BestFirstTerm::next() {
     openNextBlock();
 }
 
-// Goes on from the current document to one that is frequent enough; false when the block has none.
+// Goes on from the current document to one that may reach the threshold; false when the block has
+// none. Most documents are passed over here.
 bool BestFirstTerm::findInBlock() {
-    while (m_postings.frequency() < m_leastFrequency) {
-        if (!m_postings.nextInBlock()) return false;
-    }
-    m_document = m_postings.document();
-    return true;
+    do {
+        const std::uint32_t frequency = m_postings.frequency();
+        if (frequency < m_leastFrequency) continue;
+        const DocumentID document = m_postings.document();
+        const std::uint32_t length = m_list.lengthOf(document);
+        if (!m_bm25.mayReach(m_leastPart, frequency, length)) continue;
+        m_document = document;
+        m_score = m_weight * m_bm25.frequencyPart(frequency, length);
+        return true;
+    } while (m_postings.nextInBlock());
+    return false;
 }
 
 void BestFirstTerm::openNextBlock() {

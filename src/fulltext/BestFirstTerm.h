@@ -21,9 +21,7 @@ public:
     DocumentID document() const override { return m_document; }
     void next() override;
     void advanceTo(DocumentID) override {}  // has no meaning here
-    float score() override {
-        return m_weight * m_bm25.frequencyPart(m_postings.frequency(), m_list.lengthOf(m_document));
-    }
+    float score() override { return m_score; }
     ScoreWindow windowFrom(DocumentID) override { return {}; }
     std::uint64_t cost() const override { return m_list.documents; }
     void setThreshold(float threshold) override;
@@ -44,7 +42,9 @@ private:
     Bm25 m_bm25;
     std::vector<Block> m_blocks;  // a heap of those to come
     DocumentID m_document = kNoDocument;
+    float m_score = 0;  // of the document
     float m_threshold = 0;
+    float m_leastPart = 0;               // frequency part that reaches it
     std::uint32_t m_leastFrequency = 1;  // of documents that may reach it
 };
 

@@ -35,6 +35,15 @@ public:
         return f * (kK1 + 1.0F) / (f + norm);
     }
 
+    // Whether the frequency part may be as high as `least`: never no when it is, and without a
+    // division.
+    bool mayReach(float least, std::uint32_t frequency, std::uint32_t length) const {
+        constexpr float kSlack = 1.0001F;  // for what single precision leaves out
+        const auto f = static_cast<float>(frequency);
+        const float norm = kK1 * (1.0F - kB + m_lengthFactor * static_cast<float>(length));
+        return f * (kK1 + 1.0F) * kSlack >= least * (f + norm);
+    }
+
     // No frequency part is above this.
     static constexpr float maxFrequencyPart() { return kK1 + 1.0F; }
 

@@ -26,12 +26,6 @@ std::uint32_t lowerBound(const DocumentID* numbers, std::uint32_t begin, std::ui
 
 }  // namespace
 
-std::uint32_t PostingList::lengthOf(DocumentID document) const {
-    const std::size_t at = std::size_t{document - firstOfSegment} * sizeof(std::uint32_t);
-    const auto length = loadNumber<std::uint32_t>(lengths.data() + at);
-    return length == kAbsent ? 0 : length;
-}
-
 PostingIterator::PostingIterator(const PostingList& list) : m_list(list) {
     if (m_list.isShort()) {
         readShortList();
@@ -171,12 +165,6 @@ void PostingIterator::goToBlock(std::uint32_t block) {
     if (m_blockCount > 0) return loadBlock(block);
     m_index = 0;
     m_document = m_count > 0 ? m_documents[0] : kNoDocument;
-}
-
-bool PostingIterator::nextInBlock() {
-    if (m_index + 1 >= m_count) return false;
-    m_document = m_documents[++m_index];
-    return true;
 }
 
 void PostingIterator::readPositions(std::vector<std::uint32_t>& positions) {

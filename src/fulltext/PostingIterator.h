@@ -14,6 +14,7 @@
 #include "fulltext/Bm25.h"
 #include "fulltext/Bytes.h"
 #include "fulltext/Postings.h"
+#include "fulltext/SegmentFormat.h"
 #include "fulltext/Types.h"
 
 namespace siftwell::fulltext {
@@ -27,7 +28,11 @@ struct PostingList {
     std::string_view lengths;  // u32 per number from firstOfSegment on
 
     bool isShort() const { return documents < kBlockDocuments; }
-    std::uint32_t lengthOf(DocumentID document) const;
+    std::uint32_t lengthOf(DocumentID document) const {
+        const std::size_t at = std::size_t{document - firstOfSegment} * sizeof(std::uint32_t);
+        const auto length = loadNumber<std::uint32_t>(lengths.data() + at);
+        return length == kAbsent ? 0 : length;
+    }
 };
 
 class PostingIterator {
@@ -59,7 +64,11 @@ public:
     std::uint32_t blockCount() const { return m_blockCount == 0 ? 1 : m_blockCount; }
     float frequencyPartOfBlock(std::uint32_t block, const Bm25& bm25) const;
     void goToBlock(std::uint32_t block);
-    bool nextInBlock();  // false, with nothing changed, at its last document
+    bool nextInBlock() {  // false, with nothing changed, at its last document
+        if (m_index + 1 >= m_count) return false;
+        m_document = m_documents[++m_index];
+        return true;
+    }
 
     // The positions of the current document as they stand in the list.
     std::string_view rawPositions();

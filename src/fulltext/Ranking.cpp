@@ -33,10 +33,8 @@ Result<bool> Ranking::rankSegment(const Deadline& deadline) {
             return false;
         }
         const DocumentID document = matcher.document();
-        if (live.isLive(document)) {
-            offer({document, matcher.score()});
-            if (isFull()) matcher.setThreshold(m_hits.front().score);
-        }
+        const bool isKept = live.isLive(document) && offer({document, matcher.score()});
+        if (isKept && isFull()) matcher.setThreshold(m_hits.front().score);
         matcher.next();
     }
     if (matcher.isDamaged()) {
@@ -53,17 +51,29 @@ void Ranking::rankMemory() {
     m_isMemoryDone = true;
 }
 
-void Ranking::offer(const Hit& hit) {
+bool Ranking::offer(const Hit& hit) {
     if (!isFull()) {
         m_hits.push_back(hit);
         std::push_heap(m_hits.begin(), m_hits.end(), ranksBefore);
-        return;
+        return true;
     }
     m_hasLeftOut = true;
-    if (!ranksBefore(hit, m_hits.front())) return;
-    std::pop_heap(m_hits.begin(), m_hits.end(), ranksBefore);
-    m_hits.back() = hit;
-    std::push_heap(m_hits.begin(), m_hits.end(), ranksBefore);
+    if (!ranksBefore(hit, m_hits.front())) return false;
+    replaceWorst(hit);
+    return true;
+}
+
+// From the front of the heap the new hit goes down to where it belongs: half the work of taking the
+// worst out and putting the new one in.
+void Ranking::replaceWorst(const Hit& hit) {
+    std::size_t place = 0;
+    for (std::size_t below = 1; below < m_hits.size(); below = 2 * place + 1) {
+        if (below + 1 < m_hits.size() && ranksBefore(m_hits[below], m_hits[below + 1])) ++below;
+        if (!ranksBefore(hit, m_hits[below])) break;
+        m_hits[place] = m_hits[below];
+        place = below;
+    }
+    m_hits[place] = hit;
 }
 
 std::vector<Hit> Ranking::takeHits() {

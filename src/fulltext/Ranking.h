@@ -33,7 +33,8 @@ public:
 private:
     Result<bool> rankSegment(const Deadline& deadline);
     void rankMemory();
-    void offer(const Hit& hit);
+    bool offer(const Hit& hit);  // whether it is kept
+    void replaceWorst(const Hit& hit);
     bool isFull() const { return m_hits.size() >= m_max; }
 
     const QueryPlan& m_plan;
