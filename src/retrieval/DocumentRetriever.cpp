@@ -53,6 +53,7 @@ DocumentRetriever::DocumentRetriever(const Surroundings& surroundings)
       m_indexes(surroundings.indexes),
       m_notifier(surroundings.notifier),
       m_loader(surroundings.network),
+      m_finished(std::make_shared<ReleaseQueue>(surroundings.mainLoop)),
       m_observation(surroundings.centre.observe("SiftwellPreferenceChangeNotification",
                                                 [this](const auto&) { applyPreferences(); })),
       m_hostChecks(surroundings.reachability, surroundings.credentials, m_signal),

@@ -36,6 +36,7 @@
 #include "retrieval/DownloadSet.h"
 #include "retrieval/Extractions.h"
 #include "retrieval/HostChecks.h"
+#include "retrieval/ReleaseQueue.h"
 #include "retrieval/SchemeLoader.h"
 
 namespace siftwell {
@@ -126,7 +127,6 @@ private:
     void queueFrames(const std::vector<Url>& frames, const DocumentDownloader& from);
     std::string failureOf(const DocumentDownloader& downloader);
     void reportFailure(const Url& url, const std::string& details);
-    void releaseAfterDelay(const Downloader& downloader);
 
     // ---- The extractor thread
     void extract(const QueuedDocument& document);
@@ -142,6 +142,7 @@ private:
     SchemeLoader m_loader;
     const std::shared_ptr<WorkSignal> m_signal = std::make_shared<WorkSignal>();
     const std::shared_ptr<DownloadSet> m_downloads = std::make_shared<DownloadSet>(m_signal);
+    const std::shared_ptr<ReleaseQueue> m_finished;
     DocumentQueue m_queue;
     Gate m_fileLoad;  // reading files, and decoding bytes that are here already
     std::atomic<std::size_t> m_maxDownloadThreads = 1;

@@ -1,7 +1,5 @@
 // What becomes of a download that has ended: the last steps of DocumentRetriever.
 
-#include <array>
-#include <charconv>
 #include <exception>
 #include <utility>
 
@@ -19,7 +17,6 @@ namespace {
 
 constexpr int kMostRedirects = 5;
 constexpr std::size_t kLongestAddress = 8192;
-constexpr std::chrono::seconds kReleaseDelay(30);
 
 // Statuses after which the address is not asked for again.
 bool isBlocking(int status) {
@@ -37,14 +34,6 @@ bool mayLeadTo(const Url& from, const Url& to) {
     const std::string scheme = lowerCasedAscii(to.scheme());
     return to.absoluteString().size() <= kLongestAddress &&
            (from.isFile() || scheme == "http" || scheme == "https");
-}
-
-std::string nameOf(const DocumentDownloader& downloader) {
-    std::array<char, 2 * sizeof(std::uintptr_t)> digits{};
-    const auto end = std::to_chars(digits.begin(), digits.end(),
-                                   reinterpret_cast<std::uintptr_t>(&downloader), 16)
-                         .ptr;
-    return "Downloader 0x" + std::string(digits.begin(), end);
 }
 
 }  // namespace
@@ -70,7 +59,7 @@ void DocumentRetriever::end(const Downloader& downloader) {
     if (fate == Fate::Dropped) m_indexes.addToPendingDocumentCount(-1);
     ++m_moves;
     m_downloads->remove(downloader);
-    releaseAfterDelay(downloader);
+    m_finished->releaseAfterDelay(downloader);
     m_signal->raise();
     noteEnd();
 }
@@ -158,16 +147,6 @@ std::string DocumentRetriever::failureOf(const DocumentDownloader& downloader) {
 void DocumentRetriever::reportFailure(const Url& url, const std::string& details) {
     m_notifier.reportError(_("Failed to get content"), 5, url.absoluteString(), details);
     m_indexes.addFailedURL(url);
-}
-
-// A connection that has just ended may still have something to say to its downloader.
-void DocumentRetriever::releaseAfterDelay(const Downloader& downloader) {
-    RunLoop& loop = m_surroundings.mainLoop;
-    loop.post([&loop, downloader] {
-        const std::string name = nameOf(*downloader);
-        writeLog(name + ": starting release timer on main thread");
-        loop.startTimer(kReleaseDelay, [downloader, name] { writeLog(name + ": releaseNow"); });
-    });
 }
 
 }  // namespace siftwell

@@ -95,7 +95,8 @@ TEST_F(WebTest, PagesAndFilesAreAddedTogether) {
 
 TEST_F(WebTest, ManyPagesComeFromFewConnectionsAtOnce) {
     m_site.otherPages([](const std::string& path) {
-        return HttpSite::Page{.body = html("", "common words of " + path)};
+        return HttpSite::Page{.body = html("", "common words of " + path),
+                              .delay = std::chrono::milliseconds(5)};
     });
     Arguments arguments = {"add"};
     for (int i = 0; i < 300; ++i) arguments.push_back(m_site.address("/p" + std::to_string(i)));
