@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/Translate.h"
+#include "retrieval/HttpStatusText.h"
 #include "text/Base64.h"
 
 namespace siftwell {
@@ -17,13 +18,8 @@ constexpr const char* kUserAgent =
     "Mozilla/5.0 (Macintosh; U; PPC Mac OS X; en) AppleWebKit/417.9 (KHTML, like Gecko) "
     "Siftwell/1.9";
 
-// Statuses after which nothing is there for us.
-bool isForbidding(int status) {
-    return status == 401 || status == 403 || status == 407 || status == 410;
-}
-
 bool isForbidding(const std::optional<URLResponse>& response) {
-    return response && response->statusCode && isForbidding(*response->statusCode);
+    return response && response->statusCode && forbidsRetrying(*response->statusCode);
 }
 
 std::string tooLarge() {

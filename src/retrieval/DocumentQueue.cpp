@@ -56,11 +56,6 @@ void DocumentQueue::unpark(const std::shared_ptr<const HostChecks::Answer>& answ
     m_parked.erase(parked);
 }
 
-bool DocumentQueue::isReady() const {
-    MutexLock lock(m_mutex);
-    return !m_documents.empty();
-}
-
 bool DocumentQueue::hasAny(const std::optional<std::string>& source) const {
     MutexLock lock(m_mutex);
     return source ? m_counts.contains(*source) : !m_counts.empty();

@@ -45,7 +45,6 @@ public:
     bool park(QueuedDocument document, const HostChecks::Question& until);
     void unpark(const std::shared_ptr<const HostChecks::Answer>& answer);
 
-    bool isReady() const;  // whether pop() gives something
     // Whether documents of the source wait, or any when there is none.
     bool hasAny(const std::optional<std::string>& source) const;
     // Takes out those of the source, or all when there is none; how many they were.

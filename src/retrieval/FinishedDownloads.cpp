@@ -18,11 +18,6 @@ namespace {
 constexpr int kMostRedirects = 5;
 constexpr std::size_t kLongestAddress = 8192;
 
-// Statuses after which the address is not asked for again.
-bool isBlocking(int status) {
-    return status == 401 || status == 403 || status == 407 || status == 410;
-}
-
 // Pages lead on for so many hops, and with addresses that somebody may have meant.
 bool mayLeadOn(const DocumentDownloader::Document& document) {
     return document.redirectCount <= kMostRedirects &&
@@ -137,7 +132,7 @@ void DocumentRetriever::queueFrames(const std::vector<Url>& frames,
 std::string DocumentRetriever::failureOf(const DocumentDownloader& downloader) {
     const auto response = downloader.response();
     const int status = response ? response->statusCode.value_or(0) : 0;
-    if (isBlocking(status)) {
+    if (forbidsRetrying(status)) {
         MutexLock lock(m_mutex);
         m_blockedURLs.insert(downloader.document().url.absoluteString());
     }

@@ -62,4 +62,8 @@ std::string localizedStringForStatusCode(int status) {
     return status >= 400 ? _("client error") : _("no error");
 }
 
+bool forbidsRetrying(int status) {
+    return status == 401 || status == 403 || status == 407 || status == 410;
+}
+
 }  // namespace siftwell
