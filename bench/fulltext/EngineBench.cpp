@@ -19,6 +19,7 @@
 
 #include "Contestant.h"
 #include "Table.h"
+#include "support/Memory.h"
 
 namespace siftwell::bench {
 
@@ -47,18 +48,6 @@ double secondsOf(const std::function<void()>& work) {
     work();
     return std::chrono::duration<double>(SteadyClock::now() - start).count();
 }
-
-// A line of the kernel's account of this process, in MiB.
-double memory(const char* line) {
-    std::ifstream status("/proc/self/status");
-    for (std::string text; std::getline(status, text);) {
-        if (text.rfind(line, 0) == 0)
-            return std::strtod(text.c_str() + std::strlen(line), nullptr) / 1024;
-    }
-    return 0;
-}
-
-double ownMemory() { return memory("RssAnon:"); }
 
 double bytesBelow(const std::string& folder) {
     double bytes = 0;

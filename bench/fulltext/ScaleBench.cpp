@@ -19,6 +19,7 @@
 #include "Table.h"
 #include "fulltext/Index.h"
 #include "fulltext/Search.h"
+#include "support/Memory.h"
 
 namespace siftwell::bench {
 
@@ -47,18 +48,6 @@ double processorSeconds(int whose) {
         return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
     };
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-// Memory of this process that is not of a file, in MiB.
-double ownMemory() {
-    constexpr const char* kLine = "RssAnon:";
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind(kLine, 0) == 0) {
-            return std::strtod(line.c_str() + std::strlen(kLine), nullptr) / 1024;
-        }
-    }
-    return 0;
 }
 
 // In each turn but the first, every fourth of the longer words gets another end.

@@ -20,6 +20,7 @@
 #include "app/Session.h"
 #include "base/Log.h"
 #include "support/HttpSite.h"
+#include "support/Memory.h"
 #include "support/Pages.h"
 #include "support/TemporaryFolder.h"
 
@@ -28,18 +29,6 @@ namespace siftwell::bench {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-// Memory of this process that is not of a file, in MiB.
-double ownMemory() {
-    constexpr const char* kLine = "RssAnon:";
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.rfind(kLine, 0) == 0) {
-            return std::strtod(line.c_str() + std::strlen(kLine), nullptr) / 1024;
-        }
-    }
-    return 0;
-}
 
 // A server in a process of its own. Every address has another page.
 class Site {
