@@ -24,4 +24,7 @@ private:
     std::string m_reason;
 };
 
+// The name of a NamedException, or the type of any other: "std::bad_alloc".
+std::string nameOf(const std::exception& exception);
+
 }  // namespace siftwell

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/HeldLocks.h"
+
 namespace siftwell {
 
 namespace {
@@ -18,20 +20,23 @@ bool Gate::isClosedToThisThread() const {
     return m_entries > 0 && m_holder != std::this_thread::get_id();
 }
 
-void Gate::enter() {
-    MutexLock lock(m_mutex);
-    while (isClosedToThisThread()) m_left.wait(m_mutex);
+void Gate::countEntry() {
     m_holder = std::this_thread::get_id();
     ++m_entries;
     m_held.store(true, std::memory_order_release);
+    if (m_guards == Guards::Data) ++heldLocks;
+}
+
+void Gate::enter() {
+    MutexLock lock(m_mutex);
+    while (isClosedToThisThread()) m_left.wait(m_mutex);
+    countEntry();
 }
 
 bool Gate::tryEnter() {
     MutexLock lock(m_mutex);
     if (isClosedToThisThread()) return false;
-    m_holder = std::this_thread::get_id();
-    ++m_entries;
-    m_held.store(true, std::memory_order_release);
+    countEntry();
     return true;
 }
 
@@ -40,6 +45,7 @@ void Gate::leave() {
     if (m_entries == 0 || isClosedToThisThread()) {
         endWithMisuse("a gate was left by a thread that does not hold it");
     }
+    if (m_guards == Guards::Data) --heldLocks;
     if (--m_entries > 0) return;
     m_held.store(false, std::memory_order_release);
     m_left.notifyAll();
@@ -61,6 +67,7 @@ int& SharedGate::holdsOfThisThread() { return m_holds[std::this_thread::get_id()
 void SharedGate::dropHold() {
     const auto hold = m_holds.find(std::this_thread::get_id());
     if (hold == m_holds.end()) endWithMisuse("a gate was left by a thread that is not inside");
+    --heldLocks;
     if (--hold->second > 0) return;
     m_holds.erase(hold);
     if (m_exclusive == std::this_thread::get_id()) m_exclusive = std::thread::id();
@@ -75,6 +82,7 @@ void SharedGate::enterShared() {
         m_changed.wait(m_mutex);
     }
     ++holdsOfThisThread();
+    ++heldLocks;
 }
 
 void SharedGate::leaveShared() {
@@ -93,6 +101,7 @@ void SharedGate::enterExclusive() {
         m_exclusive = self;
     }
     ++holdsOfThisThread();
+    ++heldLocks;
 }
 
 void SharedGate::leaveExclusive() {

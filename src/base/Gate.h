@@ -15,6 +15,15 @@ namespace siftwell {
 // Gate: held by one thread at a time, which may enter again.
 class Gate {
 public:
+    // What holding it means when the holder meets a fault of the processor (base/Faults.h).
+    enum class Guards {
+        Data,   // may be half changed then: the program ends
+        Turns,  // nothing: the hold is released by unwinding and the next one has its turn
+    };
+
+    Gate() = default;
+    explicit Gate(Guards guards) : m_guards(guards) {}
+
     void enter();
     bool tryEnter();  // false, at once, when another thread holds it
     void leave();     // by the thread that entered, once for each entry
@@ -28,7 +37,9 @@ public:
 
 private:
     bool isClosedToThisThread() const SW_REQUIRES(m_mutex);
+    void countEntry() SW_REQUIRES(m_mutex);
 
+    const Guards m_guards = Guards::Data;
     mutable Mutex m_mutex;
     Condition m_left;
     std::thread::id m_holder SW_GUARDED_BY(m_mutex);

@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "base/HeldLocks.h"
 #include "base/ThreadAnnotations.h"
 
 namespace siftwell {
@@ -19,9 +20,20 @@ public:
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
-    void lock() SW_ACQUIRE() { m_mutex.lock(); }
-    void unlock() SW_RELEASE() { m_mutex.unlock(); }
-    bool try_lock() SW_TRY_ACQUIRE(true) { return m_mutex.try_lock(); }
+    void lock() SW_ACQUIRE() {
+        ++heldLocks;
+        m_mutex.lock();
+    }
+    void unlock() SW_RELEASE() {
+        m_mutex.unlock();
+        --heldLocks;
+    }
+    bool try_lock() SW_TRY_ACQUIRE(true) {
+        ++heldLocks;
+        if (m_mutex.try_lock()) return true;
+        --heldLocks;
+        return false;
+    }
 
 private:
     std::mutex m_mutex;
