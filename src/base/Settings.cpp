@@ -1,5 +1,8 @@
 #include "base/Settings.h"
 
+#include <sys/stat.h>
+
+#include <cstdio>
 #include <utility>
 
 #include "base/Files.h"
@@ -43,7 +46,14 @@ Settings::Settings(std::string file, Access access, RunLoop& mainLoop,
     : m_file(std::move(file)),
       m_access(access),
       m_mainLoop(mainLoop),
+      m_version(versionOf(m_file)),
       m_values(std::move(values)) {}
+
+Settings::Version Settings::versionOf(const std::string& file) {
+    struct stat info {};
+    if (stat(file.c_str(), &info) != 0) return {};
+    return {info.st_ino, info.st_mtim.tv_sec, info.st_mtim.tv_nsec, info.st_size};
+}
 
 void Settings::registerDefaults(PropertyList::Dictionary defaults) {
     MutexLock lock(m_mutex);
@@ -137,6 +147,18 @@ void Settings::saveAndReport() {
     }
 }
 
+void Settings::keepDamagedFileAside() {
+    if (versionOf(m_file) == m_version) return;
+    const auto values = readDictionary(m_file);
+    if (values || values.status().code() != StatusCode::Damaged) return;
+    const std::string kept = m_file + ".damaged";
+    if (std::rename(m_file.c_str(), kept.c_str()) != 0 || !m_onSaveError) return;
+    m_onSaveError({StatusCode::Damaged,
+                   filledIn(_("The settings file %@ was damaged while Siftwell was running. It was "
+                              "kept as %@ and written anew."),
+                            m_file, kept)});
+}
+
 Status Settings::save() {
     PropertyList::Dictionary values;
     {
@@ -146,9 +168,11 @@ Status Settings::save() {
         values = m_values;
         m_changed = false;
     }
+    keepDamagedFileAside();
     Status status = makePrivateFolder(folderOf(m_file));
     if (status.isOk()) {
         status = writeFileAtomically(m_file, serializePropertyList(std::move(values)));
+        m_version = versionOf(m_file);
     }
     if (!status.isOk()) {
         MutexLock lock(m_mutex);

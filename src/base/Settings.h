@@ -5,9 +5,12 @@
 // contents whenever the program stops.
 // Errors: a file that cannot be read or is damaged is never overwritten: `open` says so instead. A
 // failed save is told to the handler, once until a save succeeds, and is tried again with the next
-// change.
+// change. A file that somebody damaged since it was read or written is kept aside
+// ("NAME.damaged") by the next save, which writes what is in memory, and told to the handler; one
+// that was deleted is written again.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -57,6 +60,17 @@ public:
 private:
     Settings(std::string file, Access access, RunLoop& mainLoop, PropertyList::Dictionary values);
 
+    // Tells one version of the file from another.
+    struct Version {
+        std::uint64_t inode = 0;
+        std::int64_t modifiedSeconds = 0;
+        std::int64_t modifiedNanoseconds = 0;
+        std::int64_t bytes = 0;
+        bool operator==(const Version&) const = default;
+    };
+
+    static Version versionOf(const std::string& file);  // all 0 when there is none
+    void keepDamagedFileAside();
     void scheduleSave();
     void saveAndReport();
 
@@ -65,6 +79,7 @@ private:
     RunLoop& m_mainLoop;
     std::function<void(const Status&)> m_onSaveError;  // main thread
     bool m_saveErrorShown = false;                     // main thread
+    Version m_version;                                 // main thread; as it was read or written
 
     mutable Mutex m_mutex;
     PropertyList::Dictionary m_defaults SW_GUARDED_BY(m_mutex);

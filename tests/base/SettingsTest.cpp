@@ -121,6 +121,26 @@ TEST_F(SettingsTest, FailingSaveIsToldOnceAndTriedAgain) {
     EXPECT_EQ(stored(), (Values{{"a", 3}}));
 }
 
+TEST_F(SettingsTest, FileDamagedOrDeletedWhileTheProgramRunsIsWrittenAnew) {
+    const auto settings = open();
+    std::vector<std::string> told;
+    settings->setSaveErrorHandler([&](const Status& status) { told.push_back(status.message()); });
+    const auto change = [&](int value) {
+        settings->set("a", value);
+        m_loop.drain();
+    };
+    change(1);
+    m_folder.write(m_name, "rubbish");
+    change(2);
+    EXPECT_EQ(stored(), (Values{{"a", 2}}));
+    EXPECT_EQ(m_folder.read(m_name + ".damaged"), "rubbish");
+    EXPECT_THAT(told, testing::ElementsAre(testing::HasSubstr("was damaged while")));
+    std::filesystem::remove(m_folder.file(m_name));
+    change(3);
+    EXPECT_EQ(stored(), (Values{{"a", 3}}));
+    EXPECT_EQ(told.size(), 1U);
+}
+
 // Sets two values alike and saves, for ever.
 [[noreturn]] void saveForEver(Settings& settings) {
     settings.set("padding", std::string(20'000, 'x'));
