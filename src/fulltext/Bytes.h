@@ -42,8 +42,16 @@ inline constexpr std::size_t kReadSlack = 16;
 inline constexpr std::size_t kMaxVarintBytes = 10;
 inline constexpr std::size_t kMaxVarint32Bytes = 5;
 
-// Writes where there is room for a varint; the byte behind it.
+// Writes where there is room for a varint; the byte behind it. Most take one byte or two, without a
+// branch that could be guessed wrong.
 inline char* writeVarint(char* to, std::uint64_t number) {
+    if (number < 0x4000) {
+        const std::uint64_t isLong = number >= 0x80 ? 1 : 0;
+        const auto both =
+            static_cast<std::uint16_t>((number & 0x7F) | isLong << 7 | number >> 7 << 8);
+        std::memcpy(to, &both, sizeof both);
+        return to + 1 + isLong;
+    }
     while (number >= 0x80) {
         *to++ = static_cast<char>(number | 0x80);
         number >>= 7;

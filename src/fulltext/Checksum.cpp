@@ -40,7 +40,9 @@ __attribute__((target("sse4.2"))) std::uint32_t byInstruction(std::string_view b
         wide = _mm_crc32_u64(wide, loadNumber<std::uint64_t>(bytes.data()));
         bytes.remove_prefix(8);
     }
-    return byTable(bytes, static_cast<std::uint32_t>(wide));
+    auto narrow = static_cast<std::uint32_t>(wide);
+    for (const char byte : bytes) narrow = _mm_crc32_u8(narrow, static_cast<unsigned char>(byte));
+    return narrow;
 }
 
 bool hasInstruction() {

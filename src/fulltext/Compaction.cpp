@@ -104,6 +104,7 @@ private:
     Result<std::shared_ptr<const Segment>> rewrite(std::span<const LiveSegment> segments);
     Status exchangeFiles();
     Status putInPlace();
+    Status takeName();
     void adopt();
     Status stopWhenClosing();
 
@@ -290,9 +291,14 @@ Status Compaction::rewriteUncommitted(const std::vector<LiveSegment>& segments) 
     return {};
 }
 
+Status Compaction::takeName() {
+    MutexLock lock(m_index.naming);
+    if (m_index.isAbandoned) return {StatusCode::Busy, _("The index is being closed.")};
+    return m_index.storage.rename(*m_file, m_index.path);
+}
+
 Status Compaction::putInPlace() {
-    if (Status status = m_index.storage.rename(*m_file, m_index.path); !status.isOk())
-        return status;
+    if (Status status = takeName(); !status.isOk()) return status;
     adopt();
     // The new file is the index now, whether or not its name reached the disk.
     return m_index.noteWrite(m_index.storage.syncFolderOf(m_index.path));

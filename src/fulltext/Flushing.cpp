@@ -32,10 +32,15 @@ Status segmentMemory(IndexCore& index) {
     return {};
 }
 
+// Where documents come one after another, larger segments are less work. Once none came between
+// two flushes, no more is left outside of segments than whoever opens the file should wait for.
 bool mustSegment(IndexCore& index, FlushKind kind) {
+    constexpr std::size_t kWhileDocumentsCome = 3;
     MutexLock lock(index.mutex);
     const std::size_t bytes = index.contents.memoryTextBytes();
-    return kind == FlushKind::Closing ? bytes > 0 : bytes > index.maxUnsegmentedText;
+    if (kind == FlushKind::Closing) return bytes > 0;
+    const std::size_t most = index.maxUnsegmentedText;
+    return bytes > (index.contents.hasPending() ? most * kWhileDocumentsCome : most);
 }
 
 // Decides what the commit holds and gives its record a place; none when nothing changed.

@@ -30,6 +30,12 @@ std::string creationPath(const std::string& indexPath) { return indexPath + ".cr
 Index::Index(std::shared_ptr<IndexCore> core, const Surroundings& surroundings)
     : m_core(std::move(core)), m_surroundings(surroundings) {}
 
+void Index::abandon() {
+    m_core->isClosing = true;
+    MutexLock lock(m_core->naming);
+    m_core->isAbandoned = true;
+}
+
 Index::~Index() {
     m_core->isClosing = true;
     if (m_surroundings.maintenance != nullptr) m_surroundings.maintenance->forget(*m_core);

@@ -44,7 +44,8 @@ public:
         Maintenance* maintenance = nullptr;
         WriteBudget* budget = nullptr;  // null: no limit
         PaceCallback pace;              // called between the steps of long work
-        // Bytes of text that a flush leaves outside of segments: they are read back at opening.
+        // Bytes of text that a flush leaves outside of segments when nothing was added since the
+        // one before; three times as many when something was. They are read back at opening.
         std::size_t maxUnsegmentedText = 2 << 20;
     };
 
@@ -65,6 +66,10 @@ public:
     // writer in, whoever still looks at the index. Nothing can be written any more; a second call
     // does nothing.
     Status close();
+
+    // To be called before the file is deleted: a compaction that is under way does not bring it
+    // back. Waits for nobody.
+    void abandon();
 
     const IndexSettings& settings() const;
     const FileIdentity& identity() const;

@@ -58,6 +58,9 @@ struct IndexCore {
     Root durable SW_GUARDED_BY(mutex);  // root of the newest commit that was synced
     bool hasEnded SW_GUARDED_BY(mutex) = false;
 
+    Mutex naming;  // held while another file takes the index's name
+    bool isAbandoned SW_GUARDED_BY(naming) = false;  // no file does any more
+
     Gate rootWriting;
     RootWriter roots;  // under rootWriting
 

@@ -27,6 +27,11 @@ Status readOnlyError(const IndexCore& index) {
 
 using Segments = std::shared_ptr<const Contents::SegmentList>;
 
+// Candidates are looked for once the text is compressed, which takes longer than to fetch them.
+void prefetchCandidates(const Segments& segments, std::uint64_t keyHash) {
+    for (const auto& segment : *segments) segment->prefetchCandidates(keyHash);
+}
+
 // Documents that may bear the key, in all segments.
 Result<std::vector<DocumentID>> candidatesIn(const Segments& segments, std::uint64_t keyHash) {
     std::vector<DocumentID> all;
@@ -144,10 +149,12 @@ Result<AddedDocument> Index::add(const DocumentKey& key, std::string_view text,
                                  std::string_view readableText) {
     if (m_core->isReadOnly) return readOnlyError(*m_core);
     if (Status status = m_core->currentWriteError(); !status.isOk()) return status;
+    const std::uint64_t keyHash = hashOfKey(key);
+    prefetchCandidates(segmentsOf(*m_core), keyHash);
     Result<PreparedDocument> record = PreparedDocument::prepare(key, readableText);
     if (!record) return record.status();
     Incoming incoming{.key = key,
-                      .keyHash = hashOfKey(key),
+                      .keyHash = keyHash,
                       .record = *std::move(record),
                       .text = std::make_shared<const InvertedText>(
                           inverterOfThisThread().invert(text, m_core->tables))};

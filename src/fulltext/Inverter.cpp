@@ -71,7 +71,8 @@ bool Inverter::addWords(std::span<const WordKey> keys, TermTable& table, const T
         TermTable::Note& note = table.note(*slot);
         if (note.text != m_textNumber) {
             note = {m_textNumber, static_cast<std::uint32_t>(m_entries.size())};
-            m_entries.push_back({.slot = *slot, .frequency = 0, .nextPosition = 0});
+            m_entries.push_back(
+                {.slot = *slot, .frequency = 0, .nextPosition = 0, .isTerm = table.isTerm(*slot)});
         }
         ++m_entries[note.entry].frequency;
         sequence[m_words++] = note.entry;
@@ -99,7 +100,7 @@ InvertedText Inverter::gather(std::shared_ptr<const TermTable> table) {
     result.m_places.reserve(m_entries.size() + 1);
     m_encoded.clear();
     for (const Entry& entry : m_entries) {
-        if (!table->isTerm(entry.slot)) continue;
+        if (!entry.isTerm) continue;
         result.m_slots.push_back(entry.slot);
         result.m_places.push_back({static_cast<std::uint32_t>(m_encoded.size()), entry.frequency});
         result.m_words += entry.frequency;

@@ -29,6 +29,7 @@ private:
         TermTable::Slot slot;
         std::uint32_t frequency;
         std::uint32_t nextPosition;  // where its next position goes in m_positions
+        bool isTerm;
     };
 
     bool scan(std::string_view text, TermTable& table, const TermFilter& filter);

@@ -37,7 +37,8 @@ struct PostingList {
 
 class PostingIterator {
 public:
-    explicit PostingIterator(const PostingList& list);
+    // Begins with the first document >= `from`. Blocks before it are not looked at.
+    explicit PostingIterator(const PostingList& list, DocumentID from = kFirstDocumentID);
 
     DocumentID document() const { return m_document; }                // kNoDocument at the end
     std::uint32_t frequency() const { return frequencyAt(m_index); }  // at least 1

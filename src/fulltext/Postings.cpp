@@ -122,7 +122,7 @@ void PostingListWriter::finishShort() {
         if (isRepeated) m_list.appendVarint(posting.frequency - 2);
         before = posting.document;
     }
-    m_list.append(m_pendingPositions.view());
+    if (m_pendingCount > 0) m_list.appendFollowed(m_pendingPositions.view());
 }
 
 void PostingListWriter::finishBlocks() {

@@ -98,6 +98,12 @@ Result<std::vector<DocumentID>> Segment::candidates(std::uint64_t keyHash) const
     return found;
 }
 
+void Segment::prefetchCandidates(std::uint64_t keyHash) const {
+    const std::uint64_t slots = m_trailer.identities.size / kIdentitySlotSize;
+    if (slots == 0) return;
+    m_body.prefetch(m_trailer.identities.offset + (keyHash & (slots - 1)) * kIdentitySlotSize);
+}
+
 Result<std::optional<std::uint32_t>> Segment::wordsOf(DocumentID document) const {
     if (!covers(document)) return std::optional<std::uint32_t>();
     const auto bytes =

@@ -43,6 +43,8 @@ public:
 
     // The number that a key with this hash may have; to be compared with the document's record.
     Result<std::vector<DocumentID>> candidates(std::uint64_t keyHash) const;
+    // Brings what that looks at on its way into the cache.
+    void prefetchCandidates(std::uint64_t keyHash) const;
 
     bool covers(DocumentID document) const {
         return document >= m_trailer.first && document <= m_trailer.last;

@@ -101,17 +101,30 @@ void TermGatherer::countPlaces() {
     }
 }
 
+// By their first two bytes at first, which leaves short runs to sort.
 void TermGatherer::sortWords() {
+    constexpr std::size_t kRuns = 1 << 16;
+    const auto runOf = [](const Word& word) { return static_cast<std::size_t>(word.key >> 48); };
+    std::vector<Word> words;
+    std::vector<std::uint32_t> ends(kRuns + 1);  // of the run before each one, and of the last
     for (std::uint32_t source = 0; source < m_sources.size(); ++source) {
         const std::vector<std::uint32_t>& counts = m_sources[source].ofSlot;
         for (TermTable::Slot slot = 0; slot < counts.size(); ++slot) {
             if (counts[slot] == 0) continue;
-            m_words.push_back({m_sources[source].table->sortKey(slot), source, slot});
+            words.push_back({m_sources[source].table->sortKey(slot), source, slot});
+            ++ends[runOf(words.back()) + 1];
         }
     }
-    std::sort(m_words.begin(), m_words.end(), [this](const Word& a, const Word& b) {
-        return a.key != b.key ? a.key < b.key : textOf(a) < textOf(b);
-    });
+    std::partial_sum(ends.begin(), ends.end(), ends.begin());
+    m_words.resize(words.size());
+    for (const Word& word : words) m_words[ends[runOf(word)]++] = word;
+    auto begin = m_words.begin();
+    for (const std::uint32_t end : ends) {
+        std::sort(begin, m_words.begin() + end, [this](const Word& a, const Word& b) {
+            return a.key != b.key ? a.key < b.key : textOf(a) < textOf(b);
+        });
+        begin = m_words.begin() + end;
+    }
 }
 
 void TermGatherer::numberTerms() {

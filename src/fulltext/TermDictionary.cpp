@@ -94,11 +94,23 @@ Result<TermNumber> TermDictionary::lowerBound(std::string_view word) const {
     const auto range = rangeAround(word);
     if (!range) return damaged();
     auto [low, high] = *range;
+    if (low >= high) return low;
+    // All that is looked at is checked at once.
+    const TermNumber first = low;
+    const auto entries = m_body->range(m_entries.offset + std::uint64_t{first} * kTermEntrySize,
+                                       (std::uint64_t{high} - first + 1) * kTermEntrySize);
+    if (!entries) return damaged();
+    const std::uint32_t begin = offsetOf(*entries, 0);
+    const std::uint32_t end = offsetOf(*entries, high - first);
+    if (begin > end || end > m_bytes.size) return damaged();
+    const auto bytes = m_body->range(m_bytes.offset + begin, end - begin);
+    if (!bytes) return damaged();
     while (low < high) {
         const TermNumber middle = low + (high - low) / 2;
-        const auto candidate = term(middle);
-        if (!candidate) return damaged();
-        if (*candidate < word) {
+        const std::uint32_t at = offsetOf(*entries, middle - first);
+        const std::uint32_t behind = offsetOf(*entries, middle - first + 1);
+        if (at < begin || behind <= at || behind > end) return damaged();
+        if (bytes->substr(at - begin, behind - at - 1) < word) {
             low = middle + 1;
         } else {
             high = middle;

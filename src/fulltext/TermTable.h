@@ -67,7 +67,8 @@ public:
     std::uint32_t nextText() { return ++m_texts; }
 
 private:
-    struct Term {
+    // Aligned, so that each lies in one cache line.
+    struct alignas(32) Term {
         WordKey::Head head{};
         std::uint32_t longAt = 0;             // of a longer word, in m_longBytes
         std::atomic<std::uint16_t> size = 0;  // set last; 0 in a free slot

@@ -13,7 +13,12 @@ TermsMatcher::TermsMatcher(const std::vector<WeightedList>& terms, const Bm25& b
         return terms[a].list.documents < terms[b].list.documents;
     });
     m_terms.reserve(terms.size());
-    for (const std::size_t place : byRarity) m_terms.emplace_back(terms[place], place);
+    for (const std::size_t place : byRarity) {
+        // No match comes before the rarest term's first document.
+        const DocumentID from =
+            m_terms.empty() ? kFirstDocumentID : m_terms.front().postings.document();
+        m_terms.emplace_back(terms[place], place, from);
+    }
     findFrom(kFirstDocumentID);
 }
 
@@ -22,6 +27,7 @@ void TermsMatcher::findFrom(DocumentID target) {
     while (target <= kLastDocumentID) {
         if (m_threshold > 0 && target > m_windowLast && !openWindow(target)) continue;
         rarest.advanceTo(target);
+        passOverHopeless();
         target = rarest.document();
         if (target == kNoDocument) break;
         if (m_threshold > 0 && target > m_windowLast) continue;
@@ -49,7 +55,31 @@ bool TermsMatcher::openWindow(DocumentID& target) {
         term->restBound = rest;
         rest += term->bound;
     }
+    computeLeastPart();
     return true;
+}
+
+void TermsMatcher::setThreshold(float threshold) {
+    m_threshold = threshold;
+    computeLeastPart();
+}
+
+void TermsMatcher::computeLeastPart() {
+    const Term& rarest = m_terms.front();
+    const float missing = m_threshold / kBoundSlack - rarest.restBound;
+    m_leastPart = rarest.weight > 0 ? missing / rarest.weight : 0;
+}
+
+// Goes on, inside the window and the block, to a document that may beat the threshold if it holds
+// the other terms. Most documents of the rarest term end here.
+void TermsMatcher::passOverHopeless() {
+    Term& rarest = m_terms.front();
+    PostingIterator& postings = rarest.postings;
+    while (postings.document() <= m_windowLast) {
+        const std::uint32_t length = rarest.list.lengthOf(postings.document());
+        if (m_bm25.mayReach(m_leastPart, postings.frequency(), length)) break;
+        if (!postings.nextInBlock()) break;
+    }
 }
 
 // The document itself when it holds all terms and may beat the threshold; else the first one

@@ -31,16 +31,16 @@ public:
     float score() override;
     ScoreWindow windowFrom(DocumentID target) override;
     std::uint64_t cost() const override { return m_terms.front().list.documents; }
-    void setThreshold(float threshold) override { m_threshold = threshold; }
+    void setThreshold(float threshold) override;
     bool isDamaged() const override;
 
 private:
     struct Term {
-        Term(const WeightedList& weighted, std::size_t placeInQuery)
+        Term(const WeightedList& weighted, std::size_t placeInQuery, DocumentID from)
             : list(weighted.list),
               weight(weighted.weight),
               place(placeInQuery),
-              postings(weighted.list) {}
+              postings(weighted.list, from) {}
 
         PostingList list;
         float weight;
@@ -52,6 +52,8 @@ private:
 
     void findFrom(DocumentID target);
     bool openWindow(DocumentID& target);
+    void computeLeastPart();
+    void passOverHopeless();
     DocumentID nextIfNot(DocumentID document);
 
     std::vector<Term> m_terms;    // the rarest first
@@ -60,6 +62,7 @@ private:
     DocumentID m_document = 0;
     DocumentID m_windowLast = 0;  // documents up to here may beat the threshold
     float m_threshold = 0;
+    float m_leastPart = 0;  // of the rarest term, in the window: with less, no document can beat it
 };
 
 }  // namespace siftwell::fulltext

@@ -48,6 +48,15 @@ protected:
         return found;
     }
 
+    // Segments that were ever written.
+    std::size_t segmentsInFile() const {
+        std::ifstream file(path(), std::ios::binary);
+        const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = bytes.find("SEGM", at)) != std::string::npos; ++at) ++count;
+        return count;
+    }
+
     TemporaryFolder m_folder;
     Index::Surroundings m_surroundings;
 };
@@ -213,6 +222,54 @@ TEST_F(IndexTest, AddressesStandInTheFileAsASalvagerLooksForThem) {
     const std::string longMarker{"\4\0f\0i\0l\0e\0\x2f\1\0\0", 14};
     EXPECT_NE(bytes.find(longMarker + longName), std::string::npos);
     EXPECT_TRUE((*open(Access::ReadOnly))->documentWith({"file", longName})->has_value());
+}
+
+TEST_F(IndexTest, LittleTextStaysOutsideOfSegmentsOnceNoMoreComes) {
+    m_surroundings.maxUnsegmentedText = 1000;
+    const auto index = create();
+    const auto flush = [&index] { ASSERT_TRUE(index->flush().isOk()); };
+    add(*index, "//a/", std::string(1500, 'a'));
+    add(*index, "//b/", std::string(1500, 'b'));
+    flush();
+    EXPECT_EQ(segmentsInFile(), 0U) << "more may come";
+    EXPECT_EQ((*open(Access::ReadOnly))->documentCount(), 2U);
+
+    flush();
+    EXPECT_EQ(segmentsInFile(), 1U) << "nothing came";
+    EXPECT_EQ(find(**open(Access::ReadOnly), "a* | b*").size(), 2U);
+    const std::uint64_t generation = index->generation();
+    flush();
+    EXPECT_EQ(index->generation(), generation) << "nothing is left to do";
+
+    add(*index, "//c/", std::string(900, 'c'));
+    flush();
+    flush();
+    EXPECT_EQ(segmentsInFile(), 1U) << "that little may stay";
+    add(*index, "//d/", std::string(2200, 'd'));
+    flush();
+    EXPECT_EQ(segmentsInFile(), 2U) << "that is too much, whatever may come";
+
+    ASSERT_TRUE(index->remove(1).isOk());
+    add(*index, "//e/", "last");
+    ASSERT_TRUE(index->close().isOk());
+    EXPECT_EQ(find(**open(Access::ReadOnly), "a* | b* | c* | d* | last").size(), 4U);
+    EXPECT_TRUE(index->check().isOk()) << index->check().message();
+}
+
+TEST_F(IndexTest, TextThatIsReadBackAtOpeningIsFoundAsBefore) {
+    const std::string text =
+        "Straße CAFÉ A\u030Angstro\u0308m İstanbul Ｆｕｌｌ 東京TOWER K\u212A ﬁNE I\u0307ron";
+    const auto index = create();
+    add(*index, "//a/", text);
+    const auto termsNow = index->termsOf(1);
+    ASSERT_TRUE(index->flush().isOk());
+    const auto reader = *open(Access::ReadOnly);
+    ASSERT_TRUE(termsNow);
+    for (const std::string& term : *termsNow) {
+        EXPECT_THAT(find(*index, term), ElementsAre(1U)) << term;
+        EXPECT_THAT(find(*reader, term), ElementsAre(1U)) << term;
+    }
+    EXPECT_THAT(find(*reader, "\"ångström istanbul\""), find(*index, "\"ångström istanbul\""));
 }
 
 TEST_F(IndexTest, OddTextsAndKeysAreIndexedOrRefusedWithoutHarm) {
