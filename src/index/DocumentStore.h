@@ -76,6 +76,10 @@ public:
     bool removeSKDocument(const SKDocument& document, const SKIndex& fromSKIndex,
                           std::optional<std::string> withURLString, bool sendNotification);
 
+    // The same for a document whose number is known.
+    bool removeNumber(fulltext::DocumentID document, const SKIndex& fromSKIndex,
+                      const std::string& url, bool sendNotification);
+
     // Removes the page from the first index that holds it; whether there was one.
     bool removeURLFromIndex(const Url& url);
 
@@ -88,8 +92,6 @@ private:
                           const SKIndex& target);
     std::optional<PropertyRecord> addToIndex(const AddRequest& request, const SKDocument& document,
                                              const SKIndex& target);
-    bool removeNumber(fulltext::DocumentID document, const SKIndex& fromSKIndex,
-                      const std::string& url, bool sendNotification);
     void reportNotRemoved(const std::optional<std::string>& url);
     void reportNotAdded(const AddRequest& request, OpenIndex& target);
     PropertyRecord recordFor(const AddRequest& request) const;

@@ -52,6 +52,11 @@ IndexController::IndexController(const Surroundings& surroundings, Access access
                            m_surroundings.notifier, [this](const std::string& source) {
                                if (m_indexFormat == kMonthlyFormat) noteIndexedSource(source);
                            }});
+    m_expiry = std::make_unique<Expiry>(
+        Expiry::Parts{*m_indexes, m_locks, m_gate, m_counters, *m_store, *m_loader,
+                      m_surroundings.notifier, [this] { return m_indexFormat == kMonthlyFormat; },
+                      [this](const SKIndex& index) { flushIndex(index); }, [this] { flush(); },
+                      [this] { forgetIndexedSources(); }});
     findFolder();
     loadIndex();
     observe();
@@ -173,6 +178,13 @@ bool IndexController::compactIndex() {
     return true;
 }
 
+void IndexController::expireOlderThan(Date cutOff,
+                                      const std::optional<std::vector<std::string>>& forSources) {
+    if (m_access == Access::ReadOnly) return;
+    endSearchOfThisThread();
+    m_expiry->expireOlderThan(cutOff, forSources);
+}
+
 bool IndexController::closeIndex() {
     endSearchOfThisThread();
     m_loader->stop();
@@ -196,6 +208,11 @@ void IndexController::purgeIndex(std::size_t position) {
 void IndexController::noteIndexedSource(const std::string& source) {
     MutexLock lock(m_mutex);
     m_indexedSources.insert(source);
+}
+
+void IndexController::forgetIndexedSources() {
+    MutexLock lock(m_mutex);
+    m_indexedSources.clear();
 }
 
 std::vector<std::string> IndexController::indexedSources() const {
@@ -307,6 +324,7 @@ bool IndexController::removeSKDocument(const SKDocument& document, const SKIndex
 }
 
 std::size_t IndexController::removeURLFromIndex(const std::vector<Url>& urls) {
+    endSearchOfThisThread();
     return static_cast<std::size_t>(std::count_if(urls.begin(), urls.end(), [this](const Url& url) {
         return m_store->removeURLFromIndex(url);
     }));
@@ -318,8 +336,10 @@ bool IndexController::netConnectionAvailable() {
         [this](const char* address) { return m_surroundings.network.isReachable(address); });
 }
 
-bool IndexController::readyToIndex() {
-    if (!netConnectionAvailable() || !indexingEnabled()) return false;
+bool IndexController::readyToIndex() { return netConnectionAvailable() && readyToIndexLocally(); }
+
+bool IndexController::readyToIndexLocally() {
+    if (!indexingEnabled()) return false;
     const bool isFree = m_locks.scanLock().count() == 0;
     yieldForPriorityThread();
     return isFree;

@@ -29,6 +29,7 @@
 #include "index/ContentExtractor.h"
 #include "index/ContentParsing.h"
 #include "index/DocumentStore.h"
+#include "index/Expiry.h"
 #include "index/IndexCounters.h"
 #include "index/IndexLoader.h"
 #include "index/IndexLocks.h"
@@ -75,6 +76,9 @@ public:
     void flush();
     // Whether all indexes were visited.
     bool compactIndex();
+    // Removes the documents of the sources that are older than the date, and every index without
+    // records. Without sources: removes everything. Ends early when indexing is switched off.
+    void expireOlderThan(Date cutOff, const std::optional<std::vector<std::string>>& forSources);
     // Flushes and lets go of all indexes. Always succeeds.
     bool closeIndex();
     // Deletes the index. The caller holds the index lock.
@@ -111,7 +115,8 @@ public:
     void addDataToIndex(AddRequest request);
     bool removeSKDocument(const SKDocument& document, const SKIndex& fromSKIndex,
                           const std::optional<std::string>& withURLString, bool sendNotification);
-    // Each loses the first index that holds it; how many there were.
+    // Each loses the first index that holds it; how many there were. Ends the current search when
+    // it is the main thread's.
     std::size_t removeURLFromIndex(const std::vector<Url>& urls);
 
     // ---- Locks, priority, gate, counters
@@ -152,6 +157,8 @@ public:
     bool netConnectionAvailable();
     // Whether a scan may start: network, gate, and nobody enumerates the indexes.
     bool readyToIndex();
+    // The same for a scan that needs no network.
+    bool readyToIndexLocally();
 
     // ---- Searching. Main thread.
 
@@ -172,6 +179,7 @@ private:
     void observe();
     void updatePendingCount(const PropertyList& progress);
     void noteIndexedSource(const std::string& source);
+    void forgetIndexedSources();
     void flushIndex(const SKIndex& index);
     void storeCounters();
     bool extractText(AddRequest& request);
@@ -196,6 +204,7 @@ private:
     SearchControl m_search;
     std::vector<NotificationCentre::Observation> m_observations;
     std::unique_ptr<IndexLoader> m_loader;
+    std::unique_ptr<Expiry> m_expiry;
 };
 
 }  // namespace siftwell

@@ -28,12 +28,12 @@ void IndexLoader::stop() {
 }
 
 void IndexLoader::run(const std::stop_token& stop) {
-    m_summaries.clear();
-    m_sent = 0;
     m_parts.gate.disable();
     m_parts.counters.pending.set(0);
     {
         const ScanLock::Turn turn(m_parts.locks.scanLock());
+        m_summaries.clear();
+        m_sent = 0;
         m_parts.centre.postMainThreadNotificationName("SiftwellStatusRemoveURLNotification", {});
         m_parts.notifier.reportProgressIn("Loader", "Loading index files...");
         const bool isComplete = walkAll(stop);
@@ -62,19 +62,13 @@ bool IndexLoader::mayContinue(const std::stop_token& stop) const {
 
 bool IndexLoader::walk(const SKIndex& index, const std::stop_token& stop) {
     for (fulltext::DocumentID last = 0;;) {
-        const auto documents = index->index->documentsBehind(last, kDocumentsPerLook);
+        const auto documents = index->documentsBehind(last, kDocumentsPerLook);
         if (documents.empty()) return true;
-        const auto records = index->properties->recordsBehind(last, kDocumentsPerLook);
-        auto record = records.begin();
-        for (const fulltext::DocumentID document : documents) {
+        for (const StoredDocument& document : documents) {
             if (!mayContinue(stop)) return false;
-            while (record != records.end() && record->first < document) ++record;
-            const bool isNext = record != records.end() && record->first == document;
-            addSummary(
-                index, document,
-                isNext ? record->second : index->properties->propertiesForSKDocument(document));
+            addSummary(index, document.number, document.record);
         }
-        last = documents.back();
+        last = documents.back().number;
     }
 }
 

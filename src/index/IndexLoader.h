@@ -49,6 +49,7 @@ private:
     void postSummaries();
 
     const Parts m_parts;
+    // Used by whoever has the turn of the scan lock.
     PropertyList::Array m_summaries;
     std::int64_t m_sent = 0;
     std::jthread m_thread;

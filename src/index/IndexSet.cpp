@@ -188,6 +188,7 @@ void IndexSet::purge(const SKIndex& index) {
         std::erase(*list, index);
         m_list = std::move(list);
     }
+    index->index->abandon();  // a compaction under way would bring the file back
     deleteFiles(index->path);
 }
 

@@ -5,13 +5,21 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "base/Gate.h"
 #include "fulltext/Index.h"
 #include "index/DocumentProperties.h"
 
 namespace siftwell {
+
+// A document as a walk over an index meets it.
+struct StoredDocument {
+    fulltext::DocumentID number = 0;
+    std::optional<PropertyRecord> record;
+};
 
 struct OpenIndex {
     std::string name;  // file name relative to the index folder
@@ -29,6 +37,9 @@ struct OpenIndex {
     Status flush();
     // To be flushed before: what then still waits, since its records could not be written, is lost.
     Status close();
+
+    // Up to `max` documents behind the number, in rising order; 0 begins at the front.
+    std::vector<StoredDocument> documentsBehind(fulltext::DocumentID number, std::size_t max) const;
 
     // Whether the status is a failure and the first one: an index that can no longer be written
     // answers the same to everybody, and it is told once.

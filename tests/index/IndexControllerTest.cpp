@@ -183,6 +183,21 @@ TEST_F(IndexControllerTest, PurgedIndexIsGoneAndCanBeMadeAnew) {
     EXPECT_THAT(find("old | new"), ElementsAre("http://host/a", "http://host/b"));
 }
 
+TEST_F(IndexControllerTest, PurgedIndexIsNotBroughtBackByItsCompaction) {
+    for (int i = 0; i < 20; ++i) add("http://host/" + std::to_string(i), "word", "A");
+    store().flush();
+    store().takePriority();  // wherever the compaction is, it goes no further
+    const SKIndex index = store().indexes()->front();
+    std::jthread compacting(
+        [&index] { EXPECT_EQ(index->index->compact().code(), StatusCode::Busy); });
+    while (!hasIndexFile("A.http.compacting")) std::this_thread::yield();
+    store().purgeIndex(0);
+    store().releasePriority();
+    compacting.join();
+    EXPECT_FALSE(hasIndexFile("A.http"));
+    EXPECT_FALSE(hasIndexFile("A.http.compacting"));
+}
+
 TEST_F(IndexControllerTest, ClosingAndLoadingDoNotWaitForThreadsThatWaitForTheirOwnSearch) {
     for (int i = 0; i < 60; ++i) add("http://host/" + std::to_string(i), "word");
     end();

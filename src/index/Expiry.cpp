@@ -1,0 +1,153 @@
+#include "index/Expiry.h"
+
+#include <algorithm>
+
+#include "index/IndexNaming.h"
+
+namespace siftwell {
+
+namespace {
+
+constexpr std::size_t kDocumentsPerLook = 500;
+constexpr std::size_t kRemovalsPerFlush = 10000;  // what waits to be written is kept in memory
+constexpr std::size_t kRecordsPerLook = 100;
+constexpr std::int64_t kDeletionsWorthForgetting = 101;
+
+// The sources as the names of indexes tell them.
+std::set<std::string> asNamed(const std::set<std::string>& sources) {
+    std::set<std::string> names;
+    for (const std::string& source : sources) {
+        names.insert(sourceOfIndexName(indexNameForSource(source, "x")));
+    }
+    return names;
+}
+
+bool hasReadableRecords(const OpenIndex& index) { return index.properties->check().isOk(); }
+
+// A side file that cannot be read has no records to show either, and says nothing of the index.
+bool isWithoutRecords(const OpenIndex& index) {
+    return index.properties->recordsBehind(0, kRecordsPerLook).empty() && hasReadableRecords(index);
+}
+
+}  // namespace
+
+struct Expiry::Walk {
+    const SKIndex& index;
+    const Date sinceDate;
+    const Sources& fromSources;
+    std::size_t kept = 0;
+    std::size_t removed = 0;                      // since the last flush
+    std::optional<bool> areRecordsReadable = {};  // once it was looked at
+};
+
+void Expiry::expireOlderThan(Date cutOff,
+                             const std::optional<std::vector<std::string>>& forSources) {
+    const std::int64_t deletedBefore = m_parts.counters.deleted.value();
+    {
+        const ScanLock::Turn turn(m_parts.locks.scanLock());
+        bool isComplete = true;
+        if (forSources) {
+            expireOlderThan(cutOff, Sources(forSources->begin(), forSources->end()));
+            isComplete = purgeIndexesWithoutRecords();
+        } else {
+            purgeAll();
+        }
+        if (isComplete && deletedBefore >= kDeletionsWorthForgetting) {
+            m_parts.counters.deleted.set(0);
+        }
+        m_parts.flush();
+    }
+    if (forSources) return;
+    m_parts.forgetIndexedSources();
+    m_parts.loader.run();
+}
+
+bool Expiry::continueExpiring() {
+    m_parts.locks.yieldForPriorityThread();
+    return m_parts.gate.isEnabled();
+}
+
+void Expiry::expireOlderThan(Date cutOff, const Sources& sources) {
+    const bool isEveryIndexVisited = m_parts.isMonthlyFormat();
+    const Sources names = asNamed(sources);
+    const auto indexes = m_parts.indexes.list();
+    for (const SKIndex& index : *indexes) {
+        if (!continueExpiring()) return;
+        if (!isEveryIndexVisited && !names.contains(sourceOfIndexName(index->name))) continue;
+        // Indexes may be let go of before the hold, not while it lasts.
+        const SharedHold hold(m_parts.locks.indexGate());
+        if (m_parts.indexes.positionOf(index) < 0) return;
+        Walk walk{.index = index, .sinceDate = cutOff, .fromSources = sources};
+        expireDocumentsInIndex(walk);
+        m_parts.flushIndex(index);
+    }
+}
+
+void Expiry::expireDocumentsInIndex(Walk& walk) {
+    for (fulltext::DocumentID last = 0;;) {
+        const auto documents = walk.index->documentsBehind(last, kDocumentsPerLook);
+        if (documents.empty()) return;
+        for (const StoredDocument& document : documents) {
+            if (!continueExpiring()) return;
+            judge(walk, document);
+        }
+        last = documents.back().number;
+        if (walk.removed < kRemovalsPerFlush) continue;
+        m_parts.flushIndex(walk.index);
+        walk.removed = 0;
+    }
+}
+
+void Expiry::judge(Walk& walk, const StoredDocument& document) {
+    if (!document.record) {
+        // Only in front of the first document that is kept.
+        if (walk.kept == 0) removeWithoutRecord(walk, document.number);
+        return;
+    }
+    const PropertyRecord& record = *document.record;
+    if (!walk.fromSources.contains(record.source) || !(record.date < walk.sinceDate)) {
+        ++walk.kept;
+        return;
+    }
+    m_parts.notifier.reportStatus("Removing");
+    m_parts.store.removeNumber(document.number, walk.index, record.url, true);
+    ++walk.removed;
+}
+
+// Nobody adds while the pair is held: a document that has no record even then never gets one.
+// It was not counted, and is removed without a word.
+void Expiry::removeWithoutRecord(Walk& walk, fulltext::DocumentID document) {
+    if (!walk.areRecordsReadable) walk.areRecordsReadable = hasReadableRecords(*walk.index);
+    if (!*walk.areRecordsReadable) return;
+    const ExclusiveHold hold(walk.index->pairGate);
+    if (walk.index->properties->propertiesForSKDocument(document)) {
+        ++walk.kept;
+    } else if (walk.index->index->remove(document).isOk()) {
+        walk.index->properties->removeSKDocument(document);  // so that the removal is written
+        ++walk.removed;
+    }
+}
+
+// Whether all were visited. Whoever has the priority goes first, but not once the exclusive hold
+// lasts: that thread might ask for the index lock itself.
+bool Expiry::purgeIndexesWithoutRecords() {
+    m_parts.locks.yieldForPriorityThread();
+    // Lets go of purged indexes behind the hold: each waits for the merge that is under way.
+    std::shared_ptr<const IndexSet::List> indexes;
+    const ExclusiveHold hold(m_parts.locks.indexGate());
+    indexes = m_parts.indexes.list();
+    return std::all_of(indexes->begin(), indexes->end(), [this](const SKIndex& index) {
+        if (!m_parts.gate.isEnabled()) return false;
+        if (isWithoutRecords(*index)) m_parts.indexes.purge(index);
+        return true;
+    });
+}
+
+void Expiry::purgeAll() {
+    std::shared_ptr<const IndexSet::List> indexes;  // as above
+    const ExclusiveHold hold(m_parts.locks.indexGate());
+    indexes = m_parts.indexes.list();
+    for (const SKIndex& index : *indexes) m_parts.indexes.purge(index);
+}
+
+}  // namespace siftwell
