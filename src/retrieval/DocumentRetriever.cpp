@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/Log.h"
+#include "base/StackTraces.h"
 #include "base/ThreadPriority.h"
 #include "base/Translate.h"
 #include "text/Encodings.h"
@@ -164,6 +165,7 @@ void DocumentRetriever::noteEnd() {
 
 void DocumentRetriever::run(const std::stop_token& stop) {
     nameThisThread("download");
+    collectStackTracesOnThrow();
     while (!stop.stop_requested()) {
         takeHostAnswers();
         finishDownloads();

@@ -57,17 +57,20 @@ public:
     };
     // On the main thread, like its end: that drops, without a word, what is queued or under way.
     explicit DocumentRetriever(const Surroundings& surroundings);
-    ~DocumentRetriever();
+    virtual ~DocumentRetriever();
+
+    // These two are virtual for tests that look at what is handed over.
 
     // Queues a document; returns at once. A date before 1970 or in the future counts as now.
-    void indexDocument(const Url& url, std::optional<Date> date, std::optional<std::string> title,
-                       const std::string& source, const std::string& indexer);
+    virtual void indexDocument(const Url& url, std::optional<Date> date,
+                               std::optional<std::string> title, const std::string& source,
+                               const std::string& indexer);
 
     // Decodes and indexes bytes that a browser kept under `objectPath`, on the caller's thread.
     // The index store's answer.
-    bool indexEncodedObject(const CachedObject& object, std::optional<Date> date,
-                            const std::string& source, const std::string& indexer,
-                            const std::string& objectPath);
+    virtual bool indexEncodedObject(const CachedObject& object, std::optional<Date> date,
+                                    const std::string& source, const std::string& indexer,
+                                    const std::string& objectPath);
 
     // Whether documents of the source (of any when there is none) are queued; whether some are
     // under way that were not cancelled.
@@ -144,7 +147,8 @@ private:
     const std::shared_ptr<DownloadSet> m_downloads = std::make_shared<DownloadSet>(m_signal);
     const std::shared_ptr<ReleaseQueue> m_finished;
     DocumentQueue m_queue;
-    Gate m_fileLoad;  // reading files, and decoding bytes that are here already
+    Gate m_fileLoad{
+        Gate::Guards::Turns};  // reading files, and decoding bytes that are here already
     std::atomic<std::size_t> m_maxDownloadThreads = 1;
     std::atomic<int> m_authorizationBehavior = 0;
     std::atomic<bool> m_isJavaScriptEnabled = true;

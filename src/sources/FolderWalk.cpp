@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <memory>
 
+#include "sources/FileDates.h"
+
 namespace siftwell {
 
 namespace {
@@ -32,16 +34,22 @@ Result<std::vector<std::string>> namesIn(const std::string& folder) {
 
 enum class Kind { File, Folder, Other };
 
+struct Entry {
+    Kind kind = Kind::Other;
+    Date modified;
+};
+
 // A file that is gone by now, or a link that leads nowhere, is nothing to speak of.
-Result<Kind> kindOf(const std::string& path) {
+Result<Entry> entryAt(const std::string& path) {
     struct stat info {};
     if (lstat(path.c_str(), &info) != 0) {
-        if (errno == ENOENT) return Kind::Other;
+        if (errno == ENOENT) return Entry();
         return Status::fromErrno(errno, "examine the file " + path);
     }
-    if (S_ISDIR(info.st_mode)) return Kind::Folder;
-    if (S_ISLNK(info.st_mode) && stat(path.c_str(), &info) != 0) return Kind::Other;
-    return S_ISREG(info.st_mode) ? Kind::File : Kind::Other;
+    const Date modified = dateOf(info.st_mtim);
+    if (S_ISDIR(info.st_mode)) return Entry{Kind::Folder, modified};
+    if (S_ISLNK(info.st_mode) && stat(path.c_str(), &info) != 0) return Entry();
+    return Entry{S_ISREG(info.st_mode) ? Kind::File : Kind::Other, modified};
 }
 
 }  // namespace
@@ -73,12 +81,13 @@ bool FolderWalk::next(std::string& path) {
         }
         path = (level.folder == "/" ? "" : level.folder) + "/" + level.names.back();
         level.names.pop_back();
-        const auto kind = kindOf(path);
-        if (!kind) {
-            m_onError(kind.status());
-        } else if (*kind == Kind::Folder) {
+        const auto entry = entryAt(path);
+        if (!entry) {
+            m_onError(entry.status());
+        } else if (entry->kind == Kind::Folder) {
             enter(path);
-        } else if (*kind == Kind::File) {
+        } else if (entry->kind == Kind::File) {
+            m_modified = entry->modified;
             return true;
         }
     }

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Date.h"
 #include "base/Status.h"
 
 namespace siftwell {
@@ -26,6 +27,9 @@ public:
     // The path of the next file, as the folder's path and the relative path; false at the end.
     bool next(std::string& path);
 
+    // When that file was changed; of a link, the link itself. Asked once in the walk.
+    Date modified() const { return m_modified; }
+
 private:
     struct Level {
         std::string folder;
@@ -36,6 +40,7 @@ private:
 
     ErrorHandler m_onError;
     std::vector<Level> m_levels;
+    Date m_modified;
 };
 
 }  // namespace siftwell

@@ -59,6 +59,18 @@ TEST_F(FolderWalkTest, LinksToFilesAreFollowedAndLinksToFoldersAreNot) {
     EXPECT_THAT(m_errors, IsEmpty());
 }
 
+TEST_F(FolderWalkTest, AFileIsAsOldAsWhatStandsThere) {
+    const timespec old[2] = {{1'000'000, 0}, {1'000'000, 500'000'000}};
+    ASSERT_EQ(utimensat(AT_FDCWD, m_folder.write("a", "").c_str(), old, 0), 0);
+    link("a", "b");
+    FolderWalk files(m_folder.path(), [](const Status& status) { FAIL() << status.message(); });
+    std::string path;
+    ASSERT_TRUE(files.next(path));
+    EXPECT_EQ(files.modified(), Date::fromUnix(1'000'000.5));
+    ASSERT_TRUE(files.next(path));
+    EXPECT_GT(files.modified(), Date::fromUnix(1'000'001));  // of the link itself
+}
+
 TEST_F(FolderWalkTest, NamesAreBytes) {
     for (const char* name : {"\xFF\xFE", "new\nline", "\x1B[2J", "ä"}) m_folder.write(name, "");
     EXPECT_THAT(walk(), ElementsAre("\x1B[2J", "new\nline", "ä", "\xFF\xFE"));

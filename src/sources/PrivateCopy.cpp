@@ -1,0 +1,88 @@
+#include "sources/PrivateCopy.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include "base/FileDescriptor.h"
+#include "base/Files.h"
+
+namespace siftwell {
+
+namespace {
+
+// Two threads may ask in the same tick for the copies of files of the same name.
+constexpr int kMostNames = 1000;
+
+Status failure(int error, const std::string& path) {
+    // The code as everywhere; the text is put together by the indexer.
+    const StatusCode code = Status::fromErrno(error, "").code();
+    return {code, std::generic_category().message(error) + " " + path};
+}
+
+// Somebody else may have made a folder of that name, to read what is put there.
+Result<std::string> temporaryFolder() {
+    std::error_code none;
+    const auto shared = std::filesystem::temp_directory_path(none);
+    if (none) return failure(none.value(), "temporary folder");
+    std::string folder = shared.string() + "/siftwell-" + std::to_string(getuid());
+    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) return failure(errno, folder);
+    struct stat info {};
+    if (lstat(folder.c_str(), &info) != 0) return failure(errno, folder);
+    const bool isOwn = S_ISDIR(info.st_mode) && info.st_uid == getuid() &&
+                       (info.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+    if (!isOwn) return failure(EPERM, folder);
+    return folder;
+}
+
+Status copyBytes(int from, int to, const std::string& path) {
+    std::vector<char> buffer(1 << 18);
+    while (true) {
+        const ssize_t count = read(from, buffer.data(), buffer.size());
+        if (count == 0) return {};
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return failure(errno, path);
+        for (ssize_t done = 0; done < count;) {
+            const ssize_t written =
+                write(to, buffer.data() + done, static_cast<std::size_t>(count - done));
+            if (written < 0 && errno != EINTR) return failure(errno, path);
+            if (written > 0) done += written;
+        }
+    }
+}
+
+}  // namespace
+
+Status copyFilePrivately(const std::string& from, const std::string& to) {
+    const FileDescriptor source(open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!source.isOpen()) return failure(errno, from);
+    struct stat info {};
+    if (fstat(source.get(), &info) != 0) return failure(errno, from);
+    if (!S_ISREG(info.st_mode)) return failure(EINVAL, from);
+    const FileDescriptor target(
+        open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!target.isOpen()) return failure(errno, to);
+    Status status = copyBytes(source.get(), target.get(), from);
+    if (!status.isOk()) unlink(to.c_str());
+    return status;
+}
+
+Result<std::string> copyToTemporaryFolder(const std::string& path) {
+    const auto folder = temporaryFolder();
+    if (!folder) return folder.status();
+    for (int attempt = 1;; ++attempt) {
+        const std::string copy = *folder + "/" + std::to_string(getpid()) + "." +
+                                 std::to_string(std::clock()) + "." + lastPathComponent(path);
+        const Status status = copyFilePrivately(path, copy);
+        if (status.isOk()) return copy;
+        if (status.code() != StatusCode::Exists || attempt == kMostNames) return status;
+    }
+}
+
+}  // namespace siftwell
