@@ -33,14 +33,17 @@ Status segmentMemory(IndexCore& index) {
 }
 
 // Where documents come one after another, larger segments are less work. Once none came between
-// two flushes, no more is left outside of segments than whoever opens the file should wait for.
+// two flushes, little is left outside of segments, where it takes memory and whoever opens the file
+// has to read it back.
 bool mustSegment(IndexCore& index, FlushKind kind) {
-    constexpr std::size_t kWhileDocumentsCome = 3;
+    constexpr std::size_t kPartAtRest = 24;
+    constexpr std::size_t kPartWhenMuch = 12;
     MutexLock lock(index.mutex);
     const std::size_t bytes = index.contents.memoryTextBytes();
-    if (kind == FlushKind::Closing) return bytes > 0;
     const std::size_t most = index.maxUnsegmentedText;
-    return bytes > (index.contents.hasPending() ? most * kWhileDocumentsCome : most);
+    if (kind == FlushKind::Closing) return bytes > 0;
+    if (!index.contents.hasPending()) return bytes > most / kPartAtRest;
+    return bytes > (kind == FlushKind::Relieving ? most / kPartWhenMuch : most);
 }
 
 // Decides what the commit holds and gives its record a place; none when nothing changed.

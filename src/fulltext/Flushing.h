@@ -10,8 +10,9 @@
 namespace siftwell::fulltext {
 
 enum class FlushKind {
-    Ordinary,  // a little text may stay outside of segments
-    Closing,   // none stays
+    Ordinary,   // some text may stay outside of segments
+    Relieving,  // little
+    Closing,    // none
 };
 
 // Commits: a process that opens the file from now on sees it. Not synced yet.

@@ -44,9 +44,10 @@ public:
         Maintenance* maintenance = nullptr;
         WriteBudget* budget = nullptr;  // null: no limit
         PaceCallback pace;              // called between the steps of long work
-        // Bytes of text that a flush leaves outside of segments when nothing was added since the
-        // one before; three times as many when something was. They are read back at opening.
-        std::size_t maxUnsegmentedText = 2 << 20;
+        // Bytes of text that a flush leaves outside of segments while documents come; a small part
+        // of it once none came since the flush before, or when the budget is exceeded. They are
+        // read back at opening.
+        std::size_t maxUnsegmentedText = 6 << 20;
     };
 
     // Makes the file; Exists when there is one. The index is durable when this returns.

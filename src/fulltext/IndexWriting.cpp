@@ -229,7 +229,9 @@ Status Index::remove(DocumentID document) {
 
 Status Index::flush() {
     if (m_core->isReadOnly) return readOnlyError(*m_core);
-    if (Status status = fulltext::flush(*m_core, FlushKind::Ordinary); !status.isOk()) {
+    const bool isTooMuch = m_surroundings.budget != nullptr && m_surroundings.budget->isExceeded();
+    const FlushKind kind = isTooMuch ? FlushKind::Relieving : FlushKind::Ordinary;
+    if (Status status = fulltext::flush(*m_core, kind); !status.isOk()) {
         return status;
     }
     maintain();

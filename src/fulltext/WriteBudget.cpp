@@ -17,22 +17,34 @@ constexpr std::size_t kWorthSpilling = 512 << 10;
 
 }  // namespace
 
-std::shared_ptr<IndexCore> WriteBudget::indexToRelieve() {
+std::size_t WriteBudget::bufferedBytes() {
     std::size_t all = 0;
+    for (const auto& candidate : m_indexes) {
+        if (const auto index = candidate.lock()) all += index->bufferedBytes();
+    }
+    return all;
+}
+
+bool WriteBudget::isExceeded() {
+    MutexLock lock(m_mutex);
+    return bufferedBytes() > m_maxBytes;
+}
+
+std::shared_ptr<IndexCore> WriteBudget::indexToRelieve() {
     std::size_t most = 0;
     std::shared_ptr<IndexCore> largest;
     MutexLock lock(m_mutex);
+    if (bufferedBytes() <= m_maxBytes) return nullptr;
     for (const auto& candidate : m_indexes) {
         auto index = candidate.lock();
         if (index == nullptr) continue;
-        all += index->bufferedBytes();
         const std::size_t pending = index->pendingBytes.load(std::memory_order_relaxed);
         if (pending > most) {
             most = pending;
             largest = std::move(index);
         }
     }
-    return all > m_maxBytes && most > kWorthSpilling ? largest : nullptr;
+    return most > kWorthSpilling ? largest : nullptr;
 }
 
 }  // namespace siftwell::fulltext

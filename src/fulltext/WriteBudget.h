@@ -20,11 +20,16 @@ public:
 
     void enter(const std::shared_ptr<IndexCore>& index);
 
+    // Whether all together hold too much.
+    bool isExceeded();
+
     // The index to spill when all together hold too much: that with the most documents which no
     // commit lists yet. Null when that is not worth it.
     std::shared_ptr<IndexCore> indexToRelieve();
 
 private:
+    std::size_t bufferedBytes() SW_REQUIRES(m_mutex);
+
     const std::size_t m_maxBytes;
     Mutex m_mutex;
     std::vector<std::weak_ptr<IndexCore>> m_indexes SW_GUARDED_BY(m_mutex);

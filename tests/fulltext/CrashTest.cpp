@@ -115,7 +115,7 @@ private:
     Random m_random;
     CrashStorage& m_storage;
     WriteBudget m_budget{1};
-    Index::Surroundings m_surroundings{.storage = &m_storage, .maxUnsegmentedText = 200};
+    Index::Surroundings m_surroundings{.storage = &m_storage, .maxUnsegmentedText = 600};
     std::unique_ptr<Index> m_index;
     Holdings m_now;
     std::vector<Holdings> m_flushed;

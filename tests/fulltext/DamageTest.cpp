@@ -30,7 +30,7 @@ protected:
 
     // Segments of two sizes, removed documents, and some that stand in no segment.
     std::string makeIndex() {
-        const Index::Surroundings surroundings{.maxUnsegmentedText = 7 << 10};
+        const Index::Surroundings surroundings{.maxUnsegmentedText = 20 << 10};
         auto index = *Index::create(m_folder.file("made"), {}, surroundings);
         for (int i = 0; i < 260; ++i) {
             const std::string text = randomText(m_random, 60) + "kaka kalo mika";

@@ -225,7 +225,9 @@ TEST_F(IndexTest, AddressesStandInTheFileAsASalvagerLooksForThem) {
 }
 
 TEST_F(IndexTest, LittleTextStaysOutsideOfSegmentsOnceNoMoreComes) {
-    m_surroundings.maxUnsegmentedText = 1000;
+    WriteBudget budget(256 << 10);
+    m_surroundings.budget = &budget;
+    m_surroundings.maxUnsegmentedText = 4800;
     const auto index = create();
     const auto flush = [&index] { ASSERT_TRUE(index->flush().isOk()); };
     add(*index, "//a/", std::string(1500, 'a'));
@@ -241,18 +243,24 @@ TEST_F(IndexTest, LittleTextStaysOutsideOfSegmentsOnceNoMoreComes) {
     flush();
     EXPECT_EQ(index->generation(), generation) << "nothing is left to do";
 
-    add(*index, "//c/", std::string(900, 'c'));
+    add(*index, "//c/", std::string(150, 'c'));
     flush();
     flush();
     EXPECT_EQ(segmentsInFile(), 1U) << "that little may stay";
-    add(*index, "//d/", std::string(2200, 'd'));
+    add(*index, "//d/", std::string(5000, 'd'));
     flush();
     EXPECT_EQ(segmentsInFile(), 2U) << "that is too much, whatever may come";
+
+    const auto other = *Index::create(m_folder.file("other.http"), {}, m_surroundings);
+    for (int i = 0; i < 200; ++i) add(*other, "//" + std::to_string(i), std::string(2000, 'o'));
+    add(*index, "//f/", std::string(450, 'f'));
+    flush();
+    EXPECT_EQ(segmentsInFile(), 3U) << "all indexes together hold too much";
 
     ASSERT_TRUE(index->remove(1).isOk());
     add(*index, "//e/", "last");
     ASSERT_TRUE(index->close().isOk());
-    EXPECT_EQ(find(**open(Access::ReadOnly), "a* | b* | c* | d* | last").size(), 4U);
+    EXPECT_EQ(find(**open(Access::ReadOnly), "a* | b* | c* | d* | f* | last").size(), 5U);
     EXPECT_TRUE(index->check().isOk()) << index->check().message();
 }
 

@@ -94,7 +94,7 @@ protected:
     }
 
     // Small, so that there are many segments and merges.
-    Index::Surroundings m_surroundings{.maxUnsegmentedText = 3 << 10};
+    Index::Surroundings m_surroundings{.maxUnsegmentedText = 8 << 10};
     TemporaryFolder m_folder;
     Random m_random;
     std::unique_ptr<Index> m_index;

@@ -35,7 +35,7 @@ protected:
     // segment, and, when the writer is killed, some that were not flushed.
     void makeIndex(bool isKilled) {
         CrashStorage storage;
-        const Index::Surroundings surroundings{.storage = &storage, .maxUnsegmentedText = 2 << 10};
+        const Index::Surroundings surroundings{.storage = &storage, .maxUnsegmentedText = 6 << 10};
         auto index = *Index::create(kPath, m_settings, surroundings);
         for (int i = 0; i < 240; ++i) {
             add(*index, pick(m_random, 150));

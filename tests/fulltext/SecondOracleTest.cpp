@@ -111,7 +111,7 @@ protected:
     Random m_random;
     TemporaryFolder m_folder;
     std::unique_ptr<Index> m_index =
-        *Index::create(m_folder.file("index"), {}, {.maxUnsegmentedText = 1 << 10});
+        *Index::create(m_folder.file("index"), {}, {.maxUnsegmentedText = 4 << 10});
     const std::shared_ptr<PLSqliteDatabase> m_other =
         PLSqliteDatabase::databaseWithPath(":memory:");
 };

@@ -27,7 +27,7 @@ public:
     Store(const std::string& folder, CrashStorage& storage, Access access)
         : m_sqlite(storage),
           m_set(
-              {.access = access, .surroundings = {.storage = &storage, .maxUnsegmentedText = 100}},
+              {.access = access, .surroundings = {.storage = &storage, .maxUnsegmentedText = 300}},
               m_notifier, m_clock) {
         m_observation = m_centre.observe("SiftwellErrorNotification", [this](const auto& error) {
             m_errors += stringFor(*error.asDictionary(), "error") + '\n';
