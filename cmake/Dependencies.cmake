@@ -12,6 +12,7 @@ pkg_check_modules(PUGIXML REQUIRED IMPORTED_TARGET pugixml)
 pkg_check_modules(LIBSECRET REQUIRED IMPORTED_TARGET libsecret-1)
 pkg_check_modules(SECCOMP REQUIRED IMPORTED_TARGET libseccomp)
 pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
+pkg_check_modules(SDBUSCPP REQUIRED IMPORTED_TARGET sdbus-c++)
 find_package(nlohmann_json REQUIRED)
 find_package(CLI11 REQUIRED)
 

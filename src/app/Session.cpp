@@ -27,18 +27,19 @@ bool isBlocked(const std::string& folder) {
 
 }  // namespace
 
-Session::Session(const Paths& paths, Purpose purpose, RunLoop& mainLoop)
+Session::Session(const Paths& paths, Purpose purpose, RunLoop& mainLoop, NotificationCentre* centre)
     : m_paths(paths),
       m_purpose(purpose),
       m_mainLoop(mainLoop),
-      m_centre(mainLoop),
+      m_ownCentre(centre == nullptr ? std::make_unique<NotificationCentre>(mainLoop) : nullptr),
+      m_centre(centre == nullptr ? *m_ownCentre : *centre),
       m_notifier(m_centre, m_clock) {}
 
 Session::~Session() { stopExtracting(); }
 
 Result<std::unique_ptr<Session>> Session::open(const Paths& paths, Purpose purpose,
-                                               RunLoop& mainLoop) {
-    std::unique_ptr<Session> session(new Session(paths, purpose, mainLoop));
+                                               RunLoop& mainLoop, NotificationCentre* centre) {
+    std::unique_ptr<Session> session(new Session(paths, purpose, mainLoop, centre));
     if (Status status = session->prepare(); !status.isOk()) return status;
     return session;
 }
@@ -61,6 +62,8 @@ Status Session::prepare() {
         m_mainLoop);
     if (!settings) return settings.status();
     m_settings = *std::move(settings);
+    m_settings->setSaveErrorHandler(
+        [this](const Status& status) { m_notifier.reportError(status.message(), 6, "", ""); });
     m_preferences.emplace(*m_settings);
     SettingsStartUp startUp(*m_settings, *m_preferences, m_centre, m_clock);
     startUp.registerDefaults();
@@ -86,9 +89,13 @@ IndexController& Session::indexes() {
     return *m_indexes;
 }
 
+URLLoader& Session::network() {
+    if (m_loader == nullptr) m_loader = std::make_unique<CurlLoader>();
+    return *m_loader;
+}
+
 DocumentRetriever& Session::retriever() {
     if (m_retriever == nullptr) {
-        m_loader = std::make_unique<CurlLoader>();
         m_retriever = std::make_unique<DocumentRetriever>(DocumentRetriever::Surroundings{
             .indexes = indexes(),
             .notifier = m_notifier,
@@ -96,7 +103,7 @@ DocumentRetriever& Session::retriever() {
             .settings = *m_settings,
             .mainLoop = m_mainLoop,
             .clock = m_clock,
-            .network = *m_loader,
+            .network = network(),
             .reachability = m_network,
             // Asked only while protected pages may be read at all.
             .credentials = std::make_shared<SecretServiceCredentials>(

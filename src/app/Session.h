@@ -34,23 +34,27 @@ public:
         Writing,  // alone among all processes of the user
     };
 
-    // Tries what will be written before anything is. `mainLoop` outlives the session.
+    // Tries what will be written before anything is. `mainLoop` outlives the session, and so does
+    // `centre`, where the session's notifications are posted; without one it has its own.
     static Result<std::unique_ptr<Session>> open(const Paths& paths, Purpose purpose,
-                                                 RunLoop& mainLoop);
+                                                 RunLoop& mainLoop,
+                                                 NotificationCentre* centre = nullptr);
     ~Session();
 
     const Paths& paths() const { return m_paths; }
     RunLoop& mainLoop() { return m_mainLoop; }
-    const Clock& clock() const { return m_clock; }
+    Clock& clock() { return m_clock; }
     Settings& settings() { return *m_settings; }
+    PrefsController& preferences() { return *m_preferences; }
     NotificationCentre& centre() { return m_centre; }
     SWNotifier& notifier() { return m_notifier; }
 
     // Loads the indexes at the first call; whoever wants to see errors of it observes before.
     IndexController& indexes();
 
-    // What loads pages, made at the first call.
+    // What loads pages, and what it loads them through; made at the first call.
     DocumentRetriever& retriever();
+    URLLoader& network();
 
     // Loads the indexes, serves the main loop until they are shown, and opens the gate.
     void waitUntilIndexingIsEnabled();
@@ -62,7 +66,7 @@ public:
     Status close();
 
 private:
-    Session(const Paths& paths, Purpose purpose, RunLoop& mainLoop);
+    Session(const Paths& paths, Purpose purpose, RunLoop& mainLoop, NotificationCentre* centre);
 
     Status prepare();
     Status probeFolders();
@@ -72,7 +76,8 @@ private:
     RunLoop& m_mainLoop;
     SystemClock m_clock;
     const std::shared_ptr<RouteReachability> m_network = std::make_shared<RouteReachability>();
-    NotificationCentre m_centre;
+    const std::unique_ptr<NotificationCentre> m_ownCentre;  // null when another one is used
+    NotificationCentre& m_centre;
     SWNotifier m_notifier;
     SystemProcesses m_processes;
     ProgramExtractor m_extractor{m_processes, m_notifier};

@@ -1,30 +1,52 @@
 #include <algorithm>
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <system_error>
-#include <thread>
 
-#include "app/FileAdding.h"
-#include "app/PageAdding.h"
+#include "app/IndexAddition.h"
 #include "app/Session.h"
 #include "base/Files.h"
 #include "base/Translate.h"
-#include "base/Url.h"
+#include "cli/AddressArgument.h"
 #include "cli/Commands.h"
-#include "cli/ErrorList.h"
+#include "cli/IndexPlaces.h"
+#include "cli/Refusal.h"
+#include "cli/ScanWatch.h"
 #include "text/Ascii.h"
 
 namespace siftwell {
 
 namespace {
 
-constexpr std::chrono::milliseconds kBetweenProgress(100);
+using Addition = Driver::Addition;
+using FileUse = Driver::FileUse;
 
-struct Targets {
-    std::vector<FileAdding::Target> files;
-    std::vector<PageAdding::Target> pages;
+// Asked once for all files of a command.
+class FileUseChoice {
+public:
+    FileUseChoice(FileUse fileUse, Console& console) : m_fileUse(fileUse), m_console(console) {}
+
+    // None, explained, when nobody says what the file stands for.
+    std::optional<FileUse> choiceFor(const std::string& argument) {
+        if (m_fileUse == FileUse::Ask) ask(argument);
+        return m_fileUse == FileUse::Ask ? std::nullopt : std::optional(m_fileUse);
+    }
+
+private:
+    void ask(const std::string& argument) {
+        if (!m_console.canAsk()) {
+            m_console.message(printable(filledIn(
+                _("siftwell: What is to be done with the file %@? With --contents it is indexed "
+                  "itself, with --extract-urls the addresses in it are."),
+                argument)));
+            return;
+        }
+        m_console.message(printable(argument));
+        const auto button = m_console.ask(fileQuestion());
+        if (button) m_fileUse = *button == 0 ? FileUse::ExtractURLs : FileUse::IndexContents;
+    }
+
+    FileUse m_fileUse;
+    Console& m_console;
 };
 
 // What stands in the way of adding what the argument names.
@@ -37,238 +59,157 @@ std::string explanationOf(const std::string& argument, const std::error_code& er
     return filledIn(_("\"%@\" cannot be reached (%@)."), argument, error.message());
 }
 
-// A path, or the address of a file.
-std::string pathIn(const std::string& argument) {
-    const auto url = Url::parse(argument);
-    return url && url->isFile() ? url->path().value_or(argument) : argument;
-}
-
-// The address of a page, as people type it: with blanks, and with letters of any language in its
-// path.
-std::optional<Url> pageAddressIn(const std::string& argument) {
-    const std::size_t colon = argument.find("://");
-    if (colon == std::string::npos || std::filesystem::exists(argument)) return std::nullopt;
-    const std::string scheme = lowerCasedAscii(argument.substr(0, colon));
-    if (scheme == "file") return std::nullopt;
-    auto url = Url::parse(argument);
-    return url ? url : Url::parse(percentEncoded(argument));
-}
-
-// False, explained, when the page cannot be added.
-bool addPage(const Url& url, Targets& targets, Console& console) {
-    const std::string scheme = lowerCasedAscii(url.scheme());
-    if (scheme != "http" && scheme != "https" && scheme != "feed") {
-        console.message(printable(filledIn(_("siftwell: Addresses of the kind \"%@\" cannot be "
-                                             "loaded, only http, https and feed."),
-                                           url.scheme())));
-        return false;
-    }
-    if (url.host().value_or("").empty()) {
-        console.message("siftwell: " + _("Please enter a valid URL to a page or document."));
-        console.message(_("It must contain a path or host name."));
-        return false;
-    }
-    targets.pages.push_back({url, *url.host()});
-    return true;
-}
-
-// False, explained, when the file or folder cannot be added.
-bool addPath(const std::string& argument, Targets& targets, Console& console) {
-    std::error_code error;
-    const std::string path = std::filesystem::canonical(pathIn(argument), error).string();
-    const auto info = fileInfo(path);
-    if (error || !info) {
-        console.message(printable("siftwell: " + explanationOf(argument, error)));
-        return false;
-    }
-    const std::string source = lastPathComponent(path);
-    if (source.empty() || source == "/") {
-        console.message("siftwell: " + _("Please enter a valid URL to a page or document."));
-        console.message(_("It must contain a path or host name."));
-        return false;
-    }
-    targets.files.push_back({path, source, info->isFolder ? "LocalFiles" : "SingleURL"});
-    return true;
-}
-
-bool addTarget(const std::string& argument, Targets& targets, Console& console) {
-    const auto page = pageAddressIn(argument);
-    return page ? addPage(*page, targets, console) : addPath(argument, targets, console);
-}
-
-std::string progressLine(const FileAdding::Progress& progress) {
-    const std::string bar =
-        progress.isWalkDone ? progressBar(progress.done, progress.found) + " " : "";
-    const std::string of = progress.isWalkDone ? " / " : _(" of at least ");
-    return bar + filledIn(_("Adding: %@ files, %@ of text"),
-                          grouped(progress.done) + of + grouped(progress.found),
-                          humanBytes(progress.bytes));
-}
-
-// Counts the pages that were added, as the index tells of them.
-class AdditionCounter {
+// What is to be added, from the arguments; none, explained, when one of them cannot be.
+class AdditionReader {
 public:
-    explicit AdditionCounter(NotificationCentre& centre)
-        : m_observation(
-              centre.observe("SiftwellStatusAddURLNotification", [this](const PropertyList& added) {
-                  // Lists tell what was there before.
-                  if (added.asDictionary() != nullptr) ++m_count;
-              })) {}
+    AdditionReader(const AddOptions& options, Console& console)
+        : m_options(options), m_console(console), m_fileUse(options.fileUse, console) {}
 
-    std::uint64_t count() const { return m_count; }
+    std::optional<std::vector<Addition>> additions() {
+        std::vector<Addition> additions;
+        for (const std::string& argument : m_options.targets) {
+            const auto page = pageAddressIn(argument);
+            auto addition = page ? forPage(*page) : forPath(argument);
+            if (!addition) return std::nullopt;
+            addition->indexer = m_options.indexer;
+            addition->isScanStarted = false;
+            additions.push_back(*std::move(addition));
+        }
+        return additions;
+    }
 
 private:
-    std::uint64_t m_count = 0;
-    NotificationCentre::Observation m_observation;
-};
-
-unsigned workerCount() { return std::clamp(std::thread::hardware_concurrency(), 1U, 8U); }
-
-// One run of the command: what is to be added, and when it is to be left off.
-class Adding {
-public:
-    Adding(Session& session, const ErrorList& errors, Console& console)
-        : m_session(session),
-          m_errors(errors),
-          m_console(console),
-          m_additions(session.centre()),
-          m_errorsBefore(errors.indexErrors()) {
-        for (const int signal : {SIGINT, SIGTERM}) {
-            // The loop keeps the task for longer than this run lasts.
-            session.mainLoop().watchSignal(signal, [flag = m_isInterrupted] { *flag = true; });
+    std::optional<Addition> forPage(const Url& url) {
+        const std::string scheme = lowerCasedAscii(url.scheme());
+        if (scheme != "http" && scheme != "https" && scheme != "feed") {
+            m_console.message(printable(filledIn(_("siftwell: Addresses of the kind \"%@\" cannot "
+                                                   "be loaded, only http, https and feed."),
+                                                 url.scheme())));
+            return std::nullopt;
         }
+        if (url.host().value_or("").empty()) return noName();
+        return Addition{.url = url};
     }
 
-    // Left off after SIGINT or SIGTERM, and when the index cannot take more.
-    bool isLeftOff() const { return *m_isInterrupted || m_errors.indexErrors() > m_errorsBefore; }
-    std::uint64_t added() const { return m_additions.count(); }
-
-    FileAdding::Progress addFiles(std::vector<FileAdding::Target> targets) {
-        FileAdding adding(m_session.indexes(), m_session.notifier(), m_session.settings());
-        adding.start(std::move(targets), workerCount(),
-                     [&loop = m_session.mainLoop()] { loop.post([] {}); });  // wakes it
-        turnUntil([&adding] { return adding.progress().isDone; },
-                  [&adding] { return progressLine(adding.progress()); });
-        if (isLeftOff()) m_session.stopExtracting();
-        adding.stop();
-        m_session.mainLoop().turn(std::chrono::milliseconds(0));  // of what was still added
-        return adding.progress();
-    }
-
-    void addPages(std::vector<PageAdding::Target> targets) {
-        std::erase_if(targets, [this](const auto& target) { return isRefused(target.url); });
-        if (targets.empty()) return;
-        PageAdding adding(m_session.indexes(), m_session.retriever(), m_session.clock());
-        adding.start(targets);
-        turnUntil([&adding] { return adding.isDone(); },
-                  [&adding] { return filledIn(_("Adding: %@ loaded"), pageCount(adding.done())); });
-    }
-
-    std::size_t refusedPages() const { return m_refusedPages; }
-
-private:
-    template <typename IsDone, typename Line>
-    void turnUntil(IsDone isDone, Line line) {
-        while (!isDone() && !isLeftOff()) {
-            m_console.showProgress(line());
-            m_session.mainLoop().turnUntil([&] { return isLeftOff() || isDone(); },
-                                           kBetweenProgress);
+    std::optional<Addition> forPath(const std::string& argument) {
+        std::error_code error;
+        const std::string path = std::filesystem::canonical(pathIn(argument), error).string();
+        const auto info = fileInfo(path);
+        if (error || !info) {
+            m_console.message(printable("siftwell: " + explanationOf(argument, error)));
+            return std::nullopt;
         }
-        m_session.mainLoop().turn(std::chrono::milliseconds(0));  // the last reports
-        m_console.clearProgress();
+        if (lastPathComponent(path) == "/") return noName();
+        Addition addition{.url = Url::fromFilePath(path)};
+        if (info->isFolder || m_options.indexer) return addition;
+        const auto fileUse = m_fileUse.choiceFor(argument);
+        if (!fileUse) return std::nullopt;
+        addition.fileUse = *fileUse;
+        return addition;
     }
 
-    // What nobody would tell the user later.
-    bool isRefused(const Url& url) {
-        const auto reason = refusalBy(m_session.indexes().admission().judge(url));
-        if (!reason) return false;
-        m_console.message(printable("siftwell: " + filledIn(*reason, url.absoluteString())));
-        ++m_refusedPages;
-        return true;
+    std::optional<Addition> noName() {
+        m_console.message("siftwell: " + _("Please enter a valid URL to a page or document."));
+        m_console.message(_("It must contain a path or host name."));
+        return std::nullopt;
     }
 
-    static std::optional<std::string> refusalBy(Verdict verdict) {
-        switch (verdict) {
-            case Verdict::Accepted:
-                return std::nullopt;
-            case Verdict::ExtensionFiltered:
-                return _("%@ was left out: files with its extension hold no text.");
-            case Verdict::ExtractorsOff:
-                return _(
-                    "%@ was left out: such documents are read only while \"UseContentExtractors\" "
-                    "is on.");
-            case Verdict::Filtered:
-                return _("%@ was left out by your address filters.");
-            case Verdict::NotAnAddress:
-            case Verdict::SchemeRefused:
-            case Verdict::FailedBefore:
-                break;
-        }
-        return _("%@ cannot be indexed.");
-    }
-
-    Session& m_session;
-    const ErrorList& m_errors;
+    const AddOptions& m_options;
     Console& m_console;
-    const AdditionCounter m_additions;
-    const std::size_t m_errorsBefore;
-    const std::shared_ptr<bool> m_isInterrupted = std::make_shared<bool>(false);
-    std::size_t m_refusedPages = 0;
+    FileUseChoice m_fileUse;
 };
 
-void printFileSummary(std::uint64_t added, const FileAdding::Progress& progress, Console& console) {
-    console.message(filledIn(_("%@ added from %@, %@ of them unchanged."), pageCount(added),
-                             fileCount(progress.done), grouped(progress.unchanged)));
-    if (progress.filtered == 0) return;
-    console.message(
-        filledIn(_("Left out by your address filters: %@."), fileCount(progress.filtered)));
+// Takes away the pages that would be left out without a word, and says which; how many.
+std::size_t refuse(std::vector<Addition>& additions, const Settings& settings, Console& console) {
+    Admission admission(settings);
+    admission.applyPreferences();
+    return std::erase_if(additions, [&](const Addition& addition) {
+        if (addition.url.isFile()) return false;
+        const auto reason = refusalOf(addition.url, admission.judge(addition.url));
+        if (reason) console.message(printable("siftwell: " + *reason));
+        return reason.has_value();
+    });
 }
 
-// Not every page ends with an error or in the index: a text of no known kind is just dropped.
-void printPageSummary(std::uint64_t added, std::size_t asked, Console& console) {
-    console.message(added == 0 && asked > 0
-                        ? _("No page was added.")
-                        : filledIn(_("%@ added from the web."), pageCount(added)));
+// Whether the index is complete with what this computer holds.
+bool isReadWithoutNetwork(const Addition& addition) {
+    const std::string indexer = addition.indexer.value_or("");
+    const bool isReadItself = indexer.empty() || indexer == "LocalFiles" || indexer == "SingleURL";
+    return addition.url.isFile() && isReadItself && addition.fileUse != FileUse::ExtractURLs;
+}
+
+// A page of the web, which is read anew however often it is added.
+bool isSinglePage(const Addition& addition) {
+    return !addition.url.isFile() && addition.indexer.value_or("SingleURL") == "SingleURL";
+}
+
+// Not every file ends with an error or in the index: a text of no known kind is just dropped.
+std::size_t nameMissingFiles(const std::vector<Addition>& additions,
+                             const CommandContext& context) {
+    const auto session = Session::open(context.paths, Session::Purpose::Reading, context.mainLoop);
+    if (!session) return 0;
+    std::size_t missing = 0;
+    for (const Addition& addition : additions) {
+        const bool isFile = addition.fileUse == FileUse::IndexContents;
+        if (!isFile || !placesOf(addition.url, (*session)->indexes()).empty()) continue;
+        ++missing;
+        context.console.message(
+            printable(filledIn(_("Not indexed: %@"), addition.url.path().value_or(""))));
+    }
+    return missing;
+}
+
+// The first refusal, explained.
+std::optional<ExitStatus> hand(const std::vector<Addition>& additions, const ReachedCopy& reached,
+                               const CommandContext& context) {
+    for (const Addition& addition : additions) {
+        const std::size_t errors = reached.errors.size();
+        const Status status = reached.copy.driver().addToIndex(addition);
+        context.mainLoop.turn(std::chrono::milliseconds(0));
+        if (status.isOk()) continue;
+        if (reached.errors.size() > errors) return ExitStatus::WrongUsage;  // it was told
+        return explainRefusal(status, context.console);
+    }
+    return std::nullopt;
+}
+
+ExitStatus addAll(const std::vector<Addition>& additions, const AddOptions& options,
+                  const ReachedCopy& reached, const CommandContext& context, bool& isScanned) {
+    if (const auto refusal = hand(additions, reached, context)) return *refusal;
+    if (!options.isScanned) {
+        context.console.message(_("The next scan reads it: siftwell scan"));
+        return ExitStatus::Done;
+    }
+    const bool isLocal = std::all_of(additions.begin(), additions.end(), &isReadWithoutNetwork);
+    ScanWatch watch(reached, context);
+    const ExitStatus result =
+        watch.scan(isLocal ? Driver::ScanScope::LocalSources : Driver::ScanScope::Everything);
+    isScanned = watch.isFinished();
+    // Pages are dropped like files.
+    const bool isNothingAdded = !reached.copy.isOtherProcess() && watch.added() == 0 &&
+                                std::any_of(additions.begin(), additions.end(), &isSinglePage);
+    return isNothingAdded ? std::max(result, ExitStatus::SomeFailed) : result;
 }
 
 }  // namespace
 
 ExitStatus runAdd(const AddOptions& options, const CommandContext& context) {
-    Targets targets;
-    for (const std::string& argument : options.paths) {
-        if (!addTarget(argument, targets, context.console)) return ExitStatus::WrongUsage;
+    auto additions = AdditionReader(options, context.console).additions();
+    if (!additions) return ExitStatus::WrongUsage;
+    std::size_t refused = 0;
+    {
+        const auto session =
+            Session::open(context.paths, Session::Purpose::Reading, context.mainLoop);
+        if (!session) return explainFailure(session.status(), context.console);
+        refused = refuse(*additions, (*session)->settings(), context.console);
     }
-    auto session = Session::open(context.paths, Session::Purpose::Writing, context.mainLoop);
-    if (!session) return explainFailure(session.status(), context.console);
-    const ErrorList errors((*session)->centre(), context.console);
-    (*session)->waitUntilIndexingIsEnabled();
-    if (!(*session)->indexes().indexFolder()) {
-        context.mainLoop.turn(std::chrono::milliseconds(0));
-        return ExitStatus::Unusable;
-    }
-    const std::size_t errorsBefore = errors.indexErrors();
-    Adding adding(**session, errors, context.console);
-    const std::size_t pages = targets.pages.size();
-    FileAdding::Progress files;
-    const bool hasFiles = !targets.files.empty();
-    if (hasFiles) files = adding.addFiles(std::move(targets.files));
-    const std::uint64_t addedFromFiles = adding.added();
-    if (!adding.isLeftOff()) adding.addPages(std::move(targets.pages));
-    const bool isComplete = !adding.isLeftOff();
-    const std::uint64_t addedFromPages = adding.added() - addedFromFiles;
-    const Status closing = (*session)->close();
-    const bool isSaved = closing.isOk() && errors.indexErrors() == errorsBefore;
-    if (isSaved && hasFiles) printFileSummary(addedFromFiles, files, context.console);
-    if (isSaved && pages > 0) printPageSummary(addedFromPages, pages, context.console);
-    if (!isComplete || !isSaved) {
-        context.console.message(
-            _("Left off. What was added stays; run the same command again to go on."));
-    }
-    if (!closing.isOk()) return explainFailure(closing, context.console);
-    if (errors.indexErrors() > 0) return ExitStatus::Unusable;
-    const bool isNothingMissing =
-        errors.size() == 0 && adding.refusedPages() == 0 && (pages == 0 || addedFromPages > 0);
-    return isNothingMissing && isComplete ? ExitStatus::Done : ExitStatus::SomeFailed;
+    if (additions->empty()) return ExitStatus::SomeFailed;
+    bool isScanned = false;
+    const ExitStatus result = runThroughDriver(context, [&](const ReachedCopy& reached) {
+        return addAll(*additions, options, reached, context, isScanned);
+    });
+    const std::size_t missing = isScanned ? nameMissingFiles(*additions, context) : 0;
+    return refused + missing == 0 ? result : std::max(result, ExitStatus::SomeFailed);
 }
 
 }  // namespace siftwell

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "app/Driver.h"
 #include "base/Date.h"
 #include "base/Paths.h"
 #include "base/RunLoop.h"
@@ -38,8 +39,21 @@ struct SearchOptions {
 };
 ExitStatus runSearch(const SearchOptions& options, const CommandContext& context);
 
+struct RunOptions {
+    bool isReplacing = false;  // a running copy is asked to quit first
+};
+ExitStatus runResident(const RunOptions& options, const CommandContext& context);
+
+struct ScanOptions {
+    bool isOffline = false;
+};
+ExitStatus runScan(const ScanOptions& options, const CommandContext& context);
+
 struct AddOptions {
-    std::vector<std::string> paths;
+    std::vector<std::string> targets;  // addresses and paths
+    std::optional<std::string> indexer;
+    Driver::FileUse fileUse = Driver::FileUse::Ask;
+    bool isScanned = true;
 };
 ExitStatus runAdd(const AddOptions& options, const CommandContext& context);
 
@@ -52,6 +66,47 @@ struct StatusOptions {
     bool isJson = false;
 };
 ExitStatus runStatus(const StatusOptions& options, const CommandContext& context);
+
+struct ErrorsOptions {
+    bool isJson = false;
+};
+ExitStatus runErrors(const ErrorsOptions& options, const CommandContext& context);
+
+struct WhyOptions {
+    std::string address;
+    bool isJson = false;
+};
+ExitStatus runWhy(const WhyOptions& options, const CommandContext& context);
+
+struct SourcesOptions {
+    enum class Action { List, Enable, Disable, Delete, Reset, Set };
+    Action action = Action::List;
+    bool isJson = false;
+    std::vector<std::string> names;
+    std::string key;  // to be set
+    std::string value;
+};
+ExitStatus runSources(const SourcesOptions& options, const CommandContext& context);
+
+struct FiltersOptions {
+    enum class Action { List, Add, Delete, Reset };
+    Action action = Action::List;
+    bool isJson = false;
+    bool isConfirmed = false;  // a reset is not asked about
+    std::string text;
+};
+ExitStatus runFilters(const FiltersOptions& options, const CommandContext& context);
+
+struct DefaultsOptions {
+    enum class Action { Read, Write, Delete };
+    Action action = Action::Read;
+    bool isJson = false;
+    std::optional<std::string> key;  // none: all are read
+    std::string value;
+};
+ExitStatus runDefaults(const DefaultsOptions& options, const CommandContext& context);
+
+ExitStatus runQuit(const CommandContext& context);
 
 struct CheckOptions {
     bool isRepair = false;

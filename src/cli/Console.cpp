@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <iostream>
 
 #include "base/Translate.h"
 #include "text/Utf8.h"
@@ -31,6 +33,27 @@ bool isUnprintable(char32_t character) {
 }
 
 void write(FILE* file, std::string_view text) { std::fwrite(text.data(), 1, text.size(), file); }
+
+sigset_t endingSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM}) sigaddset(&signals, signal);
+    return signals;
+}
+
+// Texts of windows part their paragraphs with carriage returns.
+std::string withLineFeeds(std::string text) {
+    std::replace(text.begin(), text.end(), '\r', '\n');
+    return text;
+}
+
+// The number of a line of `count` ones, or none.
+std::optional<std::size_t> choiceIn(std::string_view line, std::size_t count) {
+    if (line.empty()) return 0;
+    if (line.size() != 1 || line[0] < '1') return std::nullopt;
+    const auto choice = static_cast<std::size_t>(line[0] - '1');
+    return choice < count ? std::optional(choice) : std::nullopt;
+}
 
 }  // namespace
 
@@ -67,6 +90,32 @@ void Console::clearProgress() {
     if (m_progressWidth == 0) return;
     write(stderr, "\r\033[K");
     m_progressWidth = 0;
+}
+
+bool Console::canAsk() const { return m_isErrorTerminal && isatty(STDIN_FILENO) == 1; }
+
+std::optional<std::size_t> Console::ask(const Alert& alert) {
+    message(alert.title);
+    if (!alert.text.empty()) message(withLineFeeds(alert.text));
+    for (std::size_t i = 0; i < alert.buttons.size(); ++i) {
+        message("  " + std::to_string(i + 1) + "  " + alert.buttons[i]);
+    }
+    const sigset_t signals = endingSignals();
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    std::optional<std::size_t> choice;
+    std::string line;
+    while (!choice) {
+        write(stderr, filledIn(_("Your choice [%@]: "), "1"));
+        if (!std::getline(std::cin, line)) break;
+        choice = choiceIn(trimmingWhiteSpace(line), alert.buttons.size());
+    }
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return choice;
+}
+
+void letSignalsEndTheProgram() {
+    const sigset_t signals = endingSignals();
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 std::string grouped(std::uint64_t number) {

@@ -4,9 +4,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "base/Alerts.h"
 #include "base/Status.h"
 
 namespace siftwell {
@@ -19,6 +21,13 @@ public:
     void message(std::string_view line);         // standard error, below the progress line
     void showProgress(const std::string& line);  // overwrites itself; nothing without a terminal
     void clearProgress();
+    bool isProgressShown() const { return m_isErrorTerminal; }
+
+    // Whether a person sits there who can be asked.
+    bool canAsk() const;
+    // The position of the button that was chosen, the first one for an empty line; none when there
+    // is no more input. Signals end the program meanwhile.
+    std::optional<std::size_t> ask(const Alert& alert);
 
     // Whether all that was printed has arrived. A reader that went away does not count as a
     // failure.
@@ -34,6 +43,10 @@ std::string grouped(std::uint64_t number);
 
 std::string pageCount(std::uint64_t count);  // "1 page", "12,345 pages"
 std::string fileCount(std::uint64_t count);  // "1 file", "12,345 files"
+
+// A command that changes nothing may be ended at any moment, and so may one that asks; others that
+// write end by themselves.
+void letSignalsEndTheProgram();
 
 // "1.2 MB".
 std::string humanBytes(std::uint64_t bytes);

@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "app/Session.h"
 #include "app/WriterLock.h"
+#include "app/bus/RunningCopy.h"
 #include "base/Files.h"
 #include "base/Translate.h"
 #include "cli/Commands.h"
@@ -12,6 +14,10 @@
 namespace siftwell {
 
 namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::chrono::milliseconds kTimeToAnswer(1500);
 
 struct IndexLine {
     std::string name;
@@ -44,25 +50,104 @@ std::optional<Date> lastScan(const Settings& settings) {
     return date && *date > Date::distantPast() ? date : std::nullopt;
 }
 
-void printJson(const std::vector<IndexLine>& lines, const std::optional<Date>& scan, pid_t writer,
-               const Console& console) {
+// The copy that holds the lock, and what it says of itself.
+struct OtherCopy {
+    pid_t process = 0;  // 0: there is none
+    PropertyList::Dictionary status;
+    Status failure;  // why it says nothing
+};
+
+OtherCopy askOtherCopy(const Paths& paths, NotificationCentre& centre) {
+    OtherCopy other{.process = WriterLock::holder(paths.stateFolder)};
+    if (other.process == 0) return other;
+    const auto copy = RunningCopy::connect(centre, other.process, kTimeToAnswer);
+    const auto status = copy ? (*copy)->status() : copy.status();
+    other.failure = status.status();
+    if (status) other.status = *status;
+    return other;
+}
+
+std::vector<std::string> runningSources(const PropertyList::Dictionary& status) {
+    std::vector<std::string> names;
+    const PropertyList* items = find(status, "runningItems");
+    if (items == nullptr || items->asArray() == nullptr) return names;
+    for (const PropertyList& item : *items->asArray()) {
+        if (item.asString() != nullptr) names.push_back(*item.asString());
+    }
+    return names;
+}
+
+// ---- For programs
+
+Json dateOrNull(const std::optional<Date>& date) {
+    return date ? Json(date->iso8601()) : Json(nullptr);
+}
+
+Json jsonFor(const OtherCopy& other) {
+    if (other.process == 0) return nullptr;
+    Json json;
+    if (!other.failure.isOk()) {
+        json["error"] = repairedUtf8(other.failure.message());
+        return json;
+    }
+    json["indexingEnabled"] = booleanFor(other.status, "indexingEnabled");
+    json["pending"] = integerFor(other.status, "pending").value_or(0);
+    json["scanning"] = booleanFor(other.status, "scanning");
+    json["scanStarted"] = dateOrNull(dateFor(other.status, "scanStarted"));
+    json["sources"] = Json::array();
+    for (const std::string& name : runningSources(other.status)) {
+        json["sources"].push_back(repairedUtf8(name));
+    }
+    json["nextScan"] = dateOrNull(dateFor(other.status, "nextScan"));
+    json["networkDown"] = booleanFor(other.status, "networkDown");
+    return json;
+}
+
+void printJson(const std::vector<IndexLine>& lines, const std::optional<Date>& scan,
+               const OtherCopy& other, const Console& console) {
     for (const IndexLine& line : lines) {
-        nlohmann::ordered_json json;
+        Json json;
         json["index"] = repairedUtf8(line.name);
         json["documents"] = line.documents;
         json["bytes"] = line.bytes;
         console.print(jsonLine(json));
     }
-    nlohmann::ordered_json json;
-    json["lastScan"] = nullptr;
-    if (scan) json["lastScan"] = scan->iso8601();
+    Json json;
+    json["lastScan"] = dateOrNull(scan);
     json["runningCopy"] = nullptr;
-    if (writer != 0) json["runningCopy"] = writer;
+    if (other.process != 0) json["runningCopy"] = other.process;
+    json["activity"] = jsonFor(other);
     console.print(jsonLine(json));
 }
 
+// ---- For people
+
+std::string moment(const Date& date) { return date.formattedLocally("%Y-%m-%d %H:%M"); }
+
+void printForPeople(const OtherCopy& other, const Console& console) {
+    if (other.process == 0) return console.print(_("Running copy: none"));
+    console.print(filledIn(_("Running copy: process %d"), std::int64_t{other.process}));
+    if (!other.failure.isOk()) {
+        return console.print(
+            printable("    " + filledIn(_("It does not answer: %@"), other.failure.message())));
+    }
+    const auto& status = other.status;
+    const auto show = [&console](const std::string& line) { console.print("    " + line); };
+    if (!booleanFor(status, "indexingEnabled")) show(_("Indexing is switched off now."));
+    if (booleanFor(status, "networkDown")) show(_("There is no network."));
+    if (booleanFor(status, "scanning")) {
+        const auto start = dateFor(status, "scanStarted");
+        show(filledIn(_("Scanning since %@"), start ? moment(*start) : "?"));
+        for (const std::string& name : runningSources(status)) show(printable("  " + name));
+    } else if (const auto next = dateFor(status, "nextScan")) {
+        show(filledIn(_("Next scan: %@"), moment(*next)));
+    }
+    const auto pending = std::max<std::int64_t>(0, integerFor(status, "pending").value_or(0));
+    show(filledIn(_("To come: %@"), pageCount(static_cast<std::uint64_t>(pending))));
+}
+
 void printForPeople(const std::vector<IndexLine>& lines, const std::optional<Date>& scan,
-                    pid_t writer, const Console& console) {
+                    const OtherCopy& other, const Console& console) {
     std::uint64_t documents = 0;
     std::uint64_t bytes = 0;
     for (const IndexLine& line : lines) {
@@ -72,10 +157,8 @@ void printForPeople(const std::vector<IndexLine>& lines, const std::optional<Dat
         bytes += line.bytes;
     }
     console.print(filledIn(_("All: %@, %@"), pageCount(documents), humanBytes(bytes)));
-    console.print(
-        filledIn(_("Last scan: %@"), scan ? scan->formattedLocally("%Y-%m-%d %H:%M") : _("never")));
-    console.print(writer != 0 ? filledIn(_("Running copy: process %d"), std::int64_t{writer})
-                              : _("Running copy: none"));
+    console.print(filledIn(_("Last scan: %@"), scan ? moment(*scan) : _("never")));
+    printForPeople(other, console);
 }
 
 }  // namespace
@@ -86,10 +169,16 @@ ExitStatus runStatus(const StatusOptions& options, const CommandContext& context
     const ErrorList errors((*session)->centre(), context.console);
     const std::vector<IndexLine> lines = linesFor((*session)->indexes());
     const auto scan = lastScan((*session)->settings());
-    const pid_t writer = WriterLock::holder(context.paths.stateFolder);
-    (options.isJson ? printJson : printForPeople)(lines, scan, writer, context.console);
     context.mainLoop.turn(std::chrono::milliseconds(0));
-    return errors.size() > 0 ? ExitStatus::Unusable : ExitStatus::Done;
+    const bool isDamaged = errors.size() > 0;  // what the other copy reports is its own
+    NotificationCentre centre(context.mainLoop);
+    const OtherCopy other = askOtherCopy(context.paths, centre);
+    if (options.isJson) {
+        printJson(lines, scan, other, context.console);
+    } else {
+        printForPeople(lines, scan, other, context.console);
+    }
+    return isDamaged ? ExitStatus::Unusable : ExitStatus::Done;
 }
 
 }  // namespace siftwell

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <exception>
 
+#include "base/Faults.h"
 #include "base/Log.h"
 #include "base/Paths.h"
 #include "base/RunLoop.h"
@@ -12,6 +13,11 @@
 namespace {
 
 constexpr std::size_t kMaxLogBytes = 1 << 20;
+
+// "" when there is no folder for it.
+std::string logFile(const siftwell::Paths& paths) {
+    return paths.stateFolder.empty() ? "" : paths.stateFolder + "/siftwell.log";
+}
 
 // Before any thread exists: the run loop takes these signals, and a reader that hangs up is no
 // reason to end without closing the indexes.
@@ -24,16 +30,16 @@ void blockSignals() {
 }
 
 // Names of files stand in the log, and whoever reads it does so on a terminal.
-void logTo(const std::string& stateFolder) {
-    if (stateFolder.empty()) return;
-    siftwell::setLogSink(
-        [write = siftwell::logFileSink(stateFolder + "/siftwell.log", kMaxLogBytes)](
-            std::string_view line) { write(siftwell::printable(line)); });
+void logTo(const std::string& file) {
+    if (file.empty()) return;
+    siftwell::setLogSink([write = siftwell::logFileSink(file, kMaxLogBytes)](
+                             std::string_view line) { write(siftwell::printable(line)); });
 }
 
 siftwell::ExitStatus run(int argc, char** argv, siftwell::Console& console) {
     const siftwell::Paths paths = siftwell::Paths::ofThisUser();
-    logTo(paths.stateFolder);
+    logTo(logFile(paths));
+    siftwell::installFaultHandlers(logFile(paths));
     const auto mainLoop = siftwell::makeHeadlessRunLoop();
     const auto status = siftwell::runCommandLine(argc, argv, {paths, *mainLoop, console});
     const siftwell::Status written = console.flush();

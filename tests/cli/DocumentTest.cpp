@@ -1,4 +1,3 @@
-#include "base/Settings.h"
 #include "cli/ProgramFixture.h"
 #include "retrieval/SampleDocuments.h"
 
@@ -19,16 +18,7 @@ protected:
         m_home.write("docs/broken.pdf", "%PDF-1.4 rhubarb, and no more");
     }
 
-    void useContentExtractors() {
-        const auto loop = makeHeadlessRunLoop();
-        const std::string folder = m_home.file("config/siftwell");
-        std::filesystem::create_directories(folder);
-        auto settings = Settings::open(folder + "/com.velotrin.Siftwell.plist",
-                                       Settings::Access::ReadWrite, *loop);
-        ASSERT_TRUE(settings.isOk());
-        (*settings)->set("UseContentExtractors", true);
-        ASSERT_TRUE((*settings)->save().isOk());
-    }
+    void useContentExtractors() { ASSERT_TRUE(setSetting("UseContentExtractors", true)); }
 
     std::vector<std::string> found(const std::string& words) {
         std::vector<std::string> names;

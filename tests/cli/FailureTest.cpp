@@ -120,7 +120,7 @@ protected:
 TEST_F(FailureTest, WhatCannotBeReadIsNamedAndTheRestIsAdded) {
     page("notes/a.html", "Alpha", "apple");
     ASSERT_EQ(mkfifo(m_home.file("pipe.html").c_str(), 0600), 0);
-    expectFailure({"add", m_home.file("pipe.html"), m_home.file("notes")}, 3,
+    expectFailure({"add", "--contents", m_home.file("pipe.html"), m_home.file("notes")}, 3,
                   "file://" + m_home.file("pipe.html"));
     EXPECT_THAT(titles({"apple"}), ElementsAre("Alpha"));
     if (geteuid() == 0) return;  // may read everything

@@ -40,8 +40,7 @@ TEST_F(HostileNameTest, FilesOfAnyNameAreFoundAndRemovedWithoutHarm) {
     EXPECT_EQ(harmless({"add", m_home.file("pages")}).status, 0);
     EXPECT_EQ(harmless({"search", "apple"}).status, 0);
     EXPECT_EQ(linesOf(harmless({"search", "--json", "apple"})).size(), names.size());
-    EXPECT_EQ(harmless({"add", m_home.file("pages")}).err,
-              "0 pages added from 10 files, 10 of them unchanged.\n");
+    EXPECT_THAT(harmless({"add", m_home.file("pages")}).err, testing::HasSubstr("0 pages added"));
     EXPECT_EQ(harmless(remove).status, 0);
     EXPECT_EQ(harmless(remove).status, 3);
     EXPECT_EQ(harmless({"search", "apple"}).status, 1);

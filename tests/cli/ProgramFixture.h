@@ -16,6 +16,9 @@
 #include <thread>
 #include <vector>
 
+#include "app/DefaultSearchItems.h"
+#include "base/RunLoop.h"
+#include "base/Settings.h"
 #include "support/TemporaryFolder.h"
 
 namespace siftwell {
@@ -35,9 +38,9 @@ protected:
         return {status, m_home.read("out"), m_home.read("err")};
     }
 
-    // Adds files and folders below the home.
+    // Adds folders, and the contents of files, below the home.
     Outcome add(const std::vector<std::string>& names) {
-        Arguments arguments = {"add"};
+        Arguments arguments = {"add", "--contents"};
         for (const std::string& name : names) arguments.push_back(m_home.file(name));
         return siftwell(arguments);
     }
@@ -48,6 +51,7 @@ protected:
     }
 
     pid_t start(const Arguments& arguments, const std::string& out, const std::string& err) {
+        switchBuiltInSourcesOff();
         std::vector<char*> words = {const_cast<char*>("siftwell")};
         for (const std::string& each : arguments) words.push_back(const_cast<char*>(each.data()));
         words.push_back(nullptr);
@@ -73,6 +77,24 @@ protected:
         siginfo_t info{};
         waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT);
         return info.si_pid == process;
+    }
+
+    // As the user chose it; false when there are no settings that can be changed.
+    bool setSetting(const std::string& key, PropertyList value) {
+        const auto loop = makeHeadlessRunLoop();
+        auto settings = Settings::open(m_home.file("config/siftwell/com.velotrin.Siftwell.plist"),
+                                       Settings::Access::ReadWrite, *loop);
+        if (!settings) return false;
+        (*settings)->set(key, std::move(value));
+        return (*settings)->save().isOk();
+    }
+
+    // Each scan would find their pages, above all those of the help, beside what is looked for.
+    void switchBuiltInSourcesOff() {
+        if (m_areBuiltInSourcesOff || m_isFresh) return;
+        std::vector<SearchItem> items = defaultSearchItems();
+        for (SearchItem& item : items) item.Index = false;
+        m_areBuiltInSourcesOff = setSetting("SearchItems", listOf(items));
     }
 
     // Until the index has grown by so many bytes, or the process has ended.
@@ -158,12 +180,15 @@ protected:
         return m_home.file("data/Siftwell/" + name);
     }
 
+    bool m_isFresh = false;  // nothing is written before the program does
+    bool m_areBuiltInSourcesOff = false;
     TemporaryFolder m_home;
     std::function<void()> m_inChild;  // called by a process that is about to become siftwell
     std::map<std::string, std::string> m_variables = {{"HOME", m_home.path()},
                                                       {"XDG_CONFIG_HOME", m_home.file("config")},
                                                       {"XDG_DATA_HOME", m_home.file("data")},
                                                       {"XDG_STATE_HOME", m_home.file("state")},
+                                                      {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/"},
                                                       {"LC_ALL", "C.UTF-8"},
                                                       {"LANGUAGE", "en"},
                                                       {"TZ", "UTC"}};

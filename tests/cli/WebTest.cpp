@@ -42,7 +42,7 @@ TEST_F(WebTest, APageIsAddedWithItsFramesAndWhatItLeadsTo) {
     m_site.page("/goal", {.body = html("", "a golden cup")});
     const Outcome outcome = siftwell({"add", m_site.address("/frames")});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(outcome.err, HasSubstr("3 pages added from the web."));
+    EXPECT_THAT(outcome.err, HasSubstr("3 pages added"));
     EXPECT_THAT(pathsFor("calm"), ElementsAre("/tea.html"));
     EXPECT_THAT(pathsFor("golden"), ElementsAre("/moved"));
     const auto rows = found({"calm"});
@@ -68,7 +68,7 @@ TEST_F(WebTest, WhatCannotBeAddedIsNamedAndTheRestIsAdded) {
     }
     const Outcome dropped = siftwell({"add", m_site.address("/plain")});
     EXPECT_EQ(dropped.status, 3);
-    EXPECT_THAT(dropped.err, HasSubstr("No page was added."));
+    EXPECT_THAT(dropped.err, HasSubstr("0 pages added"));
 }
 
 TEST_F(WebTest, AddressesAreTakenAsPeopleTypeThem) {
@@ -85,10 +85,9 @@ TEST_F(WebTest, AddressesAreTakenAsPeopleTypeThem) {
 
 TEST_F(WebTest, PagesAndFilesAreAddedTogether) {
     const std::string file = page("note.html", "Note", "a quiet note");
-    const Outcome outcome = siftwell({"add", file, m_site.address("/tea.html")});
+    const Outcome outcome = siftwell({"add", "--contents", file, m_site.address("/tea.html")});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(outcome.err, HasSubstr("1 page added from 1 file"));
-    EXPECT_THAT(outcome.err, HasSubstr("1 page added from the web."));
+    EXPECT_THAT(outcome.err, HasSubstr("2 pages added"));
     EXPECT_EQ(found({"quiet"}).size(), 1U);
     EXPECT_EQ(found({"calm"}).size(), 1U);
 }
@@ -123,12 +122,16 @@ TEST_F(WebTest, AnAddThatIsAskedToEndKeepsWhatItHas) {
     EXPECT_THAT(m_home.read("err.started"), HasSubstr("Left off."));
 }
 
-TEST_F(WebTest, WithoutANetworkPagesFailAtOnce) {
+TEST_F(WebTest, WithoutANetworkPagesWaitForTheNextScan) {
     m_variables["SIFTWELL_ONLINE"] = "no";
     const Outcome outcome = siftwell({"add", m_site.address("/tea.html")});
     EXPECT_EQ(outcome.status, 3);
-    EXPECT_THAT(outcome.err, HasSubstr("Can't find the server 127.0.0.1"));
+    EXPECT_THAT(outcome.err, HasSubstr("Siftwell cannot access the Internet"));
+    EXPECT_THAT(outcome.err, HasSubstr("siftwell scan --offline"));
     EXPECT_EQ(m_site.requests("/tea.html"), 0);
+    m_variables["SIFTWELL_ONLINE"] = "yes";
+    EXPECT_EQ(siftwell({"scan"}).status, 0);
+    EXPECT_THAT(pathsFor("calm"), ElementsAre("/tea.html"));
 }
 
 }  // namespace

@@ -11,8 +11,8 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "app/FileAdding.h"
 #include "app/Session.h"
+#include "app/WritingCopy.h"
 #include "base/RunLoop.h"
 #include "base/Url.h"
 #include "search/ResultRows.h"
@@ -44,15 +44,18 @@ protected:
     }
 
     void addAllPages() {
-        auto session = open(Session::Purpose::Writing);
-        session->waitUntilIndexingIsEnabled();
-        FileAdding adding(session->indexes(), session->notifier(), session->settings());
-        adding.start({{m_samples + "/pages", "pages", "LocalFiles"}}, 2,
-                     [this] { m_loop->post([] {}); });  // wakes it
-        session->mainLoop().turnUntil([&] { return adding.progress().isDone; },
-                                      std::chrono::minutes(5));
-        adding.stop();
-        ASSERT_TRUE(session->close().isOk());
+        NotificationCentre centre(*m_loop);
+        const auto copy = WritingCopy::reach(m_paths, *m_loop, centre).value();
+        Driver& driver = copy->driver();
+        ASSERT_TRUE(driver.setSearchItemValue("Siftwell Help", "Index", false).isOk());
+        ASSERT_TRUE(driver
+                        .addToIndex({.url = Url::fromFilePath(m_samples + "/pages"),
+                                     .isScanStarted = false})
+                        .isOk());
+        ASSERT_TRUE(driver.startScan(Driver::ScanScope::LocalSources).isOk());
+        ASSERT_TRUE(m_loop->turnUntil([&] { return driver.scanState()->ended > 0; },
+                                      std::chrono::minutes(5)));
+        ASSERT_TRUE(copy->close().isOk());
     }
 
     std::unique_ptr<Session> open(Session::Purpose purpose) {

@@ -1,0 +1,314 @@
+#include "app/AppController.h"
+
+#include <unistd.h>
+
+#include <utility>
+#include <variant>
+
+#include "app/IndexAddition.h"
+#include "base/Files.h"
+#include "base/Log.h"
+#include "base/Translate.h"
+#include "indexers/Indexers.h"
+
+namespace siftwell {
+
+namespace {
+
+constexpr std::chrono::milliseconds kTimeToEnd(1000);
+
+bool isFolder(const std::string& path) {
+    const auto info = fileInfo(path);
+    return info && info->isFolder;
+}
+
+// A page may stand in several indexes, from each of which it is to go.
+bool removeEverywhere(IndexController& indexes, const Url& url) {
+    bool isRemoved = false;
+    for (std::size_t i = indexes.indexes()->size(); i > 0; --i) {
+        if (indexes.removeURLFromIndex({url}) == 0) break;
+        isRemoved = true;
+    }
+    return isRemoved;
+}
+
+}  // namespace
+
+AppController::AppController(const Surroundings& surroundings)
+    : m_surroundings(surroundings),
+      m_session(surroundings.session),
+      m_mainLoop(m_session.mainLoop()),
+      m_errorLog(m_session.centre(), m_session.paths().stateFolder),
+      m_indexes(m_session.indexes()),
+      m_retriever(m_session.retriever()),
+      m_network(m_session.clock()),
+      m_updater({.settings = m_session.settings(),
+                 .centre = m_session.centre(),
+                 .mainLoop = m_mainLoop,
+                 .clock = m_session.clock(),
+                 .loader = m_session.network()},
+                SIFTWELL_UPDATE_FEED),
+      m_preferences(m_session.settings(), m_session.preferences(), m_session.centre()),
+      m_cycle({.indexes = m_indexes,
+               .retriever = m_retriever,
+               .notifier = m_session.notifier(),
+               .centre = m_session.centre(),
+               .settings = m_session.settings(),
+               .preferences = m_session.preferences(),
+               .mainLoop = m_mainLoop,
+               .clock = m_session.clock(),
+               .alerts = surroundings.alerts,
+               .network = m_network,
+               .makeIndexer = surroundings.makeIndexer ? surroundings.makeIndexer : ownIndexers(),
+               .checkForUpdate = [this] { m_updater.checkForUpdate(); },
+               .emptyURLCache = [] {},  // there is none yet: no preview keeps responses
+               .isRepeating = surroundings.isResident}) {
+    m_updater.configure("SW", SIFTWELL_VERSION);
+    observe();
+    if (m_surroundings.sleepWatch != nullptr) {
+        m_surroundings.sleepWatch->setHandlers({.willSleep = [this] { m_cycle.willSleep(); },
+                                                .didWake = [this] { m_cycle.didWake(); }});
+    }
+}
+
+AppController::~AppController() {
+    if (m_surroundings.sleepWatch != nullptr) m_surroundings.sleepWatch->setHandlers({});
+}
+
+IndexerFactory AppController::ownIndexers() {
+    return [this](const std::string& className, std::shared_ptr<SearchItemRecord> item) {
+        return makeIndexer(className,
+                           {.indexes = m_indexes,
+                            .retriever = m_retriever,
+                            .notifier = m_session.notifier(),
+                            .settings = m_session.settings(),
+                            .paths = m_session.paths(),
+                            .clock = m_session.clock(),
+                            .locks = m_indexerLocks},
+                           std::move(item));
+    };
+}
+
+// ---- What the program is told
+
+void AppController::observe() {
+    NotificationCentre& centre = m_session.centre();
+    m_observations.push_back(centre.observe(
+        "SiftwellIndexerProgressDoneNotification", [this](const PropertyList& progress) {
+            const auto* dictionary = progress.asDictionary();
+            if (dictionary != nullptr && stringFor(*dictionary, "source") == "Loader") {
+                handleLoaderDone();
+            }
+        }));
+    m_observations.push_back(
+        centre.observe("SiftwellPreferenceChangeNotification",
+                       [this](const PropertyList&) { handlePreferenceChange(); }));
+    handlePreferenceChange();
+}
+
+void AppController::handleLoaderDone() {
+    if (std::exchange(m_isLoaderDone, true)) return;
+    m_session.notifier().reportStatus("Idle");
+    m_indexes.enableIndexing();
+    warnAboutOldFormat();
+    if (std::exchange(m_isFirstScanDue, false)) startFirstScan();
+}
+
+void AppController::warnAboutOldFormat() {
+    Settings& settings = m_session.settings();
+    if (m_indexes.indexFormat() != 1 || settings.boolean("IndexFormatWarningShown")) return;
+    m_surroundings.alerts.ask(
+        {.title = _("Your index is in an old format."),
+         .text = _("Siftwell will work with your index as it is, but will run more efficiently if "
+                   "you rebuild it.  You can do this whenever it's convenient by selecting Index "
+                   "Status from the Window menu, then pressing the \"Rebuild index\" button."),
+         .buttons = {_("OK")}},
+        0);
+    settings.set("IndexFormatWarningShown", true);
+}
+
+void AppController::handlePreferenceChange() { m_updater.autoConfigure(); }
+
+// ---- Start and end
+
+void AppController::applicationDidFinishLaunching() {
+    Settings& settings = m_session.settings();
+    settings.set("FirstRunExplanationShown", true);
+    const auto lastScan = settings.date("LastIndexScanDate");
+    const bool isFirstScan = !lastScan || *lastScan <= Date::distantPast();
+    if (isFirstScan && m_isLoaderDone) {
+        startFirstScan();
+    } else {
+        m_isFirstScanDue = isFirstScan;
+        startStartUpTimer();
+    }
+}
+
+// Nobody should have to wait a minute for the help pages.
+void AppController::startFirstScan() {
+    m_cycle.performRescan(ScanScope::LocalSources);
+    startStartUpTimer();
+}
+
+void AppController::startStartUpTimer() {
+    m_cycle.startTimer(std::chrono::seconds(m_session.settings().integer("StartupIndexingDelay")));
+}
+
+void AppController::waitUntilIndexingIsEnabled() {
+    m_mainLoop.turnUntil([this] { return m_indexes.indexingEnabled(); }, std::chrono::hours(24));
+}
+
+bool AppController::applicationWillTerminate() {
+    m_indexes.disableIndexing();
+    m_indexes.finishSearchAfterIdlePeriod(std::chrono::seconds(0));
+    m_session.stopExtracting();
+    const bool isScanEnded = m_cycle.stop(kTimeToEnd);
+    m_indexes.flush();
+    return isScanEnded;
+}
+
+void AppController::enableIndexing() { m_indexes.enableIndexing(); }
+
+// The search has to go first: it holds the priority, and the scan would wait for that for ever.
+void AppController::disableIndexing() {
+    m_indexes.disableIndexing();
+    m_indexes.finishSearchAfterIdlePeriod(std::chrono::seconds(0));
+    m_cycle.waitForIndexingCompletion();
+}
+
+// ---- Scans
+
+Status AppController::startScan(ScanScope scope) {
+    if (scope == ScanScope::Everything && !m_indexes.netConnectionAvailable()) {
+        return {StatusCode::NotFound, _("Siftwell cannot access the Internet")};
+    }
+    m_cycle.performRescan(scope);
+    return {};
+}
+
+Result<Driver::ScanState> AppController::scanState() {
+    return ScanState{.isScanning = m_cycle.indexerRunning(),
+                     .ended = m_cycle.endedScans(),
+                     .wasLastComplete = m_cycle.wasLastScanComplete(),
+                     .pendingDocuments = m_indexes.pendingDocumentCount(),
+                     .finishedDocuments = m_retriever.finishedDocuments(),
+                     .documents = m_indexes.documentCount()};
+}
+
+std::optional<SearchItem> AppController::runningSearchItemForProcess(
+    const std::string& processName) const {
+    return m_cycle.runningItems().itemForProcess(processName);
+}
+
+// ---- What is indexed
+
+Status AppController::addToIndex(const Addition& addition) {
+    const AdditionOutcome outcome = searchItemForAddition(addition, isFolder);
+    if (const auto* problem = std::get_if<AdditionProblem>(&outcome)) {
+        m_session.notifier().reportError(problem->error, 8, "", problem->details);
+        return {StatusCode::Invalid, problem->error + " " + problem->details};
+    }
+    if (std::holds_alternative<AdditionQuestion>(outcome)) {
+        Addition answered = addition;
+        answered.fileUse = m_surroundings.alerts.ask(fileQuestion(), 1) == 0
+                               ? FileUse::ExtractURLs
+                               : FileUse::IndexContents;
+        return addToIndex(answered);
+    }
+    const SearchItem& item = std::get<SearchItem>(outcome);
+    m_preferences.addSearchItem(item);
+    if (addition.isScanStarted) {
+        m_cycle.performRescan(worksWithoutNetwork(item) && !m_indexes.netConnectionAvailable()
+                                  ? ScanScope::LocalSources
+                                  : ScanScope::Everything);
+    }
+    return {};
+}
+
+Result<std::size_t> AppController::removeFromIndex(const std::vector<std::string>& urls) {
+    std::size_t count = 0;
+    for (const std::string& text : urls) {
+        const auto url = Url::parse(text);
+        if (url && removeEverywhere(m_indexes, *url)) ++count;
+    }
+    m_indexes.flush();
+    return count;
+}
+
+// ---- Sources, filters, settings
+
+Status AppController::setSearchItemValue(const std::string& name, const std::string& key,
+                                         const PropertyList& value) {
+    return m_preferences.setSearchItemValue(name, key, value);
+}
+
+Status AppController::deleteSearchItem(const std::string& name) {
+    return m_preferences.deleteSearchItem(name);
+}
+
+Status AppController::resetScanDate(const std::string& name) {
+    return m_preferences.resetScanDate(name);
+}
+
+Status AppController::addURLFilter(const std::string& text) {
+    return m_preferences.addURLFilter(text);
+}
+
+Status AppController::deleteURLFilter(const std::string& text) {
+    return m_preferences.deleteURLFilter(text);
+}
+
+Status AppController::resetURLFilters() { return m_preferences.resetURLFilters(); }
+
+Status AppController::setSetting(const std::string& key, const PropertyList& value) {
+    return m_preferences.setSetting(key, value);
+}
+
+Status AppController::removeSetting(const std::string& key) {
+    return m_preferences.removeSetting(key);
+}
+
+// ---- The program itself
+
+Result<PropertyList::Dictionary> AppController::status() {
+    PropertyList::Array running;
+    for (const std::string& name : m_cycle.runningItems().names()) running.emplace_back(name);
+    PropertyList::Dictionary status{{"process", std::int64_t{getpid()}},
+                                    {"indexingEnabled", m_indexes.indexingEnabled()},
+                                    {"scanning", m_cycle.indexerRunning()},
+                                    {"runningItems", std::move(running)},
+                                    {"pending", m_indexes.pendingDocumentCount()},
+                                    {"documents", m_indexes.documentCount()},
+                                    {"networkDown", m_cycle.isNetworkDown()}};
+    if (const auto start = m_cycle.scanStart()) status["scanStarted"] = *start;
+    if (const auto next = m_cycle.nextScan()) status["nextScan"] = *next;
+    return status;
+}
+
+Status AppController::searchService(const std::string& text) {
+    if (text.empty()) {
+        return {StatusCode::Invalid,
+                _("Error: Nothing to search for.  Please select some text and try again.")};
+    }
+    return {StatusCode::Failed,
+            _("There is no search window in this version. Use the command siftwell search.")};
+}
+
+Status AppController::quit() {
+    if (m_surroundings.quit) m_mainLoop.post(m_surroundings.quit);
+    return {};
+}
+
+Status closeProgram(std::unique_ptr<AppController>& controller, std::unique_ptr<Session>& session) {
+    if (controller->applicationWillTerminate()) {
+        const Status status = session->close();
+        controller.reset();
+        session.reset();
+        return status;
+    }
+    writeLog("A scan does not end and is left as it is");
+    static_cast<void>(controller.release());
+    return session.release()->settings().save();
+}
+
+}  // namespace siftwell

@@ -1,0 +1,105 @@
+// AppController: the driver of the program, the one door to what it does by itself and on command.
+//
+// It is made first and goes last. Sources are scanned by ScanCycle, edited by PreferenceCommands;
+// this class wires them to the session's index store and retriever, and listens to what concerns
+// all of them.
+//
+// Threads: main, except runningSearchItemForProcess.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "app/Driver.h"
+#include "app/ErrorLog.h"
+#include "app/NetworkActivity.h"
+#include "app/PreferenceCommands.h"
+#include "app/ScanCycle.h"
+#include "app/Session.h"
+#include "app/SleepWatch.h"
+#include "app/update/VLUpdater.h"
+#include "base/Alerts.h"
+#include "indexers/SiftwellIndexer.h"
+
+namespace siftwell {
+
+class AppController : public Driver {
+public:
+    // Outlives the controller.
+    struct Surroundings {
+        Session& session;  // open for writing
+        Alerts& alerts;
+        bool isResident = false;  // scans again and again; otherwise only when it is told to
+        SleepWatch* sleepWatch = nullptr;
+        std::function<void()> quit;    // ends the program in a later turn
+        IndexerFactory makeIndexer{};  // the program's own when empty
+    };
+
+    explicit AppController(const Surroundings& surroundings);
+    ~AppController() override;
+
+    // A resident program's first scans: of the local sources at once when nothing was ever
+    // scanned, of everything after "StartupIndexingDelay" seconds.
+    void applicationDidFinishLaunching();
+    // Serves the main loop until the indexes are loaded.
+    void waitUntilIndexingIsEnabled();
+    // Stops indexing, ends the current search and writes what was added. False when a scan hangs:
+    // then the process must end without destroying anything.
+    bool applicationWillTerminate();
+
+    // Maintenance is framed by these two: the second one ends the current search and waits, serving
+    // the main loop, until no scan runs.
+    void enableIndexing();
+    void disableIndexing();
+
+    std::optional<SearchItem> runningSearchItemForProcess(const std::string& processName) const;
+
+    Status startScan(ScanScope scope) override;
+    Result<ScanState> scanState() override;
+    Status addToIndex(const Addition& addition) override;
+    Result<std::size_t> removeFromIndex(const std::vector<std::string>& urls) override;
+    Status setSearchItemValue(const std::string& name, const std::string& key,
+                              const PropertyList& value) override;
+    Status deleteSearchItem(const std::string& name) override;
+    Status resetScanDate(const std::string& name) override;
+    Status addURLFilter(const std::string& text) override;
+    Status deleteURLFilter(const std::string& text) override;
+    Status resetURLFilters() override;
+    Status setSetting(const std::string& key, const PropertyList& value) override;
+    Status removeSetting(const std::string& key) override;
+    Result<PropertyList::Dictionary> status() override;
+    Status searchService(const std::string& text) override;
+    Status quit() override;
+
+private:
+    void observe();
+    void handleLoaderDone();
+    void handlePreferenceChange();
+    void warnAboutOldFormat();
+    void startFirstScan();
+    void startStartUpTimer();
+    IndexerFactory ownIndexers();
+
+    const Surroundings m_surroundings;
+    Session& m_session;
+    RunLoop& m_mainLoop;
+    std::vector<NotificationCentre::Observation> m_observations;
+    ErrorLog m_errorLog;
+    IndexController& m_indexes;
+    DocumentRetriever& m_retriever;
+    IndexerLocks m_indexerLocks;
+    NetworkActivity m_network;
+    VLUpdater m_updater;
+    PreferenceCommands m_preferences;
+    ScanCycle m_cycle;
+    bool m_isLoaderDone = false;
+    bool m_isFirstScanDue = false;
+};
+
+// Ends both, the controller first. Where a scan hangs, what was added is written, and then they are
+// left to its threads: the process is to end soon. The first error.
+Status closeProgram(std::unique_ptr<AppController>& controller, std::unique_ptr<Session>& session);
+
+}  // namespace siftwell

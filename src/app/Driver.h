@@ -1,0 +1,94 @@
+// Driver: what a front end asks of the copy of the program that may write.
+//
+// The command line and the windows work through it, so that they need not know whether that copy is
+// their own process (AppController) or another one (bus/RunningCopy).
+//
+// Threads: main.
+// Errors: as Status. What goes wrong later is told by "SiftwellErrorNotification", which the copy
+// that does the work posts and which arrives at the centre of the asking one too.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/PropertyList.h"
+#include "base/Status.h"
+#include "base/Url.h"
+
+namespace siftwell {
+
+class Driver {
+public:
+    enum class ScanScope {
+        Everything,   // needs the network
+        LocalSources  // only what is read without the network; does not count as a completed scan
+    };
+
+    // What a file that is added stands for, when no indexer is named.
+    enum class FileUse { Ask, ExtractURLs, IndexContents };
+
+    struct Addition {
+        Url url;  // an absolute address, or a file's
+        std::optional<std::string> indexer;
+        FileUse fileUse = FileUse::Ask;
+        bool isScanStarted = true;
+    };
+
+    struct ScanState {
+        bool isScanning = false;
+        std::uint64_t ended = 0;              // scans that came to their end since the start
+        bool wasLastComplete = false;         // not refused, not broken off
+        std::int64_t pendingDocuments = 0;    // announced, neither added nor dropped yet
+        std::uint64_t finishedDocuments = 0;  // came to their end since the start
+        std::int64_t documents = 0;           // in all indexes
+    };
+
+    virtual ~Driver() = default;
+
+    // ---- Scans
+
+    // Starts a scan, or, while one runs, has another one follow. Unavailable network: NotFound for
+    // Everything.
+    virtual Status startScan(ScanScope scope) = 0;
+    virtual Result<ScanState> scanState() = 0;
+
+    // ---- What is indexed
+
+    // Makes a search item for the address and starts a scan. Invalid when nothing can be made of
+    // the address.
+    virtual Status addToIndex(const Addition& addition) = 0;
+    // How many of the pages were in an index.
+    virtual Result<std::size_t> removeFromIndex(const std::vector<std::string>& urls) = 0;
+
+    // ---- Sources, by their names; all of that name. NotFound when there is none.
+
+    virtual Status setSearchItemValue(const std::string& name, const std::string& key,
+                                      const PropertyList& value) = 0;
+    virtual Status deleteSearchItem(const std::string& name) = 0;
+    virtual Status resetScanDate(const std::string& name) = 0;  // the next scan reads all of it
+
+    // ---- Address filters
+
+    virtual Status addURLFilter(const std::string& text) = 0;
+    virtual Status deleteURLFilter(const std::string& text) = 0;  // NotFound
+    virtual Status resetURLFilters() = 0;
+
+    // ---- Settings
+
+    virtual Status setSetting(const std::string& key, const PropertyList& value) = 0;
+    virtual Status removeSetting(const std::string& key) = 0;
+
+    // ---- The copy itself
+
+    // What it does now: "process", "indexingEnabled", "scanning", "scanStarted",
+    // "runningItems" (the names of the sources being scanned, an array), "pending", "documents",
+    // "networkDown", "nextScan" (a date).
+    virtual Result<PropertyList::Dictionary> status() = 0;
+
+    virtual Status searchService(const std::string& text) = 0;
+    virtual Status quit() = 0;  // returns at once
+};
+
+}  // namespace siftwell

@@ -1,0 +1,146 @@
+#include "app/IndexingScan.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+#include "app/IndexerList.h"
+#include "base/Faults.h"
+#include "base/Log.h"
+#include "base/ThreadPriority.h"
+#include "base/Translate.h"
+#include "indexers/Indexers.h"
+
+namespace siftwell {
+
+namespace {
+
+constexpr double kSecondsPerDay = 86'400;
+
+class SharedIndexLock {
+public:
+    explicit SharedIndexLock(IndexController& indexes) : m_indexes(indexes) {
+        m_indexes.lockIndex(false);
+    }
+    ~SharedIndexLock() { m_indexes.unlockIndex(false); }
+    SharedIndexLock(const SharedIndexLock&) = delete;
+    SharedIndexLock& operator=(const SharedIndexLock&) = delete;
+
+private:
+    IndexController& m_indexes;
+};
+
+// Offered by the program, but its reader comes with a later version: the item is left alone.
+bool isStillToCome(const std::string& className) {
+    const auto choices = indexerList();
+    return !hasIndexer(className) &&
+           std::any_of(choices.begin(), choices.end(), [&className](const IndexerChoice& choice) {
+               return choice.indexer == className;
+           });
+}
+
+// What was visited during the last scan is looked at again, so an item never starts later than that
+// scan did. Before the first one the distant past stands there, and everything is read whatever
+// its age.
+Date startDateOf(const SearchItem& item, Date cutOff, const std::optional<Date>& lastScan) {
+    Date start = item.LastScanDate.value_or(Date::distantPast());
+    if (item.Expire) start = std::max(start, cutOff);
+    return lastScan ? std::min(start, *lastScan) : start;
+}
+
+}  // namespace
+
+IndexingScan::IndexingScan(const Surroundings& surroundings, std::vector<SearchItem> items,
+                           Driver::ScanScope scope)
+    : m_surroundings(surroundings),
+      m_indexes(surroundings.indexes),
+      m_items(std::move(items)),
+      m_scope(scope) {}
+
+IndexingScan::Outcome IndexingScan::run() {
+    const Dates dates = readDates();
+    const NetworkActivity& network = m_surroundings.network;
+    if (network.isBusy()) {
+        writeLog(
+            filledIn("Delaying indexing because the network is busy (network activity = %d / %d)",
+                     std::int64_t{static_cast<std::int32_t>(network.latestDownloadThroughput())},
+                     std::int64_t{static_cast<std::int32_t>(network.maxDownloadThroughput())}));
+    }
+    m_surroundings.purgeURLCache();
+    if (!mayStart()) return {};
+    scanItems(dates);
+    m_indexes.setPendingDocumentCount(0);
+    const bool isWhole = m_scope == Driver::ScanScope::Everything;
+    if (m_indexes.indexingEnabled() && isWhole) expire(dates);
+    {
+        const SharedIndexLock lock(m_indexes);
+        m_indexes.flush();
+    }
+    const bool isComplete = m_indexes.indexingEnabled();
+    return {.isComplete = isComplete,
+            .start = isComplete && isWhole ? std::optional(dates.start) : std::nullopt};
+}
+
+IndexingScan::Dates IndexingScan::readDates() const {
+    const Settings& settings = m_surroundings.settings;
+    const Date now = m_surroundings.clock.now();
+    const auto days = static_cast<double>(settings.integer("DaysToSearch"));
+    return {.lastExpiration = settings.date("LastExpirationScanDate"),
+            .cutOff = now - days * kSecondsPerDay,
+            .lastScan = settings.date("LastIndexScanDate"),
+            .start = now};
+}
+
+bool IndexingScan::mayStart() const {
+    if (m_scope == Driver::ScanScope::LocalSources) return m_indexes.readyToIndexLocally();
+    return m_indexes.readyToIndex() && !m_surroundings.network.isBusy();
+}
+
+bool IndexingScan::takesPart(const SearchItem& item) const {
+    if (!item.Index || isStillToCome(item.Indexer)) return false;
+    return m_scope == Driver::ScanScope::Everything || worksWithoutNetwork(item);
+}
+
+void IndexingScan::scanItems(const Dates& dates) {
+    m_surroundings.runningItems.clear();
+    std::vector<std::jthread> threads;
+    for (const SearchItem& item : m_items) {
+        if (takesPart(item)) scanOnThread(item, dates, threads);
+    }
+    m_surroundings.runningItems.waitUntilAllAreDone();
+    m_surroundings.runningItems.clear();
+}
+
+void IndexingScan::scanOnThread(SearchItem item, const Dates& dates,
+                                std::vector<std::jthread>& threads) {
+    const SearchItem stored = item;
+    item.LastScanDate = startDateOf(item, dates.cutOff, dates.lastScan);
+    const auto record = std::make_shared<SearchItemRecord>(std::move(item));
+    m_surroundings.runningItems.add(record);
+    threads.emplace_back([this, record, stored] {
+        nameThisThread("item");
+        collectStackTracesOnThrow();
+        ItemScan(m_surroundings.items, record).indexInThread();
+        m_surroundings.indexerDone(record, stored);
+    });
+}
+
+void IndexingScan::expire(const Dates& dates) {
+    if (dates.lastExpiration && dates.start - *dates.lastExpiration <= kSecondsPerDay) return;
+    m_indexes.expireOlderThan(dates.cutOff, expiringSources());
+    Settings& settings = m_surroundings.settings;
+    settings.set("LastExpirationScanDate", dates.start);
+    if (m_indexes.deletedDocumentCount() > settings.integer("IndexOptimizationThreshold")) {
+        m_indexes.compactIndex();
+    }
+}
+
+std::vector<std::string> IndexingScan::expiringSources() const {
+    std::vector<std::string> sources;
+    for (const SearchItem& item : m_items) {
+        if (item.Expire) sources.push_back(item.Name);
+    }
+    return sources;
+}
+
+}  // namespace siftwell

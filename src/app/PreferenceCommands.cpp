@@ -1,0 +1,119 @@
+#include "app/PreferenceCommands.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/Translate.h"
+
+namespace siftwell {
+
+namespace {
+
+// What a person may set of an item; the rest is the scan cycle's.
+constexpr std::array<std::string_view, 10> kItemKeys = {
+    "Name",      "Path",   "Indexer", "BundleID",     "Index",
+    "IndexOnce", "Search", "Expire",  "LastScanDate", "LastURLDate"};
+
+Status noSuchSource(const std::string& name) {
+    return {StatusCode::NotFound, filledIn(_("There is no source named \"%@\"."), name)};
+}
+
+// Kept in lists of their own, which the next commit would put in the place of such a value.
+bool isList(const std::string& key) { return key == "SearchItems" || key == "URLFilters"; }
+
+Status listRefused(const std::string& key) {
+    return {StatusCode::Invalid, filledIn(_("\"%@\" is a list with commands of its own."), key)};
+}
+
+}  // namespace
+
+void PreferenceCommands::commit() {
+    m_preferences.commitSettings();
+    m_centre.postMainThreadNotificationName("SiftwellPreferenceChangeNotification", {});
+}
+
+template <typename Change>
+Status PreferenceCommands::changeItems(const std::string& name, Change change) {
+    bool isFound = false;
+    for (SearchItem& item : m_preferences.mutableSearchItemsArray()) {
+        if (item.Name != name) continue;
+        isFound = true;
+        change(item);
+    }
+    if (!isFound) return noSuchSource(name);
+    commit();
+    return {};
+}
+
+Status PreferenceCommands::setSearchItemValue(const std::string& name, const std::string& key,
+                                              const PropertyList& value) {
+    if (std::find(kItemKeys.begin(), kItemKeys.end(), key) == kItemKeys.end()) {
+        return {StatusCode::Invalid, filledIn(_("\"%@\" cannot be set."), key)};
+    }
+    return changeItems(name, [&](SearchItem& item) {
+        PropertyList::Dictionary dictionary = item.toDictionary();
+        dictionary[key] = value;
+        item = SearchItem::fromDictionary(dictionary);
+    });
+}
+
+Status PreferenceCommands::deleteSearchItem(const std::string& name) {
+    std::vector<SearchItem> items = m_preferences.mutableSearchItemsArray();
+    const auto count =
+        std::erase_if(items, [&name](const SearchItem& item) { return item.Name == name; });
+    if (count == 0) return noSuchSource(name);
+    m_preferences.setMutableSearchItemsArray(std::move(items));
+    commit();
+    return {};
+}
+
+Status PreferenceCommands::resetScanDate(const std::string& name) {
+    return changeItems(name, [](SearchItem& item) { item.LastScanDate = Date::distantPast(); });
+}
+
+void PreferenceCommands::addSearchItem(SearchItem item) {
+    m_preferences.mutableSearchItemsArray().push_back(std::move(item));
+    commit();
+}
+
+Status PreferenceCommands::addURLFilter(const std::string& text) {
+    if (text.empty()) {
+        return {StatusCode::Invalid, _("An empty filter keeps nothing out of the index.")};
+    }
+    m_preferences.addFilterString(text);
+    commit();
+    return {};
+}
+
+Status PreferenceCommands::deleteURLFilter(const std::string& text) {
+    const auto isMeant = [&text](const URLFilter& filter) { return filter.String == text; };
+    if (std::erase_if(m_preferences.mutableURLFilterArray(), isMeant) == 0) {
+        return {StatusCode::NotFound, filledIn(_("There is no filter \"%@\"."), text)};
+    }
+    commit();
+    return {};
+}
+
+Status PreferenceCommands::resetURLFilters() {
+    m_preferences.resetFilters();
+    commit();
+    return {};
+}
+
+Status PreferenceCommands::setSetting(const std::string& key, const PropertyList& value) {
+    if (isList(key)) return listRefused(key);
+    m_settings.set(key, value);
+    commit();
+    return {};
+}
+
+Status PreferenceCommands::removeSetting(const std::string& key) {
+    if (isList(key)) return listRefused(key);
+    m_settings.remove(key);
+    commit();
+    return {};
+}
+
+}  // namespace siftwell

@@ -1,0 +1,63 @@
+#include "app/Resident.h"
+
+#include <chrono>
+#include <csignal>
+#include <utility>
+
+#include "app/SingleInstance.h"
+#include "base/Log.h"
+
+namespace siftwell {
+
+Result<std::unique_ptr<Resident>> Resident::start(const Surroundings& surroundings,
+                                                  std::size_t safeAnswer) {
+    auto session = openOnlySession(surroundings.paths, surroundings.mainLoop, surroundings.centre,
+                                   surroundings.alerts, safeAnswer);
+    if (!session) return session.status();
+    return std::unique_ptr<Resident>(new Resident(surroundings, *std::move(session)));
+}
+
+Resident::Resident(const Surroundings& surroundings, std::unique_ptr<Session> session)
+    : m_surroundings(surroundings),
+      m_sleepWatch(surroundings.mainLoop),
+      m_session(std::move(session)),
+      m_controller(std::make_unique<AppController>(
+          AppController::Surroundings{.session = *m_session,
+                                      .alerts = surroundings.alerts,
+                                      .isResident = true,
+                                      .sleepWatch = &m_sleepWatch,
+                                      .quit = [this] { quit(); }})) {
+    serveOnBus();
+    m_controller->applicationDidFinishLaunching();
+}
+
+void Resident::serveOnBus() {
+    auto services =
+        BusServices::open({.driver = *m_controller,
+                           .notifier = m_session->notifier(),
+                           .centre = m_session->centre(),
+                           .retriever = m_session->retriever(),
+                           .mainLoop = m_surroundings.mainLoop,
+                           .runningSearchItemForProcess = [this](const std::string& process) {
+                               return m_controller->runningSearchItemForProcess(process);
+                           }});
+    if (services) {
+        m_services = *std::move(services);
+    } else {
+        writeLog("Not reachable over D-Bus: " + services.status().message());
+    }
+}
+
+void Resident::run() {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        m_surroundings.mainLoop.watchSignal(signal, [this] { quit(); });
+    }
+    while (!m_isQuitting) m_surroundings.mainLoop.turn(std::chrono::hours(1));
+}
+
+Status Resident::close() {
+    m_services.reset();
+    return closeProgram(m_controller, m_session);
+}
+
+}  // namespace siftwell

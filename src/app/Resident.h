@@ -1,0 +1,56 @@
+// Resident: the program that stays: it scans again and again and serves the other processes of its
+// user over D-Bus, until it is told to end.
+//
+// Threads: main.
+#pragma once
+
+#include <memory>
+
+#include "app/AppController.h"
+#include "app/Session.h"
+#include "app/bus/BusServices.h"
+#include "app/bus/LogindSleepWatch.h"
+#include "base/Alerts.h"
+#include "base/NotificationCentre.h"
+#include "base/Paths.h"
+#include "base/RunLoop.h"
+#include "base/Status.h"
+
+namespace siftwell {
+
+class Resident {
+public:
+    // Everything here outlives the object.
+    struct Surroundings {
+        const Paths& paths;
+        RunLoop& mainLoop;
+        NotificationCentre& centre;
+        Alerts& alerts;
+    };
+
+    // Only one copy of the program runs for a user. Where another one does, the answer to the alert
+    // decides which: `safeAnswer` 0 asks that one to end, 1 leaves it alone. Busy when it stays.
+    static Result<std::unique_ptr<Resident>> start(const Surroundings& surroundings,
+                                                   std::size_t safeAnswer);
+
+    // Serves the main loop until the program is to end.
+    void run();
+    void quit() { m_isQuitting = true; }
+
+    // Writes and lets go of everything. The first error.
+    Status close();
+
+private:
+    Resident(const Surroundings& surroundings, std::unique_ptr<Session> session);
+
+    void serveOnBus();
+
+    const Surroundings m_surroundings;
+    LogindSleepWatch m_sleepWatch;
+    std::unique_ptr<Session> m_session;
+    std::unique_ptr<AppController> m_controller;
+    std::unique_ptr<BusServices> m_services;  // null without a session bus
+    bool m_isQuitting = false;
+};
+
+}  // namespace siftwell

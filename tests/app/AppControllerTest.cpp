@@ -1,0 +1,213 @@
+#include "app/AppController.h"
+
+#include <cstdlib>
+
+#include "SessionFixture.h"
+#include "app/WritingCopy.h"
+#include "base/Url.h"
+#include "fulltext/Search.h"
+
+namespace siftwell {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class CountingAlerts : public Alerts {
+public:
+    std::size_t ask(const Alert& alert, std::size_t safeAnswer) override {
+        titles.push_back(alert.title);
+        return safeAnswer;
+    }
+
+    std::vector<std::string> titles;
+};
+
+class AppControllerTest : public SessionFixture {
+protected:
+    AppControllerTest() {
+        setenv("SIFTWELL_ONLINE", "no", 1);
+        m_home.write("resources/Help/fragments.html",
+                     "<html><head><title>Fragments</title></head><body>parts of words</body>");
+    }
+    ~AppControllerTest() override {
+        end();
+        unsetenv("SIFTWELL_ONLINE");
+    }
+
+    AppController& launch() {
+        m_session = open(Purpose::Writing).value();
+        m_observation = m_session->centre().observe(
+            "SiftwellErrorNotification", [this](const PropertyList& record) {
+                m_errors.push_back(stringFor(*record.asDictionary(), "error"));
+            });
+        m_controller = std::make_unique<AppController>(AppController::Surroundings{
+            .session = *m_session, .alerts = m_alerts, .isResident = true});
+        return *m_controller;
+    }
+    void end() {
+        if (m_controller == nullptr) return;
+        EXPECT_TRUE(closeProgram(m_controller, m_session).isOk());
+    }
+    void waitForScan(std::uint64_t count = 1) {
+        EXPECT_TRUE(m_loop->turnUntil([&] { return m_controller->scanState()->ended >= count; },
+                                      std::chrono::seconds(60)));
+    }
+    std::size_t found(const std::string& word) {
+        std::size_t count = 0;
+        for (const RunningSearch& each : *m_session->indexes().startSearch(std::nullopt, word)) {
+            count += each.search->findMatches(100, std::chrono::seconds(10))->hits.size();
+        }
+        m_session->indexes().finishSearchAfterIdlePeriod(std::chrono::seconds(0));
+        return count;
+    }
+    const SearchItem* item(const std::string& name) {
+        for (const SearchItem& each : m_session->preferences().mutableSearchItemsArray()) {
+            if (each.Name == name) return &each;
+        }
+        return nullptr;
+    }
+
+    CountingAlerts m_alerts;
+    std::vector<std::string> m_errors;
+    NotificationCentre::Observation m_observation;
+    std::unique_ptr<Session> m_session;
+    std::unique_ptr<AppController> m_controller;
+};
+
+TEST_F(AppControllerTest, FirstLaunchReadsTheHelpPagesWithoutANetworkAndWithoutAWait) {
+    launch().applicationDidFinishLaunching();
+    waitForScan();
+    EXPECT_EQ(found("fragments"), 1U);
+    EXPECT_THAT(m_errors, IsEmpty());
+    EXPECT_THAT(m_alerts.titles, IsEmpty());
+    // The scan of everything is still to come.
+    const auto status = *m_controller->status();
+    const double wait = *dateFor(status, "nextScan") - SystemClock().now();
+    EXPECT_TRUE(wait > 30 && wait <= 60) << wait;
+    EXPECT_EQ(item("Siftwell Help")->ScanResult, 0);
+    EXPECT_TRUE(m_session->settings().boolean("FirstRunExplanationShown"));
+}
+
+TEST_F(AppControllerTest, LoaderThatEndsTwiceOpensTheGateOnce) {
+    AppController& controller = launch();
+    controller.waitUntilIndexingIsEnabled();
+    m_session->indexes().disableIndexing();
+    m_session->notifier().reportProgressDoneIn("Loader", "");
+    m_loop->turn(std::chrono::milliseconds(0));
+    m_loop->turn(std::chrono::milliseconds(0));
+    EXPECT_FALSE(m_session->indexes().indexingEnabled());
+    m_session->indexes().enableIndexing();
+}
+
+TEST_F(AppControllerTest, FolderIsAddedScannedOnceAndKeptAcrossLaunches) {
+    m_home.write("notes/a.html", "<html><body>first note</body></html>");
+    m_home.write("notes/b.txt", "second note");
+    m_home.write("notes/c.jpg", "no note");
+    AppController& controller = launch();
+    controller.waitUntilIndexingIsEnabled();
+    const Driver::Addition addition{.url = Url::fromFilePath(m_home.file("notes"))};
+    EXPECT_TRUE(controller.addToIndex(addition).isOk());
+    waitForScan();
+    EXPECT_EQ(found("note"), 2U);
+    EXPECT_FALSE(item("notes")->Index);
+    EXPECT_TRUE(controller.addToIndex(addition).isOk());  // a second item, by the same name
+    waitForScan(2);
+    EXPECT_EQ(found("note"), 2U);
+    EXPECT_THAT(m_session->preferences().mutableSearchItemsArray(), SizeIs(22));
+    EXPECT_EQ(*controller.removeFromIndex({addition.url.absoluteString() + "/a.html", "x"}), 1U);
+    EXPECT_EQ(found("note"), 1U);
+    end();
+    launch().waitUntilIndexingIsEnabled();
+    EXPECT_EQ(found("note"), 1U);
+    EXPECT_EQ(item("notes")->ScanResult, 0);
+    EXPECT_EQ(m_controller->addToIndex({.url = Url::parse("file:///").value()}).code(),
+              StatusCode::Invalid);
+    m_loop->turn(std::chrono::milliseconds(0));
+    EXPECT_THAT(m_errors, ElementsAre("Please enter a valid URL to a page or document."));
+}
+
+TEST_F(AppControllerTest, FileThatNobodyExplainedIsIndexedAsItIs) {
+    const std::string file = m_home.write("links.html", "<a href=\"http://h/\">linked</a>");
+    AppController& controller = launch();
+    controller.waitUntilIndexingIsEnabled();
+    EXPECT_TRUE(controller.addToIndex({.url = Url::fromFilePath(file)}).isOk());
+    waitForScan();
+    EXPECT_THAT(m_alerts.titles, ElementsAre("What should Siftwell do with this file?"));
+    EXPECT_EQ(found("linked"), 1U);
+}
+
+TEST_F(AppControllerTest, SourcesFiltersAndSettingsAreEditedByName) {
+    AppController& controller = launch();
+    EXPECT_TRUE(controller.setSearchItemValue("Safari Cache", "Index", false).isOk());
+    EXPECT_FALSE(item("Safari Cache")->Index);
+    EXPECT_EQ(controller.setSearchItemValue("Safari Cache", "ScanResult", 0).code(),
+              StatusCode::Invalid);
+    EXPECT_EQ(controller.setSearchItemValue("Nobody", "Index", true).code(), StatusCode::NotFound);
+    EXPECT_TRUE(controller.deleteSearchItem("NetNewsWire").isOk());
+    EXPECT_EQ(item("NetNewsWire"), nullptr);
+    EXPECT_TRUE(controller.resetScanDate("Opera History").isOk());
+    EXPECT_TRUE(controller.addURLFilter("/secret/").isOk());
+    m_loop->turn(std::chrono::milliseconds(0));
+    m_loop->turn(std::chrono::milliseconds(0));
+    EXPECT_FALSE(m_session->indexes().canProcessURL(Url::parse("http://h/secret/x").value()));
+    EXPECT_TRUE(controller.deleteURLFilter("/secret/").isOk());
+    EXPECT_EQ(controller.deleteURLFilter("/secret/").code(), StatusCode::NotFound);
+    EXPECT_TRUE(controller.setSetting("DaysToSearch", 5).isOk());
+    EXPECT_EQ(controller.setSetting("SearchItems", PropertyList::Array{}).code(),
+              StatusCode::Invalid);
+    end();
+    launch();
+    EXPECT_FALSE(item("Safari Cache")->Index);
+    EXPECT_EQ(m_session->settings().integer("DaysToSearch"), 5);
+    EXPECT_TRUE(m_controller->removeSetting("DaysToSearch").isOk());
+    EXPECT_EQ(m_session->settings().integer("DaysToSearch"), 60);
+}
+
+TEST_F(AppControllerTest, ErrorsAreKeptForOtherProcessesWithinBounds) {
+    launch();
+    m_session->notifier().reportError("Odd \xff\n", 5, "http://h/", "a\nb");
+    m_session->notifier().reportError("Bare", 3, std::nullopt, std::nullopt);
+    m_loop->turn(std::chrono::milliseconds(0));
+    auto errors = ErrorLog::read(m_paths.stateFolder);
+    ASSERT_THAT(errors, SizeIs(2));
+    EXPECT_EQ(errors[0].error, "Odd \xEF\xBF\xBD\n");
+    EXPECT_EQ(errors[0].details, "a\nb");
+    EXPECT_EQ(errors[1].severity, 3);
+    EXPECT_EQ(errors[1].url, "");
+    for (int i = 0; i < 600; ++i) {
+        m_session->notifier().reportError("Error " + std::to_string(i), 5, "",
+                                          std::string(9000, 'x'));
+    }
+    m_loop->turn(std::chrono::milliseconds(0));
+    errors = ErrorLog::read(m_paths.stateFolder);
+    EXPECT_LT(errors.size(), 400U);
+    EXPECT_EQ(errors.back().error, "Error 599");
+}
+
+TEST_F(AppControllerTest, CommandWorksThroughItsOwnCopyAndStopsInTheMiddle) {
+    for (int i = 0; i < 2000; ++i) {
+        m_home.write("many/" + std::to_string(i) + ".txt", "page " + std::to_string(i));
+    }
+    NotificationCentre centre(*m_loop);
+    auto copy = WritingCopy::reach(m_paths, *m_loop, centre).value();
+    EXPECT_FALSE(copy->isOtherProcess());
+    EXPECT_EQ(copy->driver().startScan(Driver::ScanScope::Everything).code(), StatusCode::NotFound);
+    EXPECT_TRUE(copy->driver().addToIndex({.url = Url::fromFilePath(m_home.file("many"))}).isOk());
+    EXPECT_TRUE(m_loop->turnUntil([&] { return copy->driver().scanState()->documents > 0; },
+                                  std::chrono::seconds(60)));
+    EXPECT_TRUE(copy->close().isOk());
+    copy.reset();
+    // What was not added yet is offered again.
+    copy = WritingCopy::reach(m_paths, *m_loop, centre).value();
+    EXPECT_TRUE(copy->driver().startScan(Driver::ScanScope::LocalSources).isOk());
+    EXPECT_TRUE(m_loop->turnUntil([&] { return copy->driver().scanState()->ended > 0; },
+                                  std::chrono::seconds(60)));
+    EXPECT_EQ(copy->driver().scanState()->documents, 2001);
+    EXPECT_TRUE(copy->close().isOk());
+}
+
+}  // namespace
+}  // namespace siftwell
