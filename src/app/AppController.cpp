@@ -2,12 +2,14 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 #include <variant>
 
 #include "app/IndexAddition.h"
 #include "base/Files.h"
 #include "base/Log.h"
+#include "base/Memory.h"
 #include "base/Translate.h"
 #include "indexers/Indexers.h"
 
@@ -60,7 +62,12 @@ AppController::AppController(const Surroundings& surroundings)
                .alerts = surroundings.alerts,
                .network = m_network,
                .makeIndexer = surroundings.makeIndexer ? surroundings.makeIndexer : ownIndexers(),
-               .checkForUpdate = [this] { m_updater.checkForUpdate(); },
+               // A command ends before an answer comes.
+               .checkForUpdate =
+                   [this] {
+                       if (m_surroundings.isResident) m_updater.checkForUpdate();
+                   },
+               .cameToRest = &returnFreeMemory,
                .emptyURLCache = [] {},  // there is none yet: no preview keeps responses
                .isRepeating = surroundings.isResident}) {
     m_updater.configure("SW", SIFTWELL_VERSION);
@@ -151,7 +158,9 @@ void AppController::startFirstScan() {
 }
 
 void AppController::startStartUpTimer() {
-    m_cycle.startTimer(std::chrono::seconds(m_session.settings().integer("StartupIndexingDelay")));
+    constexpr std::int64_t kDay = 86'400;
+    m_cycle.startTimer(std::chrono::seconds(
+        std::clamp<std::int64_t>(m_session.settings().integer("StartupIndexingDelay"), 0, kDay)));
 }
 
 void AppController::waitUntilIndexingIsEnabled() {
@@ -299,16 +308,17 @@ Status AppController::quit() {
     return {};
 }
 
-Status closeProgram(std::unique_ptr<AppController>& controller, std::unique_ptr<Session>& session) {
+ProgramEnd closeProgram(std::unique_ptr<AppController>& controller,
+                        std::unique_ptr<Session>& session) {
     if (controller->applicationWillTerminate()) {
         const Status status = session->close();
         controller.reset();
         session.reset();
-        return status;
+        return {.status = status};
     }
     writeLog("A scan does not end and is left as it is");
     static_cast<void>(controller.release());
-    return session.release()->settings().save();
+    return {.status = session.release()->settings().save(), .areThreadsLeft = true};
 }
 
 }  // namespace siftwell

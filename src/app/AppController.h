@@ -98,8 +98,15 @@ private:
     bool m_isFirstScanDue = false;
 };
 
-// Ends both, the controller first. Where a scan hangs, what was added is written, and then they are
-// left to its threads: the process is to end soon. The first error.
-Status closeProgram(std::unique_ptr<AppController>& controller, std::unique_ptr<Session>& session);
+struct ProgramEnd {
+    Status status;  // the first error
+    // A scan hangs: what was added is written, but the objects are left to its threads. The process
+    // has to end, by _exit, before anything that they use is destroyed.
+    bool areThreadsLeft = false;
+};
+
+// Ends both, the controller first.
+ProgramEnd closeProgram(std::unique_ptr<AppController>& controller,
+                        std::unique_ptr<Session>& session);
 
 }  // namespace siftwell

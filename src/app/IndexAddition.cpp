@@ -21,6 +21,11 @@ bool isScannedOnce(const std::string& indexer) {
     return indexer == "LocalFiles" || indexer == "SingleURL";
 }
 
+AdditionProblem noName() {
+    return {_("Please enter a valid URL to a page or document."),
+            _("It must contain a path or host name.")};
+}
+
 void read(SearchItem& item, const std::string& indexer, std::string path) {
     item.Indexer = indexer;
     item.IndexOnce = isScannedOnce(indexer);
@@ -39,10 +44,7 @@ AdditionOutcome searchItemForAddition(
     item.Search = true;
     item.UserItem = true;
     item.LastScanDate = Date::distantPast();
-    if (item.Name.empty()) {
-        return AdditionProblem{_("Please enter a valid URL to a page or document."),
-                               _("It must contain a path or host name.")};
-    }
+    if (item.Name.empty()) return noName();
     if (addition.indexer) {
         read(item, *addition.indexer, placeOf(url));
     } else if (!url.isFile()) {
@@ -51,7 +53,9 @@ AdditionOutcome searchItemForAddition(
                 _("Please enter a full URL."),
                 _("It must begin with a 'scheme' such as \"http://\" or \"file://\".")};
         }
+        // Opaque addresses have no page of their own to load.
         item.Name = url.host().value_or("");
+        if (item.Name.empty()) return noName();
         read(item, "SingleURL", url.absoluteString());
     } else if (isFolder(placeOf(url))) {
         read(item, "LocalFiles", placeOf(url));

@@ -1,6 +1,7 @@
 #include "app/IndexingScan.h"
 
 #include <algorithm>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -84,10 +85,16 @@ IndexingScan::Outcome IndexingScan::run() {
 IndexingScan::Dates IndexingScan::readDates() const {
     const Settings& settings = m_surroundings.settings;
     const Date now = m_surroundings.clock.now();
-    const auto days = static_cast<double>(settings.integer("DaysToSearch"));
+    // No day at all would be a mistake that empties the indexes.
+    constexpr std::int64_t kUsualDays = 60;
+    const std::int64_t chosen = settings.integer("DaysToSearch");
+    const auto days = static_cast<double>(chosen < 1 ? kUsualDays : chosen);
     return {.lastExpiration = settings.date("LastExpirationScanDate"),
             .cutOff = now - days * kSecondsPerDay,
-            .lastScan = settings.date("LastIndexScanDate"),
+            // A scan of local sources does not count as one, and is not held against those.
+            .lastScan = m_scope == Driver::ScanScope::Everything
+                            ? settings.date("LastIndexScanDate")
+                            : std::nullopt,
             .start = now};
 }
 
@@ -117,16 +124,24 @@ void IndexingScan::scanOnThread(SearchItem item, const Dates& dates,
     item.LastScanDate = startDateOf(item, dates.cutOff, dates.lastScan);
     const auto record = std::make_shared<SearchItemRecord>(std::move(item));
     m_surroundings.runningItems.add(record);
-    threads.emplace_back([this, record, stored] {
-        nameThisThread("item");
-        collectStackTracesOnThrow();
-        ItemScan(m_surroundings.items, record).indexInThread();
+    try {
+        threads.emplace_back([this, record, stored] {
+            nameThisThread("item");
+            collectStackTracesOnThrow();
+            ItemScan(m_surroundings.items, record).indexInThread();
+            m_surroundings.indexerDone(record, stored);
+        });
+    } catch (const std::system_error&) {
+        // No more threads are to be had: the item waits for the next scan.
+        record->change([](SearchItem& each) { each.ScanResult = scanResult::kFailure; });
         m_surroundings.indexerDone(record, stored);
-    });
+    }
 }
 
 void IndexingScan::expire(const Dates& dates) {
-    if (dates.lastExpiration && dates.start - *dates.lastExpiration <= kSecondsPerDay) return;
+    // A date ahead of the clock, which was set back meanwhile, stands for never.
+    const bool isKnown = dates.lastExpiration && *dates.lastExpiration <= dates.start;
+    if (isKnown && dates.start - *dates.lastExpiration <= kSecondsPerDay) return;
     m_indexes.expireOlderThan(dates.cutOff, expiringSources());
     Settings& settings = m_surroundings.settings;
     settings.set("LastExpirationScanDate", dates.start);

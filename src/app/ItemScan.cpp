@@ -20,26 +20,21 @@ ItemScan::ItemScan(const Surroundings& surroundings, std::shared_ptr<SearchItemR
     : m_surroundings(surroundings), m_item(std::move(item)), m_name(m_item->item().Name) {}
 
 void ItemScan::indexInThread() {
-    const std::string className = m_item->item().Indexer;
-    const auto indexer = m_surroundings.makeIndexer(className, m_item);
-    if (indexer == nullptr) {
-        reportUnknownClass(className);
-    } else {
-        useLowestThreadPriority();
-        scan(*indexer);
+    try {
+        run();
+    } catch (const std::exception& exception) {
+        handleFailure(exception);
     }
     waitForDownloads();
 }
 
-void ItemScan::scan(SiftwellIndexer& indexer) {
-    try {
-        const FaultGuard guard;
-        indexer.performIndexingScan();
-    } catch (const NamedException& exception) {
-        handleFailure(exception.name(), exception.reason(), exception);
-    } catch (const std::exception& exception) {
-        handleFailure(nameOf(exception), exception.what(), exception);
-    }
+void ItemScan::run() {
+    const std::string className = m_item->item().Indexer;
+    const auto indexer = m_surroundings.makeIndexer(className, m_item);
+    if (indexer == nullptr) return reportUnknownClass(className);
+    useLowestThreadPriority();
+    const FaultGuard guard;
+    indexer->performIndexingScan();
 }
 
 // The item stays on: another version of the program may know the class.
@@ -51,8 +46,9 @@ void ItemScan::reportUnknownClass(const std::string& className) {
           "HOME/Library/Preferences/com.velotrin.Siftwell.plist."));
 }
 
-void ItemScan::handleFailure(const std::string& exceptionName, const std::string& reason,
-                             const std::exception& exception) {
+void ItemScan::handleFailure(const std::exception& exception) {
+    const std::string exceptionName = nameOf(exception);
+    const std::string reason = exception.what();
     if (exceptionName == "InvalidPath") {
         // One failed path after a success passes in silence: the volume may be back soon.
         if (m_item->item().ScanResult.value_or(scanResult::kUnexpectedError) ==

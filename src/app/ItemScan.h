@@ -40,11 +40,12 @@ public:
     // Runs the item's indexer and waits for its downloads.
     void indexInThread();
 
+    // Says that the item could not be scanned, and why.
+    void handleFailure(const std::exception& exception);
+
 private:
-    void scan(SiftwellIndexer& indexer);
+    void run();
     void reportUnknownClass(const std::string& className);
-    void handleFailure(const std::string& exceptionName, const std::string& reason,
-                       const std::exception& exception);
     void turnOff(int result, const std::string& error, int severity, const std::string& details);
     void waitForDownloads();
 

@@ -50,14 +50,20 @@ void Resident::serveOnBus() {
 
 void Resident::run() {
     for (const int signal : {SIGINT, SIGTERM}) {
-        m_surroundings.mainLoop.watchSignal(signal, [this] { quit(); });
+        m_surroundings.mainLoop.watchSignal(signal,
+                                            [isQuitting = m_isQuitting] { *isQuitting = true; });
     }
-    while (!m_isQuitting) m_surroundings.mainLoop.turn(std::chrono::hours(1));
+    while (!*m_isQuitting) m_surroundings.mainLoop.turn(std::chrono::hours(1));
 }
 
-Status Resident::close() {
+ProgramEnd Resident::close() {
     m_services.reset();
     return closeProgram(m_controller, m_session);
+}
+
+// Left by an exception: the scan that runs waits for the main loop.
+Resident::~Resident() {
+    if (m_controller != nullptr) static_cast<void>(close());
 }
 
 }  // namespace siftwell

@@ -33,12 +33,14 @@ public:
     static Result<std::unique_ptr<Resident>> start(const Surroundings& surroundings,
                                                    std::size_t safeAnswer);
 
+    ~Resident();
+
     // Serves the main loop until the program is to end.
     void run();
-    void quit() { m_isQuitting = true; }
+    void quit() { *m_isQuitting = true; }
 
-    // Writes and lets go of everything. The first error.
-    Status close();
+    // Writes and lets go of everything.
+    ProgramEnd close();
 
 private:
     Resident(const Surroundings& surroundings, std::unique_ptr<Session> session);
@@ -50,7 +52,8 @@ private:
     std::unique_ptr<Session> m_session;
     std::unique_ptr<AppController> m_controller;
     std::unique_ptr<BusServices> m_services;  // null without a session bus
-    bool m_isQuitting = false;
+    // Shared with what the main loop keeps for longer than this object lasts.
+    const std::shared_ptr<bool> m_isQuitting = std::make_shared<bool>(false);
 };
 
 }  // namespace siftwell

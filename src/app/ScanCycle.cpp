@@ -68,6 +68,9 @@ void ScanCycle::performRescan(Scope scope) {
         if (!m_indexes.netConnectionAvailable()) {
             if (!m_isNetworkDown) warnAboutNetwork();
             m_isNetworkDown = true;
+            // Whoever waits for a scan is not to wait for the network.
+            ++m_endedScans;
+            m_wasLastComplete = false;
             scheduleRescan();
             return;
         }
@@ -84,13 +87,19 @@ void ScanCycle::performRescan(Scope scope) {
 void ScanCycle::startScan(Scope scope) {
     m_isScanLocked = true;
     m_scanStart = m_surroundings.clock.now();
-    m_thread = std::jthread(
-        [this, scope, items = m_surroundings.preferences.mutableSearchItemsArray()]() mutable {
-            nameThisThread("scan");
-            useLowestThreadPriority();
-            const auto outcome = IndexingScan(m_scanSurroundings, std::move(items), scope).run();
-            postToMain([this, outcome] { scanDone(outcome); });
-        });
+    auto run = [this, scope,
+                items = m_surroundings.preferences.mutableSearchItemsArray()]() mutable {
+        nameThisThread("scan");
+        useLowestThreadPriority();
+        const auto outcome = IndexingScan(m_scanSurroundings, std::move(items), scope).run();
+        postToMain([this, outcome] { scanDone(outcome); });
+    };
+    try {
+        m_thread = std::jthread(std::move(run));
+    } catch (const std::system_error& error) {
+        writeLog(std::string("No thread for a scan is to be had: ") + error.what());
+        scanDone({});
+    }
 }
 
 void ScanCycle::warnAboutNetwork() {
@@ -175,6 +184,7 @@ void ScanCycle::scanDone(const IndexingScan::Outcome& outcome) {
     ++m_endedScans;
     m_wasLastComplete = outcome.isComplete;
     releaseScanLock();
+    m_surroundings.cameToRest();
     // Somebody waits for the scan that was put off.
     if (m_scopeWaiting) startTimer(milliseconds(0));
     scheduleRescan();
@@ -204,7 +214,7 @@ bool ScanCycle::stop(milliseconds longest) {
     m_scopeWaiting.reset();
     m_surroundings.retriever.cancelDownloadsForSource(std::nullopt, milliseconds(0));
     const bool isEnded = m_mainLoop.turnUntil([this] { return !m_isScanLocked; }, longest);
-    if (!isEnded) m_thread.detach();
+    if (!isEnded && m_thread.joinable()) m_thread.detach();
     cancelTimer();
     return isEnded;
 }

@@ -46,8 +46,9 @@ public:
         Alerts& alerts;
         NetworkActivity& network;
         IndexerFactory makeIndexer;
-        std::function<void()> checkForUpdate;                              // after each scan
-        std::function<void()> emptyURLCache;                               // at most once a day
+        std::function<void()> checkForUpdate;  // after each complete scan
+        std::function<void()> cameToRest;      // after each scan, whatever came of it
+        std::function<void()> emptyURLCache;   // at most once a day
         std::chrono::milliseconds downloadWait = std::chrono::seconds(1);  // see ItemScan
         bool isRepeating = true;  // whether a scan is followed by others
     };

@@ -19,9 +19,15 @@ std::vector<SearchItem>::iterator findItem(const SearchItem& scanned,
     return found;
 }
 
+// Whether all that is older than the item's new dates was handed over.
+bool wasReadToTheEnd(const SearchItem& scanned) {
+    const int result = scanned.ScanResult.value_or(scanResult::kSuccess);
+    return result == scanResult::kSuccess || result == scanResult::kDownloadsUnfinished;
+}
+
 void takeOver(const SearchItem& scanned, const SearchItem& before, SearchItem& stored) {
     // Set back by the user meanwhile, they stay so: all of it is to be read again.
-    if (stored.LastScanDate == before.LastScanDate) {
+    if (wasReadToTheEnd(scanned) && stored.LastScanDate == before.LastScanDate) {
         stored.LastScanDate = scanned.LastScanDate;
         stored.LastURLDate = scanned.LastURLDate;
     }

@@ -19,12 +19,15 @@ public:
           m_controller(std::make_unique<AppController>(
               AppController::Surroundings{.session = *m_session, .alerts = m_alerts})) {}
 
+    // Left by an exception: a scan that runs waits for the main loop.
+    ~OwnCopy() override {
+        if (m_controller != nullptr) static_cast<void>(OwnCopy::close());
+    }
+
     Driver& driver() override { return *m_controller; }
     bool isOtherProcess() const override { return false; }
-
-    void waitUntilIndexingIsEnabled() { m_controller->waitUntilIndexingIsEnabled(); }
-
-    Status close() override { return closeProgram(m_controller, m_session); }
+    void waitUntilIndexingIsEnabled() override { m_controller->waitUntilIndexingIsEnabled(); }
+    ProgramEnd close() override { return closeProgram(m_controller, m_session); }
 
 private:
     LoggedAlerts m_alerts;
@@ -38,7 +41,8 @@ public:
 
     Driver& driver() override { return *m_copy; }
     bool isOtherProcess() const override { return true; }
-    Status close() override { return {}; }
+    void waitUntilIndexingIsEnabled() override {}
+    ProgramEnd close() override { return {}; }
 
 private:
     std::unique_ptr<RunningCopy> m_copy;
@@ -48,7 +52,8 @@ private:
 Result<std::unique_ptr<WritingCopy>> reachOther(const Paths& paths, NotificationCentre& centre,
                                                 const Status& busy) {
     auto copy = RunningCopy::connect(centre, WriterLock::holder(paths.stateFolder));
-    if (!copy) return copy.status().code() == StatusCode::NotFound ? busy : copy.status();
+    if (!copy && copy.status().code() == StatusCode::NotFound) return busy;
+    if (!copy) return Status(StatusCode::Busy, copy.status().message());
     return std::unique_ptr<WritingCopy>(std::make_unique<OtherCopy>(*std::move(copy)));
 }
 
@@ -62,9 +67,7 @@ Result<std::unique_ptr<WritingCopy>> WritingCopy::reach(const Paths& paths, RunL
                    ? reachOther(paths, centre, session.status())
                    : session.status();
     }
-    auto copy = std::make_unique<OwnCopy>(*std::move(session));
-    copy->waitUntilIndexingIsEnabled();
-    return std::unique_ptr<WritingCopy>(std::move(copy));
+    return std::unique_ptr<WritingCopy>(std::make_unique<OwnCopy>(*std::move(session)));
 }
 
 }  // namespace siftwell

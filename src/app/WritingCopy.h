@@ -7,6 +7,7 @@
 
 #include <memory>
 
+#include "app/AppController.h"
 #include "app/Driver.h"
 #include "base/NotificationCentre.h"
 #include "base/Paths.h"
@@ -18,7 +19,6 @@ namespace siftwell {
 
 class WritingCopy {
 public:
-    // Within this process, the indexes are loaded and the gate is open when it returns.
     // `centre` and `mainLoop` outlive the object; reports of either copy are posted to `centre`.
     static Result<std::unique_ptr<WritingCopy>> reach(const Paths& paths, RunLoop& mainLoop,
                                                       NotificationCentre& centre);
@@ -27,9 +27,12 @@ public:
     virtual Driver& driver() = 0;
     virtual bool isOtherProcess() const = 0;
 
+    // Within this process: serves the main loop until the indexes are loaded and may be changed.
+    virtual void waitUntilIndexingIsEnabled() = 0;
+
     // Breaks off what is under way in this process, writes and lets go of everything; nothing in
-    // the running copy, which goes on. The first error.
-    virtual Status close() = 0;
+    // the running copy, which goes on.
+    virtual ProgramEnd close() = 0;
 };
 
 }  // namespace siftwell

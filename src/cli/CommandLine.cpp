@@ -29,7 +29,10 @@ ExitStatus greet(const CommandContext& context) {
     context.console.print(_("  siftwell scan            read what is new there"));
     context.console.print(_("  siftwell run             stay, and read again and again"));
     context.console.print(_("  siftwell --help          all commands"));
-    return ExitStatus::Done;
+    context.console.print("");
+    context.console.print(_("Siftwell reads its sources now, again and again; Control-C ends it."));
+    static_cast<void>(context.console.flush());  // main asks again at the end
+    return runResident({}, context);
 }
 
 // What the documentation promises and this version does not have yet.

@@ -114,6 +114,9 @@ struct CheckOptions {
 };
 ExitStatus runCheck(const CheckOptions& options, const CommandContext& context);
 
+// Ends the process without destroying anything, for threads that hang may use it still.
+[[noreturn]] void endAtOnce(ExitStatus status, Console& console);
+
 // Says what is the matter; answers what the program ends with for a session that cannot be opened.
 ExitStatus explainFailure(const Status& status, Console& console);
 

@@ -21,11 +21,11 @@ ExitStatus runThroughDriver(const CommandContext& context,
     if (!copy) return explainFailure(copy.status(), context.console);
     const bool isOtherProcess = (*copy)->isOtherProcess();
     const ExitStatus result = change({**copy, centre, errors});
-    if (Status status = (*copy)->close(); !status.isOk()) {
-        return explainFailure(status, context.console);
-    }
+    const ProgramEnd end = (*copy)->close();
     context.mainLoop.turn(std::chrono::milliseconds(0));
-    if (isOtherProcess || errors.size() == 0) return result;
+    if (end.areThreadsLeft) endAtOnce(ExitStatus::SomeFailed, context.console);
+    if (!end.status.isOk()) return explainFailure(end.status, context.console);
+    if (isOtherProcess || errors.size() == 0 || result == ExitStatus::WrongUsage) return result;
     return std::max(result,
                     errors.indexErrors() > 0 ? ExitStatus::Unusable : ExitStatus::SomeFailed);
 }

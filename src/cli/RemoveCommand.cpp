@@ -31,6 +31,7 @@ ExitStatus removeAll(const std::vector<std::string>& arguments, Driver& driver, 
 
 ExitStatus runRemove(const RemoveOptions& options, const CommandContext& context) {
     return runThroughDriver(context, [&](const ReachedCopy& reached) {
+        reached.copy.waitUntilIndexingIsEnabled();
         return removeAll(options.addresses, reached.copy.driver(), context.console);
     });
 }

@@ -1,32 +1,35 @@
-#include <malloc.h>
-
 #include "app/Resident.h"
 #include "base/Alerts.h"
+#include "base/Memory.h"
+#include "base/Translate.h"
 #include "cli/Commands.h"
 #include "cli/ErrorList.h"
 
 namespace siftwell {
 
-namespace {
-
-// A program that is there all day keeps little that it does not use: threads share two arenas.
-void keepMemorySmall() { mallopt(M_ARENA_MAX, 2); }
-
-}  // namespace
-
 ExitStatus runResident(const RunOptions& options, const CommandContext& context) {
     keepMemorySmall();
     NotificationCentre centre(context.mainLoop);
     const ErrorList errors(centre, context.console);
+    const auto updates = centre.observe(
+        "SiftwellUpdateAvailableNotification", [&context](const PropertyList& update) {
+            const auto* item = update.asDictionary();
+            if (item == nullptr) return;
+            context.console.message(
+                printable(filledIn(_("Version %@ of Siftwell is available: %@"),
+                                   stringFor(*item, "version"), stringFor(*item, "url"))));
+        });
     LoggedAlerts alerts;
     auto resident = Resident::start(
         {.paths = context.paths, .mainLoop = context.mainLoop, .centre = centre, .alerts = alerts},
         options.isReplacing ? 0 : 1);
     if (!resident) return explainFailure(resident.status(), context.console);
     (*resident)->run();
-    const Status closing = (*resident)->close();
-    if (!closing.isOk()) return explainFailure(closing, context.console);
-    return ExitStatus::Done;
+    const ProgramEnd end = (*resident)->close();
+    const ExitStatus result =
+        end.status.isOk() ? ExitStatus::Done : explainFailure(end.status, context.console);
+    if (end.areThreadsLeft) endAtOnce(result, context.console);
+    return result;
 }
 
 }  // namespace siftwell

@@ -52,6 +52,7 @@ ScanWatch::ScanWatch(const ReachedCopy& reached, const CommandContext& context)
         // The loop keeps the task for longer than this watch lasts.
         context.mainLoop.watchSignal(signal, [flag = m_isInterrupted] { *flag = true; });
     }
+    m_copy.waitUntilIndexingIsEnabled();
     // What cannot be asked now shows when the scan is started.
     if (const auto state = m_copy.driver().scanState()) m_before = m_state = *state;
 }

@@ -1,7 +1,7 @@
 // Merging: keeping the number of segments small.
 //
-// Segments are merged with their neighbours of the same size class, sixteen at a time, so that each
-// document is written again once for every sixteenfold growth of the index.
+// Segments are merged with their neighbours of the same size class, twenty at a time, so that each
+// document is written again once for every twentyfold growth of the index.
 //
 // Threads: any; one merge at a time for each index. Adding, flushing and searching go on meanwhile.
 #pragma once
@@ -16,7 +16,7 @@
 
 namespace siftwell::fulltext {
 
-inline constexpr std::size_t kMergeFanIn = 16;
+inline constexpr std::size_t kMergeFanIn = 20;
 // Segments of this size and above stay as they are until a compaction.
 inline constexpr std::uint64_t kMaxMergedBytes = std::uint64_t{256} << 20;
 

@@ -53,7 +53,8 @@ std::vector<std::string> SiftwellIndexer::paths() const {
         const std::string scheme = lowerCasedAscii(url->scheme());
         if (scheme == "file") {
             path = url->path().value_or("");
-        } else if (!scheme.empty() && scheme != "http" && scheme != "https") {
+        } else if (!scheme.empty() && scheme != "http" && scheme != "https" &&
+                   !(scheme == "feed" && m_className == "SingleURL")) {
             throw NamedException("InvalidPath", filledIn(_("The %@ indexer cannot handle %@ URLs."),
                                                          m_className, url->scheme()));
         }

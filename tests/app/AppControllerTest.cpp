@@ -49,7 +49,8 @@ protected:
     }
     void end() {
         if (m_controller == nullptr) return;
-        EXPECT_TRUE(closeProgram(m_controller, m_session).isOk());
+        const ProgramEnd ended = closeProgram(m_controller, m_session);
+        EXPECT_TRUE(ended.status.isOk() && !ended.areThreadsLeft);
     }
     void waitForScan(std::uint64_t count = 1) {
         EXPECT_TRUE(m_loop->turnUntil([&] { return m_controller->scanState()->ended >= count; },
@@ -193,20 +194,80 @@ TEST_F(AppControllerTest, CommandWorksThroughItsOwnCopyAndStopsInTheMiddle) {
     }
     NotificationCentre centre(*m_loop);
     auto copy = WritingCopy::reach(m_paths, *m_loop, centre).value();
+    copy->waitUntilIndexingIsEnabled();
     EXPECT_FALSE(copy->isOtherProcess());
     EXPECT_EQ(copy->driver().startScan(Driver::ScanScope::Everything).code(), StatusCode::NotFound);
     EXPECT_TRUE(copy->driver().addToIndex({.url = Url::fromFilePath(m_home.file("many"))}).isOk());
     EXPECT_TRUE(m_loop->turnUntil([&] { return copy->driver().scanState()->documents > 0; },
                                   std::chrono::seconds(60)));
-    EXPECT_TRUE(copy->close().isOk());
+    EXPECT_TRUE(copy->close().status.isOk());
     copy.reset();
     // What was not added yet is offered again.
     copy = WritingCopy::reach(m_paths, *m_loop, centre).value();
+    copy->waitUntilIndexingIsEnabled();
     EXPECT_TRUE(copy->driver().startScan(Driver::ScanScope::LocalSources).isOk());
     EXPECT_TRUE(m_loop->turnUntil([&] { return copy->driver().scanState()->ended > 0; },
                                   std::chrono::seconds(60)));
     EXPECT_EQ(copy->driver().scanState()->documents, 2001);
-    EXPECT_TRUE(copy->close().isOk());
+    EXPECT_TRUE(copy->close().status.isOk());
+}
+
+TEST_F(AppControllerTest, DisablingIndexingEndsTheSearchThatTheScanWouldWaitFor) {
+    for (int i = 0; i < 300; ++i) m_home.write("many/" + std::to_string(i) + ".txt", "page");
+    AppController& controller = launch();
+    controller.waitUntilIndexingIsEnabled();
+    EXPECT_TRUE(controller.addToIndex({.url = Url::fromFilePath(m_home.file("many"))}).isOk());
+    m_session->indexes().startSearch(std::nullopt, "page");  // holds the priority from now on
+    controller.disableIndexing();
+    EXPECT_FALSE(controller.scanState()->isScanning);
+    EXPECT_TRUE(m_session->indexes().currentSearch().isNone());
+    controller.enableIndexing();
+}
+
+TEST_F(AppControllerTest, ScanThatHangsIsLeftWithAllThatItUses) {
+    // Outlives the test, like the thread.
+    auto& mayEnd = *new std::atomic<bool>(false);
+    class Hung : public SiftwellIndexer {
+    public:
+        Hung(const Surroundings& surroundings, std::shared_ptr<SearchItemRecord> item,
+             std::atomic<bool>& end)
+            : SiftwellIndexer(surroundings, std::move(item), "Hung"), m_mayEnd(end) {}
+        void performIndexingScan() override {
+            while (!m_mayEnd) std::this_thread::yield();
+        }
+
+    private:
+        std::atomic<bool>& m_mayEnd;
+    };
+    auto& locks = *new IndexerLocks;
+    m_session = open(Purpose::Writing).value();
+    Session& session = *m_session;
+    m_controller = std::make_unique<AppController>(AppController::Surroundings{
+        .session = session,
+        .alerts = m_alerts,
+        .makeIndexer = [&session, &mayEnd, &locks](const std::string&, const auto& item) {
+            return std::make_unique<Hung>(
+                SiftwellIndexer::Surroundings{session.indexes(), session.retriever(),
+                                              session.notifier(), session.settings(),
+                                              session.paths(), session.clock(), locks},
+                item, mayEnd);
+        }});
+    AppController& controller = *m_controller;
+    controller.waitUntilIndexingIsEnabled();
+    EXPECT_TRUE(controller.startScan(Driver::ScanScope::LocalSources).isOk());
+    EXPECT_TRUE(m_loop->turnUntil(
+        [&] {
+            const auto running = *controller.status()->at("runningItems").asArray();
+            return !running.empty() && *running.front().asString() == "Siftwell Help";
+        },
+        std::chrono::seconds(60)));
+    EXPECT_TRUE(controller.setSetting("DaysToSearch", 30).isOk());
+    const ProgramEnd ended = closeProgram(m_controller, m_session);
+    EXPECT_TRUE(ended.areThreadsLeft);
+    EXPECT_TRUE(ended.status.isOk());
+    mayEnd = true;
+    m_loop->turnUntil([&] { return !controller.scanState()->isScanning; },
+                      std::chrono::seconds(60));
 }
 
 }  // namespace

@@ -54,6 +54,7 @@ TEST_F(IndexAdditionTest, AddressWithoutNameOrSchemeIsRefused) {
     EXPECT_EQ(problemOf(add("mailto:somebody")),
               "Please enter a valid URL to a page or document. "
               "It must contain a path or host name.");
+    EXPECT_EQ(problemOf(add("x:/page")), problemOf(add("file:///")));
     EXPECT_EQ(problemOf(add("example.org/page")),
               "Please enter a full URL. It must begin with a 'scheme' such as \"http://\" or "
               "\"file://\".");

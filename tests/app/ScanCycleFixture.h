@@ -86,6 +86,7 @@ protected:
                         std::move(item), script->second);
                 },
                 .checkForUpdate = [this] { ++m_updateChecks; },
+                .cameToRest = [this] { ++m_rests; },
                 .emptyURLCache = [this] { ++m_cachePurges; },
                 .downloadWait = std::chrono::milliseconds(1)});
         }
@@ -152,6 +153,7 @@ protected:
     int m_scansTold = 0;
     int m_updateChecks = 0;
     int m_cachePurges = 0;
+    int m_rests = 0;
     std::unique_ptr<ScanCycle> m_cycle;
 };
 

@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "base/Faults.h"
+
 namespace siftwell {
 namespace {
 
@@ -218,6 +220,17 @@ TEST_F(ScanCycleTest, OldPagesExpireOnceADayAndTheIndexIsCompactedWhenManyWent) 
     EXPECT_EQ(store().deletedDocumentCount(), 1);  // too few to be worth it
 }
 
+TEST_F(ScanCycleTest, NoDayAtAllIsNoAgeToExpireAt) {
+    add("http://yesterday/", "word", "Pages", m_clock.now().secondsSinceReference() - kDay);
+    counted("Pages").Expire = true;
+    for (const char* days : {"0", "-5", "nonsense"}) {
+        m_settings->set("DaysToSearch", days);
+        m_clock.advance(kDay + 1);
+        scan();
+        EXPECT_EQ(store().documentCount(), 1) << days;
+    }
+}
+
 // ---- What becomes of an item
 
 TEST_F(ScanCycleTest, SuccessStoresWhatWasLearnedAndSwitchesOffWhatIsScannedOnce) {
@@ -278,6 +291,34 @@ TEST_F(ScanCycleTest, EachFailureHasItsMessageItsResultAndSwitchesItsItemOff) {
     EXPECT_FALSE(stored("Web Cache")->Index || stored("Copied")->Index || stored("Odd")->Index);
     EXPECT_TRUE(stored("Fine")->Index && stored("Foreign")->Index);
     EXPECT_EQ(m_scansTold, 1);
+}
+
+TEST_F(ScanCycleTest, FaultOfAnIndexerEndsItsItemAlone) {
+    if (!canThrowFaults()) GTEST_SKIP() << "this build cannot throw faults";
+    installFaultHandlers();
+    item("Wild", [](SearchItemRecord&) {
+        volatile int* const nowhere = nullptr;
+        *nowhere = 1;
+    });
+    item("Fine", succeed());
+    scan();
+    EXPECT_THAT(takeReports(), ElementsAre(HasSubstr("Indexing of Wild failed due to an unexpected "
+                                                     "error (SIGSEGV).")));
+    EXPECT_FALSE(stored("Wild")->Index);
+    EXPECT_EQ(stored("Fine")->ScanResult, 0);
+    EXPECT_TRUE(isLogged("ItemScan")) << m_log;  // on the way to where it was
+}
+
+TEST_F(ScanCycleTest, FailedScanLeavesTheDatesAsTheyWere) {
+    for (const auto& [name, result] : {std::pair("CopyFailed", 4), std::pair("Odd", 6)}) {
+        item(name, [this, name = name](SearchItemRecord& record) {
+            record.change([this](SearchItem& each) { each.LastScanDate = m_clock.now(); });
+            throw NamedException(name, "Half read.");
+        }).LastScanDate = Date::fromReference(7);
+        scan();
+        EXPECT_EQ(stored(name)->ScanResult, result);
+        EXPECT_EQ(stored(name)->LastScanDate, Date::fromReference(7));
+    }
 }
 
 TEST_F(ScanCycleTest, OneBadPathAfterASuccessPassesInSilence) {

@@ -75,7 +75,16 @@ TEST_F(ProgramTest, EveryCommandHasHelpAndTheVersionNamesThatOfTheOutput) {
     }
     EXPECT_THAT(siftwell({"--version"}).out,
                 MatchesRegex("siftwell [0-9]+\\.[0-9]+\\.[0-9]+ \\(output [0-9]+\\)\n"));
-    EXPECT_THAT(siftwell({}).out, HasSubstr("siftwell add FOLDER"));
+}
+
+TEST_F(ProgramTest, AloneItGreetsAndStays) {
+    const pid_t resident = startSiftwell({});
+    while (!hasEnded(resident) && m_home.read("out.started").find("Control-C") == std::string::npos) {
+        std::this_thread::yield();
+    }
+    EXPECT_THAT(m_home.read("out.started"), HasSubstr("siftwell add FOLDER"));
+    kill(resident, SIGTERM);
+    EXPECT_EQ(wait(resident), 0);
 }
 
 TEST_F(ProgramTest, ReadingLeavesNoTraceOnAFreshComputer) {

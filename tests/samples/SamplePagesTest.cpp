@@ -46,6 +46,7 @@ protected:
     void addAllPages() {
         NotificationCentre centre(*m_loop);
         const auto copy = WritingCopy::reach(m_paths, *m_loop, centre).value();
+        copy->waitUntilIndexingIsEnabled();
         Driver& driver = copy->driver();
         ASSERT_TRUE(driver.setSearchItemValue("Siftwell Help", "Index", false).isOk());
         ASSERT_TRUE(driver
@@ -55,7 +56,7 @@ protected:
         ASSERT_TRUE(driver.startScan(Driver::ScanScope::LocalSources).isOk());
         ASSERT_TRUE(m_loop->turnUntil([&] { return driver.scanState()->ended > 0; },
                                       std::chrono::minutes(5)));
-        ASSERT_TRUE(copy->close().isOk());
+        ASSERT_TRUE(copy->close().status.isOk());
     }
 
     std::unique_ptr<Session> open(Session::Purpose purpose) {

@@ -113,7 +113,7 @@ void BusHost::sendAnswer(std::uint64_t call, const Write& write) {
 }
 
 void BusHost::refuseOpenCalls() {
-    const sdbus::Error ended = busErrorOf({StatusCode::Failed, _("Siftwell is about to end.")});
+    const sdbus::Error ended = busErrorOf({StatusCode::Busy, _("Siftwell is about to end.")});
     while (!m_open.empty()) {
         sendAnswer(m_open.begin()->first, [&ended](BusWriter&) { throw ended; });
     }

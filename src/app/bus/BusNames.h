@@ -16,10 +16,11 @@ inline constexpr const char* kDocumentRetriever = "com.velotrin.Siftwell.Documen
 
 // The signal of the AppController object that passes these notifications on, and no others.
 inline constexpr const char* kNotification = "notification";
-inline constexpr std::array<const char*, 6> kPassedOn = {
+inline constexpr std::array<const char*, 7> kPassedOn = {
     "SiftwellErrorNotification",           "SiftwellIndexerProgressStartNotification",
     "SiftwellIndexerProgressNotification", "SiftwellIndexerProgressDoneNotification",
     "SiftwellStatusChangeNotification",    "SiftwellIndexingDoneNotification",
+    "SiftwellUpdateAvailableNotification",
 };
 
 inline bool isPassedOn(std::string_view notification) {

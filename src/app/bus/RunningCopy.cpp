@@ -150,7 +150,10 @@ Status RunningCopy::exchange(sdbus::IProxy& object, const std::string& interface
         // The library gives one name to silence and to an end without an answer.
         const bool isOwn = error.getName().starts_with("com.velotrin.");
         if (!isOwn && std::chrono::steady_clock::now() - start >= m_limit) return silence();
-        return statusOf(error);
+        const Status status = statusOf(error);
+        // Gone while it was asked; that is no answer to the question.
+        const bool isGone = !isOwn && &object == m_driver.get();
+        return isGone ? Status(StatusCode::Busy, status.message()) : status;
     }
 }
 

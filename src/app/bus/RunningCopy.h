@@ -3,8 +3,8 @@
 // What that copy tells of its work arrives at the given centre.
 //
 // Threads: main. A call waits for its answer, up to its limit.
-// Errors: those of the other copy, as it gave them; Busy when it does not answer in time, NotFound
-// once it has ended.
+// Errors: those of the other copy, as it gave them; Busy when it does not answer in time or has
+// ended.
 #pragma once
 
 #include <sdbus-c++/IConnection.h>

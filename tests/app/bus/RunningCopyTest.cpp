@@ -255,7 +255,7 @@ TEST_F(RunningCopyTest, ItsEndIsNoticed) {
     EXPECT_FALSE(m_copy->waitUntilGone(std::chrono::milliseconds(1)));
     m_services.reset();
     EXPECT_TRUE(m_copy->waitUntilGone(kLong));
-    EXPECT_EQ(m_copy->startScan(Driver::ScanScope::Everything).code(), StatusCode::NotFound);
+    EXPECT_EQ(m_copy->startScan(Driver::ScanScope::Everything).code(), StatusCode::Busy);
 }
 
 TEST_F(RunningCopyTest, TheEndOfTheBusIsNoticed) {
