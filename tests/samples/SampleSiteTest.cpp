@@ -17,6 +17,7 @@ namespace siftwell {
 namespace {
 
 using nlohmann::json;
+using testing::HasSubstr;
 
 class SampleSiteTest : public ProgramFixture {
 protected:
@@ -84,6 +85,17 @@ protected:
         return urls;
     }
 
+    // The home folder in an archive of the samples.
+    std::string home(const std::string& archive) {
+        const std::string folder = m_home.file("homes/" + archive);
+        if (std::filesystem::create_directories(folder)) {
+            const std::string command =
+                "tar -xJpf '" + m_samples + "/" + archive + "' -C '" + folder + "'";
+            EXPECT_EQ(std::system(command.c_str()), 0);
+        }
+        return folder;
+    }
+
     pid_t m_server = 0;
     std::string m_samples;
     std::string m_base;
@@ -122,6 +134,56 @@ TEST_F(SampleSiteTest, EveryPageOfTheSiteIsFoundByItsWords) {
         if (result.starts_with("failed") || result.starts_with("refused"))
             EXPECT_TRUE(isTold) << url;
     }
+}
+
+TEST_F(SampleSiteTest, SourcesOfTheHomesAreScannedAndTheirPagesFound) {
+    m_variables["SIFTWELL_ONLINE"] = "yes";
+    std::set<std::string> handingOver;
+    std::map<std::string, std::string> indexers;  // by the paths of the sources
+    for (const json& item : m_expected["items"]) {
+        const std::string indexer = item["indexer"].is_string() ? item["indexer"] : json("");
+        const std::string id = item["id"];
+        if (indexer != "URLExtractor" && indexer != "InternetExplorer" && indexer != "LocalFiles")
+            continue;
+        handingOver.insert(id);
+        if (id.starts_with("file: ")) continue;  // of a folder that is a source itself
+        const std::string path = std::filesystem::canonical(home(item["archive"]) + "/" +
+                                                            item["path"].get<std::string>());
+        indexers[path] = indexer;
+        ASSERT_EQ(siftwell({"add", "--no-scan", "--indexer", indexer, path}).status, 0);
+    }
+    const Outcome scan = siftwell({"scan"});
+    EXPECT_EQ(scan.status, 3) << "some pages of the site must fail\n" << scan.err;
+    EXPECT_THAT(scan.err, testing::Not(HasSubstr("Indexing of")));
+
+    std::size_t sources = 0;
+    for (const json& source : linesOf(siftwell({"sources", "--json"}))) {
+        const auto indexer = indexers.find(source["path"]);
+        if (indexer == indexers.end()) continue;
+        ++sources;
+        EXPECT_EQ(source["result"], "success") << source;
+        EXPECT_EQ(source["index"], indexer->second != "LocalFiles") << source;
+    }
+    EXPECT_EQ(sources, indexers.size());
+
+    int expectations = 0;
+    for (const json& query : m_expected["queries"]) {
+        const json& ids = query.value("handed_over_by", json::array());
+        if (std::none_of(ids.begin(), ids.end(),
+                         [&](const std::string id) { return handingOver.contains(id); })) {
+            continue;
+        }
+        const auto urls = find(query["words"], query["type"]);
+        for (const std::string url : query["find"]) {
+            EXPECT_TRUE(urls.contains(url)) << query["words"] << " did not find " << url;
+            ++expectations;
+        }
+    }
+    EXPECT_GT(expectations, 10);
+
+    // Nothing is fetched or read twice.
+    const Outcome again = siftwell({"scan"});
+    EXPECT_THAT(again.err, HasSubstr("0 pages added"));
 }
 
 }  // namespace
