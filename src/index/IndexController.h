@@ -197,7 +197,7 @@ private:
     IndexingGate m_gate;
     StoreCounters m_counters;
     Admission m_admission;
-    fulltext::WriteBudget m_writeBudget{std::size_t{8} << 20};  // the program stays all day
+    fulltext::WriteBudget m_writeBudget{std::size_t{4} << 20};  // the program stays all day
     fulltext::Maintenance m_maintenance;
     std::unique_ptr<IndexSet> m_indexes;
     std::unique_ptr<DocumentStore> m_store;

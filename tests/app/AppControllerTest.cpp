@@ -225,8 +225,7 @@ TEST_F(AppControllerTest, DisablingIndexingEndsTheSearchThatTheScanWouldWaitFor)
 }
 
 TEST_F(AppControllerTest, ScanThatHangsIsLeftWithAllThatItUses) {
-    // Outlives the test, like the thread.
-    auto& mayEnd = *new std::atomic<bool>(false);
+    std::atomic<bool> mayEnd = false;
     class Hung : public SiftwellIndexer {
     public:
         Hung(const Surroundings& surroundings, std::shared_ptr<SearchItemRecord> item,
@@ -239,7 +238,7 @@ TEST_F(AppControllerTest, ScanThatHangsIsLeftWithAllThatItUses) {
     private:
         std::atomic<bool>& m_mayEnd;
     };
-    auto& locks = *new IndexerLocks;
+    IndexerLocks locks;
     m_session = open(Purpose::Writing).value();
     Session& session = *m_session;
     m_controller = std::make_unique<AppController>(AppController::Surroundings{
@@ -265,9 +264,11 @@ TEST_F(AppControllerTest, ScanThatHangsIsLeftWithAllThatItUses) {
     const ProgramEnd ended = closeProgram(m_controller, m_session);
     EXPECT_TRUE(ended.areThreadsLeft);
     EXPECT_TRUE(ended.status.isOk());
-    mayEnd = true;
-    m_loop->turnUntil([&] { return !controller.scanState()->isScanning; },
-                      std::chrono::seconds(60));
+    mayEnd = true;  // so that this process can end as others do
+    EXPECT_TRUE(m_loop->turnUntil([&] { return !controller.scanState()->isScanning; },
+                                  std::chrono::seconds(60)));
+    delete &controller;
+    delete &session;
 }
 
 }  // namespace
