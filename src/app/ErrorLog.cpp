@@ -59,8 +59,8 @@ Status keepYoungerHalf(const std::string& file) {
 
 }  // namespace
 
-ErrorLog::ErrorLog(NotificationCentre& centre, std::string stateFolder)
-    : m_file(fileIn(std::move(stateFolder))),
+ErrorLog::ErrorLog(NotificationCentre& centre, const std::string& stateFolder)
+    : m_file(fileIn(stateFolder)),
       m_observation(centre.observe("SiftwellErrorNotification",
                                    [this](const PropertyList& record) { add(record); })) {}
 

@@ -24,7 +24,7 @@ struct LoggedError {
 
 class ErrorLog {
 public:
-    ErrorLog(NotificationCentre& centre, std::string stateFolder);
+    ErrorLog(NotificationCentre& centre, const std::string& stateFolder);
 
     // What the file holds, oldest first. Lines that cannot be read are left out.
     static std::vector<LoggedError> read(const std::string& stateFolder);

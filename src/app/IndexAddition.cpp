@@ -7,7 +7,7 @@ namespace siftwell {
 namespace {
 
 std::string nameFor(const Url& url) {
-    const std::string last = url.lastPathComponent();
+    std::string last = url.lastPathComponent();
     if (!last.empty() && last != "/") return last;
     return url.host().value_or("");
 }

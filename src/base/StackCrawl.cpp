@@ -42,7 +42,9 @@ Bytes buildIDOf(const dl_phdr_info& image) {
         if (segment.p_type != PT_NOTE) continue;
         const auto notes = image.dlpi_addr + segment.p_vaddr;
         const Bytes found = ElfSymbols::buildIDIn(
-            {reinterpret_cast<const std::byte*>(notes), segment.p_memsz}, segment.p_align);
+            {reinterpret_cast<const std::byte*>(notes),  // NOLINT(performance-no-int-to-ptr)
+             segment.p_memsz},
+            segment.p_align);
         if (!found.empty()) return found;
     }
     return {};
@@ -98,6 +100,7 @@ bool printFromFile(std::uintptr_t address, Print print) {
 template <typename Print>
 bool printFromLoadedImage(std::uintptr_t address, Print print) {
     Dl_info info{};
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     if (dladdr(reinterpret_cast<const void*>(address), &info) == 0 || info.dli_sname == nullptr) {
         return false;
     }

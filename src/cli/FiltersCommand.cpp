@@ -44,6 +44,7 @@ std::optional<ExitStatus> hindrance(const FiltersOptions& options,
         return ExitStatus::WrongUsage;
     };
     std::vector<std::string> texts;
+    texts.reserve(filters.size());
     for (const URLFilter& filter : filters) texts.push_back(filter.String);
     const bool isThere = std::find(texts.begin(), texts.end(), options.text) != texts.end();
     switch (options.action) {

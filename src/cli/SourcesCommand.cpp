@@ -96,6 +96,7 @@ void list(const std::vector<SearchItem>& items, bool isJson, const Console& cons
 bool areKnown(const std::vector<std::string>& names, const std::vector<SearchItem>& items,
               Console& console) {
     std::vector<std::string> known;
+    known.reserve(items.size());
     for (const SearchItem& item : items) known.push_back(item.Name);
     bool areAllKnown = true;
     for (const std::string& name : names) {
@@ -145,7 +146,7 @@ std::optional<PropertyList> valueFor(const std::string& key, const std::string& 
                       filledIn(_("These can: %@."), listed(names)));
     }
     if (key == "Indexer" && !isIndexerName(text)) return refuse(explanationOfIndexer(text));
-    const auto value = valueLike(*example, text);
+    auto value = valueLike(*example, text);
     const bool isEmptyName = text.empty() && (key == "Name" || key == "Path");
     if (!value || isEmptyName) {
         return refuse(filledIn(_("\"%@\" is no value for %@, which takes %@."), text, key,

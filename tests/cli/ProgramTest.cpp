@@ -79,7 +79,8 @@ TEST_F(ProgramTest, EveryCommandHasHelpAndTheVersionNamesThatOfTheOutput) {
 
 TEST_F(ProgramTest, AloneItGreetsAndStays) {
     const pid_t resident = startSiftwell({});
-    while (!hasEnded(resident) && m_home.read("out.started").find("Control-C") == std::string::npos) {
+    while (!hasEnded(resident) &&
+           m_home.read("out.started").find("Control-C") == std::string::npos) {
         std::this_thread::yield();
     }
     EXPECT_THAT(m_home.read("out.started"), HasSubstr("siftwell add FOLDER"));

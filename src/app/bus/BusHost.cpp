@@ -22,7 +22,7 @@ constexpr std::size_t kMaxWaitingSignals = 4096;
 
 void BusAnswer::give(const Status& status) const {
     if (status.isOk()) return send([](BusWriter&) {});
-    send([error = busErrorOf(status)](BusWriter&) { throw error; });
+    send([error = busErrorOf(status)](BusWriter&) { throw sdbus::Error(error); });
 }
 
 void BusAnswer::send(std::function<void(BusWriter&)> write) const {
@@ -115,7 +115,7 @@ void BusHost::sendAnswer(std::uint64_t call, const Write& write) {
 void BusHost::refuseOpenCalls() {
     const sdbus::Error ended = busErrorOf({StatusCode::Busy, _("Siftwell is about to end.")});
     while (!m_open.empty()) {
-        sendAnswer(m_open.begin()->first, [&ended](BusWriter&) { throw ended; });
+        sendAnswer(m_open.begin()->first, [&ended](BusWriter&) { throw sdbus::Error(ended); });
     }
 }
 

@@ -13,7 +13,7 @@ namespace siftwell {
 namespace {
 
 constexpr std::chrono::seconds kLongestLoad(30);
-constexpr std::int64_t kSecondsPerDay = 24 * 60 * 60;
+constexpr std::int64_t kSecondsPerDay = 86'400;
 constexpr std::int64_t kMaxDays = 3650;
 
 bool mayBeUsed(const Url& url, VLUpdater::Transport transport) {
