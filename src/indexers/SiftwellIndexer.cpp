@@ -71,6 +71,7 @@ std::vector<Url> SiftwellIndexer::URLs() const {
     const std::vector<std::string> found = paths();
     if (auto url = Url::parse(m_searchItem->item().Path)) return {*std::move(url)};
     std::vector<Url> urls;
+    urls.reserve(found.size());
     for (const std::string& path : found) urls.push_back(Url::fromFilePath(path));
     return urls;
 }
