@@ -476,9 +476,8 @@ TEST_F(ScanCycleTest, SearchPausesItemsAndEndingItLetsTheScanBeAwaited) {
 }
 
 TEST_F(ScanCycleTest, SourceThatHangsIsNamedAndLeftAtTheEnd) {
-    // The hung thread outlives the test, with what it uses.
-    auto& mayEnd = *new std::atomic<bool>(false);
-    auto& hasEnded = *new std::atomic<bool>(false);
+    std::atomic<bool> mayEnd = false;
+    std::atomic<bool> hasEnded = false;
     item("Fine", succeed());
     item("Hung", [&](SearchItemRecord&) {
         while (!mayEnd) std::this_thread::yield();
