@@ -15,6 +15,10 @@ Status segmentMemory(IndexCore& index) {
         documents = index.contents.liveMemory();
     }
     if (documents.empty()) return {};
+    // Who finds a document in a segment reads its record from the file.
+    if (Status status = index.currentTail()->writeOut(*index.currentFile()); !status.isOk()) {
+        return status;
+    }
     Spool payload(index.storage, index.path);
     const Result<std::string> header = buildSegment(documents, payload, index.untilDone());
     if (!header) return header.status();

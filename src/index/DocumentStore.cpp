@@ -131,6 +131,8 @@ std::optional<PropertyRecord> DocumentStore::addToIndex(const AddRequest& reques
     const SharedHold hold(target->pairGate);
     const auto added = target->index->add(document, request.content, request.readable);
     if (!added) {
+        writeLog(filledIn("%@ was not added: %@", request.url.absoluteString(),
+                          added.status().message()));
         reportNotAdded(request, *target);
         return std::nullopt;
     }

@@ -63,7 +63,8 @@ TEST_F(InterruptionTest, AKilledAddLosesNothingThatAnotherProcessSaw) {
         }
     }
     EXPECT_GT(killed, shortOrLong(0, 60));
-    EXPECT_EQ(siftwell({"add", folder}).status, 0);
+    const Outcome last = siftwell({"add", folder});
+    EXPECT_EQ(last.status, 0) << last.err;
     const auto all = indexed();
     expectNothingLost(before, all);
     EXPECT_EQ(all.size(), 1500U);

@@ -264,6 +264,21 @@ TEST_F(IndexTest, LittleTextStaysOutsideOfSegmentsOnceNoMoreComes) {
     EXPECT_TRUE(index->check().isOk()) << index->check().message();
 }
 
+// Their records are so short that none was written out when their segment was.
+TEST_F(IndexTest, DocumentsThatJustCameIntoASegmentCanBeReplaced) {
+    WriteBudget budget(1);
+    m_surroundings.budget = &budget;
+    const auto index = create();
+    std::string text;
+    for (int i = 0; i < 60'000; ++i) text += "word" + std::to_string(i % 50) + " ";
+    for (int i = 0; i < 128; ++i) {
+        const auto added = index->add({"http", "//" + std::to_string(i % 32) + "/"}, text, text);
+        ASSERT_TRUE(added) << i << ": " << added.status().message();
+    }
+    EXPECT_EQ(index->documentCount(), 32U);
+    EXPECT_EQ(find(*index, "word7").size(), 32U);
+}
+
 TEST_F(IndexTest, TextThatIsReadBackAtOpeningIsFoundAsBefore) {
     const std::string text =
         "Straße CAFÉ A\u030Angstro\u0308m İstanbul Ｆｕｌｌ 東京TOWER K\u212A ﬁNE I\u0307ron";
