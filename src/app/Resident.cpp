@@ -4,15 +4,14 @@
 #include <csignal>
 #include <utility>
 
-#include "app/SingleInstance.h"
 #include "base/Log.h"
 
 namespace siftwell {
 
 Result<std::unique_ptr<Resident>> Resident::start(const Surroundings& surroundings,
-                                                  std::size_t safeAnswer) {
+                                                  OtherCopy otherCopy) {
     auto session = openOnlySession(surroundings.paths, surroundings.mainLoop, surroundings.centre,
-                                   surroundings.alerts, safeAnswer);
+                                   surroundings.alerts, otherCopy);
     if (!session) return session.status();
     return std::unique_ptr<Resident>(new Resident(surroundings, *std::move(session)));
 }

@@ -8,6 +8,7 @@
 
 #include "app/AppController.h"
 #include "app/Session.h"
+#include "app/SingleInstance.h"
 #include "app/bus/BusServices.h"
 #include "app/bus/LogindSleepWatch.h"
 #include "base/Alerts.h"
@@ -28,10 +29,9 @@ public:
         Alerts& alerts;
     };
 
-    // Only one copy of the program runs for a user. Where another one does, the answer to the alert
-    // decides which: `safeAnswer` 0 asks that one to end, 1 leaves it alone. Busy when it stays.
+    // Only one copy of the program runs for a user: Busy when another one does and stays.
     static Result<std::unique_ptr<Resident>> start(const Surroundings& surroundings,
-                                                   std::size_t safeAnswer);
+                                                   OtherCopy otherCopy);
 
     ~Resident();
 

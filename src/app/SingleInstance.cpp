@@ -14,13 +14,14 @@ constexpr milliseconds kTimeToQuit(5000);  // 300 ticks
 constexpr milliseconds kBetweenLooks(2000);
 constexpr int kLooks = 5;
 
-std::size_t askWhichCopy(Alerts& alerts, std::size_t safeAnswer) {
-    return alerts.ask(
+OtherCopy askWhichCopy(Alerts& alerts, OtherCopy safeAnswer) {
+    const std::size_t answer = alerts.ask(
         {.title = _("Siftwell is already running."),
          .text = _("Only one copy of Siftwell can be running at any given time.  You may choose to "
                    "use this copy or use the one that's already running."),
          .buttons = {_("Use this copy"), _("Use the copy that's already running")}},
-        safeAnswer);
+        safeAnswer == OtherCopy::Replaced ? 0 : 1);
+    return answer == 0 ? OtherCopy::Replaced : OtherCopy::LeftAlone;
 }
 
 void sayThatItStays(Alerts& alerts) {
@@ -51,10 +52,10 @@ bool endOther(const Paths& paths, RunLoop& mainLoop, NotificationCentre& centre)
 
 Result<std::unique_ptr<Session>> openOnlySession(const Paths& paths, RunLoop& mainLoop,
                                                  NotificationCentre& centre, Alerts& alerts,
-                                                 std::size_t safeAnswer) {
+                                                 OtherCopy otherCopy) {
     auto session = Session::open(paths, Session::Purpose::Writing, mainLoop, &centre);
     if (session || session.status().code() != StatusCode::Busy) return session;
-    if (askWhichCopy(alerts, safeAnswer) != 0) return session;
+    if (askWhichCopy(alerts, otherCopy) == OtherCopy::LeftAlone) return session;
     if (!endOther(paths, mainLoop, centre)) {
         sayThatItStays(alerts);
         return session;

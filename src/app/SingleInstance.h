@@ -11,10 +11,13 @@
 
 namespace siftwell {
 
-// Opens the session of the copy that is to run. Where another copy has the lock, the alert's answer
-// decides: 0 asks that copy to end and waits for that, 1 leaves it alone. Busy when it stays.
+// What becomes of another copy that runs, where the user cannot be asked.
+enum class OtherCopy { Replaced, LeftAlone };
+
+// Opens the session of the copy that is to run. Where another copy has the lock, the user is asked
+// which one that is; the other copy is asked to end, or it is Busy.
 Result<std::unique_ptr<Session>> openOnlySession(const Paths& paths, RunLoop& mainLoop,
                                                  NotificationCentre& centre, Alerts& alerts,
-                                                 std::size_t safeAnswer);
+                                                 OtherCopy otherCopy);
 
 }  // namespace siftwell

@@ -22,7 +22,7 @@ ExitStatus runResident(const RunOptions& options, const CommandContext& context)
     LoggedAlerts alerts;
     auto resident = Resident::start(
         {.paths = context.paths, .mainLoop = context.mainLoop, .centre = centre, .alerts = alerts},
-        options.isReplacing ? 0 : 1);
+        options.isReplacing ? OtherCopy::Replaced : OtherCopy::LeftAlone);
     if (!resident) return explainFailure(resident.status(), context.console);
     (*resident)->run();
     const ProgramEnd end = (*resident)->close();
