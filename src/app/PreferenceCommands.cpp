@@ -1,7 +1,5 @@
 #include "app/PreferenceCommands.h"
 
-#include <array>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -11,23 +9,24 @@ namespace siftwell {
 
 namespace {
 
-// What a person may set of an item; the rest is the scan cycle's.
-constexpr std::array<std::string_view, 10> kItemKeys = {
-    "Name",      "Path",   "Indexer", "BundleID",     "Index",
-    "IndexOnce", "Search", "Expire",  "LastScanDate", "LastURLDate"};
-
 Status noSuchSource(const std::string& name) {
     return {StatusCode::NotFound, filledIn(_("There is no source named \"%@\"."), name)};
 }
-
-// Kept in lists of their own, which the next commit would put in the place of such a value.
-bool isList(const std::string& key) { return key == "SearchItems" || key == "URLFilters"; }
 
 Status listRefused(const std::string& key) {
     return {StatusCode::Invalid, filledIn(_("\"%@\" is a list with commands of its own."), key)};
 }
 
 }  // namespace
+
+PropertyList::Dictionary settableItemValues() {
+    return {{"Name", ""},           {"Path", ""},      {"Indexer", ""},
+            {"BundleID", ""},       {"Index", false},  {"IndexOnce", false},
+            {"Search", false},      {"Expire", false}, {"LastScanDate", Date()},
+            {"LastURLDate", Date()}};
+}
+
+bool isEditedList(const std::string& key) { return key == "SearchItems" || key == "URLFilters"; }
 
 void PreferenceCommands::commit() {
     m_preferences.commitSettings();
@@ -49,7 +48,7 @@ Status PreferenceCommands::changeItems(const std::string& name, Change change) {
 
 Status PreferenceCommands::setSearchItemValue(const std::string& name, const std::string& key,
                                               const PropertyList& value) {
-    if (std::find(kItemKeys.begin(), kItemKeys.end(), key) == kItemKeys.end()) {
+    if (!settableItemValues().contains(key)) {
         return {StatusCode::Invalid, filledIn(_("\"%@\" cannot be set."), key)};
     }
     return changeItems(name, [&](SearchItem& item) {
@@ -103,14 +102,14 @@ Status PreferenceCommands::resetURLFilters() {
 }
 
 Status PreferenceCommands::setSetting(const std::string& key, const PropertyList& value) {
-    if (isList(key)) return listRefused(key);
+    if (isEditedList(key)) return listRefused(key);
     m_settings.set(key, value);
     commit();
     return {};
 }
 
 Status PreferenceCommands::removeSetting(const std::string& key) {
-    if (isList(key)) return listRefused(key);
+    if (isEditedList(key)) return listRefused(key);
     m_settings.remove(key);
     commit();
     return {};

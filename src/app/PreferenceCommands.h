@@ -15,6 +15,13 @@
 
 namespace siftwell {
 
+// What may be set of a search item, each with a value of its type. The rest is the scan cycle's.
+PropertyList::Dictionary settableItemValues();
+
+// Whether the setting is a list that has commands of its own: the next commit would put it in the
+// place of any other value.
+bool isEditedList(const std::string& key);
+
 class PreferenceCommands {
 public:
     PreferenceCommands(Settings& settings, PrefsController& preferences, NotificationCentre& centre)

@@ -1,5 +1,6 @@
 #include <nlohmann/json.hpp>
 
+#include "app/PreferenceCommands.h"
 #include "app/RegisteredDefaults.h"
 #include "app/Session.h"
 #include "base/Translate.h"
@@ -16,19 +17,17 @@ namespace {
 using Action = DefaultsOptions::Action;
 using Dictionary = PropertyList::Dictionary;
 
-bool isList(const std::string& key) { return key == "SearchItems" || key == "URLFilters"; }
-
 // All but the two lists, which have commands of their own.
 Dictionary knownDefaults() {
     Dictionary defaults = registeredDefaults(SystemClock().now());
-    std::erase_if(defaults, [](const auto& each) { return isList(each.first); });
+    std::erase_if(defaults, [](const auto& each) { return isEditedList(each.first); });
     return defaults;
 }
 
 // False, explained, when there is no such setting here.
 bool isKnown(const std::string& key, const Dictionary& defaults, Console& console) {
     if (defaults.contains(key)) return true;
-    if (isList(key)) {
+    if (isEditedList(key)) {
         const std::string command = key == "URLFilters" ? "filters" : "sources";
         console.message(
             "siftwell: " +

@@ -2,6 +2,7 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
+#include "app/PreferenceCommands.h"
 #include "app/Session.h"
 #include "base/Translate.h"
 #include "cli/Commands.h"
@@ -110,16 +111,6 @@ bool areKnown(const std::vector<std::string>& names, const std::vector<SearchIte
     return areAllKnown;
 }
 
-// What can be set, with a value of its type.
-const PropertyList::Dictionary& settableKeys() {
-    static const PropertyList::Dictionary keys = {
-        {"Name", ""},           {"Path", ""},      {"Indexer", ""},
-        {"BundleID", ""},       {"Index", false},  {"IndexOnce", false},
-        {"Search", false},      {"Expire", false}, {"LastScanDate", Date()},
-        {"LastURLDate", Date()}};
-    return keys;
-}
-
 std::vector<std::string> namesOf(const PropertyList::Dictionary& dictionary) {
     std::vector<std::string> names;
     for (const auto& [name, value] : dictionary) names.push_back(name);
@@ -139,9 +130,10 @@ std::optional<PropertyList> valueFor(const std::string& key, const std::string& 
         console.message(printable("siftwell: " + explanation));
         return std::nullopt;
     };
-    const PropertyList* example = find(settableKeys(), key);
+    const auto settable = settableItemValues();
+    const PropertyList* example = find(settable, key);
     if (example == nullptr) {
-        const auto names = namesOf(settableKeys());
+        const auto names = namesOf(settable);
         return refuse(filledIn(_("\"%@\" cannot be set."), key) + meantPerhaps(key, names) + " " +
                       filledIn(_("These can: %@."), listed(names)));
     }
