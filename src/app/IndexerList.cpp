@@ -1,6 +1,9 @@
 #include "app/IndexerList.h"
 
+#include <algorithm>
+
 #include "base/Translate.h"
+#include "indexers/Indexers.h"
 
 namespace siftwell {
 
@@ -30,6 +33,14 @@ std::vector<IndexerChoice> indexerList() {
             {_("Extract URLs from old Index"), "IndexSalvager"},
             {_("Index Files in Folder"), "LocalFiles"},
             {_("Index Single File or URL"), "SingleURL"}};
+}
+
+bool isStillToCome(const std::string& indexer) {
+    if (hasIndexer(indexer)) return false;
+    const auto choices = indexerList();
+    return std::any_of(choices.begin(), choices.end(), [&indexer](const IndexerChoice& choice) {
+        return choice.indexer == indexer;
+    });
 }
 
 }  // namespace siftwell

@@ -18,28 +18,6 @@ namespace {
 
 constexpr double kSecondsPerDay = 86'400;
 
-class SharedIndexLock {
-public:
-    explicit SharedIndexLock(IndexController& indexes) : m_indexes(indexes) {
-        m_indexes.lockIndex(false);
-    }
-    ~SharedIndexLock() { m_indexes.unlockIndex(false); }
-    SharedIndexLock(const SharedIndexLock&) = delete;
-    SharedIndexLock& operator=(const SharedIndexLock&) = delete;
-
-private:
-    IndexController& m_indexes;
-};
-
-// Offered by the program, but its reader comes with a later version: the item is left alone.
-bool isStillToCome(const std::string& className) {
-    const auto choices = indexerList();
-    return !hasIndexer(className) &&
-           std::any_of(choices.begin(), choices.end(), [&className](const IndexerChoice& choice) {
-               return choice.indexer == className;
-           });
-}
-
 // What was visited during the last scan is looked at again, so an item never starts later than that
 // scan did. Before the first one the distant past stands there, and everything is read whatever
 // its age.
@@ -73,10 +51,7 @@ IndexingScan::Outcome IndexingScan::run() {
     m_indexes.setPendingDocumentCount(0);
     const bool isWhole = m_scope == Driver::ScanScope::Everything;
     if (m_indexes.indexingEnabled() && isWhole) expire(dates);
-    {
-        const SharedIndexLock lock(m_indexes);
-        m_indexes.flush();
-    }
+    m_indexes.flush();
     const bool isComplete = m_indexes.indexingEnabled();
     return {.isComplete = isComplete,
             .start = isComplete && isWhole ? std::optional(dates.start) : std::nullopt};
