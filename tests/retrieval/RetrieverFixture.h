@@ -28,18 +28,20 @@ protected:
     // What the retriever loads from; the fake site unless a test says otherwise.
     virtual URLLoader& network() { return m_site; }
 
+    DocumentRetriever::Surroundings surroundings() {
+        return {.indexes = store(),
+                .notifier = m_notifier,
+                .centre = m_centre,
+                .settings = *m_settings,
+                .mainLoop = m_loop,
+                .clock = m_clock,
+                .network = network(),
+                .reachability = m_hosts,
+                .credentials = m_credentials};
+    }
     DocumentRetriever& retriever() {
         if (m_retriever == nullptr) {
-            m_retriever = std::make_unique<DocumentRetriever>(
-                DocumentRetriever::Surroundings{.indexes = store(),
-                                                .notifier = m_notifier,
-                                                .centre = m_centre,
-                                                .settings = *m_settings,
-                                                .mainLoop = m_loop,
-                                                .clock = m_clock,
-                                                .network = network(),
-                                                .reachability = m_hosts,
-                                                .credentials = m_credentials});
+            m_retriever = std::make_unique<DocumentRetriever>(surroundings());
         }
         return *m_retriever;
     }

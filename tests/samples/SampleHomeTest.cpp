@@ -5,14 +5,13 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
 
 #include "app/RegisteredDefaults.h"
 #include "indexers/Indexers.h"
 #include "retrieval/RetrieverFixture.h"
+#include "samples/Samples.h"
 
 namespace siftwell {
 namespace {
@@ -55,36 +54,14 @@ protected:
     using Document = RecordingRetriever::Document;
 
     void SetUp() override {
-        const char* const folder = std::getenv("SIFTWELL_SAMPLES");
-        if (folder == nullptr) GTEST_SKIP() << "SIFTWELL_SAMPLES names no folder of samples";
-        m_samples = std::filesystem::canonical(folder).string();
-        std::ifstream file(m_samples + "/expected.json");
-        m_expected = json::parse(file);
+        SW_SAMPLES_OR_SKIP(m_samples);
+        m_expected = m_samples->json("expected.json");
         m_settings->registerDefaults(registeredDefaults(m_clock.now()));
-        m_recorder = std::make_unique<RecordingRetriever>(
-            DocumentRetriever::Surroundings{.indexes = store(),
-                                            .notifier = m_notifier,
-                                            .centre = m_centre,
-                                            .settings = *m_settings,
-                                            .mainLoop = m_loop,
-                                            .clock = m_clock,
-                                            .network = m_site,
-                                            .reachability = m_hosts,
-                                            .credentials = nullptr});
+        m_recorder = std::make_unique<RecordingRetriever>(surroundings());
         // After everything that the samples are dated with.
         m_clock.setNow(Date::parseUtc("2026-11-21 12:00:00").value());
     }
     void TearDown() override { m_recorder.reset(); }
-
-    std::string home(const std::string& archive) {
-        const std::string folder = m_folder.file(archive);
-        if (std::filesystem::create_directories(folder)) {
-            const std::string command =
-                "tar -xJpf '" + m_samples + "/" + archive + "' -C '" + folder + "'";
-            EXPECT_EQ(std::system(command.c_str()), 0);
-        }
-        return std::filesystem::canonical(folder).string();
-    }
 
     // The items of an indexer that stand for files of their own.
     std::vector<json> itemsOf(const std::string& indexer) {
@@ -123,7 +100,8 @@ protected:
         return {.Name = described["id"],
                 .Index = true,
                 .LastScanDate = Date::distantPast(),
-                .Path = home(described["archive"]) + "/" + described["path"].get<std::string>(),
+                .Path = m_samples->home(described["archive"], m_folder.path()) + "/" +
+                        described["path"].get<std::string>(),
                 .Indexer = described["indexer"]};
     }
 
@@ -161,7 +139,7 @@ protected:
         }
     }
 
-    std::string m_samples;
+    std::optional<Samples> m_samples;
     json m_expected;
     IndexerLocks m_locks;
     std::unique_ptr<RecordingRetriever> m_recorder;
@@ -188,7 +166,7 @@ TEST_F(SampleHomeTest, LocalFilesHandOverEachFileAndWhatArchivesHold) {
     ASSERT_FALSE(items.empty());
     for (const json& described : items) {
         SearchItem item = itemFor(described);
-        const std::string folder = home(described["archive"]) + "/";
+        const std::string folder = m_samples->home(described["archive"], m_folder.path()) + "/";
         std::multiset<std::string> expected;
         for (const json& entry : described["entries"]) {
             const std::string file = entry["file"];

@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -15,6 +13,7 @@
 #include "app/WritingCopy.h"
 #include "base/RunLoop.h"
 #include "base/Url.h"
+#include "samples/Samples.h"
 #include "search/ResultRows.h"
 #include "search/SearchQuery.h"
 #include "support/TemporaryFolder.h"
@@ -28,19 +27,12 @@ using nlohmann::json;
 class SamplePagesTest : public testing::Test {
 protected:
     void SetUp() override {
-        const char* const folder = std::getenv("SIFTWELL_SAMPLES");
-        if (folder == nullptr) GTEST_SKIP() << "SIFTWELL_SAMPLES names no folder of samples";
-        m_samples = std::filesystem::canonical(folder).string();
+        SW_SAMPLES_OR_SKIP(m_samples);
         m_paths = {.settingsFile = m_home.file("settings.plist"),
                    .oldIndexFolder = m_home.file("old"),
                    .applicationData = m_home.file("data"),
                    .stateFolder = m_home.file("state"),
                    .resourceFolder = std::string(SIFTWELL_SOURCE_DIR) + "/data/Contents/Resources"};
-    }
-
-    json readJson(const std::string& name) const {
-        std::ifstream file(m_samples + "/" + name);
-        return json::parse(file);
     }
 
     void addAllPages() {
@@ -50,7 +42,7 @@ protected:
         Driver& driver = copy->driver();
         ASSERT_TRUE(driver.setSearchItemValue("Siftwell Help", "Index", false).isOk());
         ASSERT_TRUE(driver
-                        .addToIndex({.url = Url::fromFilePath(m_samples + "/pages"),
+                        .addToIndex({.url = Url::fromFilePath(m_samples->file("pages")),
                                      .isScanStarted = false})
                         .isOk());
         ASSERT_TRUE(driver.startScan(Driver::ScanScope::LocalSources).isOk());
@@ -67,7 +59,7 @@ protected:
 
     // The address of the file behind an address of the site; none for an answer that is no file.
     std::optional<std::string> fileAddress(const std::string& base, const std::string& url) const {
-        const std::string path = m_samples + "/pages" + url.substr(base.size());
+        const std::string path = m_samples->file("pages") + url.substr(base.size());
         if (!std::filesystem::is_regular_file(path)) return std::nullopt;
         return Url::fromFilePath(path).absoluteString();
     }
@@ -87,13 +79,13 @@ protected:
 
     const TemporaryFolder m_home;
     const std::unique_ptr<RunLoop> m_loop = makeHeadlessRunLoop();
-    std::string m_samples;
+    std::optional<Samples> m_samples;
     Paths m_paths;
 };
 
 TEST_F(SamplePagesTest, WordsFindTheirPagesAndNoOthers) {
     addAllPages();
-    const json expected = readJson("expected.json");
+    const json expected = m_samples->json("expected.json");
     const std::string base = expected["base"];
     const auto session = open(Session::Purpose::Reading);
     int expectations = 0;

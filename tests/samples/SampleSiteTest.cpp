@@ -7,11 +7,9 @@
 #include <arpa/inet.h>
 #include <sys/socket.h>
 
-#include <cstdlib>
-#include <fstream>
-
 #include "base/FileDescriptor.h"
 #include "cli/ProgramFixture.h"
+#include "samples/Samples.h"
 
 namespace siftwell {
 namespace {
@@ -22,11 +20,8 @@ using testing::HasSubstr;
 class SampleSiteTest : public ProgramFixture {
 protected:
     void SetUp() override {
-        const char* const folder = std::getenv("SIFTWELL_SAMPLES");
-        if (folder == nullptr) GTEST_SKIP() << "SIFTWELL_SAMPLES names no folder of samples";
-        m_samples = std::filesystem::canonical(folder).string();
-        std::ifstream file(m_samples + "/expected.json");
-        m_expected = json::parse(file);
+        SW_SAMPLES_OR_SKIP(m_samples);
+        m_expected = m_samples->json("expected.json");
         m_base = m_expected["base"];
         serve();
     }
@@ -44,8 +39,8 @@ protected:
             const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
             dup2(nowhere, STDOUT_FILENO);
             dup2(nowhere, STDERR_FILENO);
-            execlp("python3", "python3", (m_samples + "/server.py").c_str(), "--root",
-                   (m_samples + "/pages").c_str(), "--port", port.c_str(), nullptr);
+            execlp("python3", "python3", m_samples->file("server.py").c_str(), "--root",
+                   m_samples->file("pages").c_str(), "--port", port.c_str(), nullptr);
             _exit(127);
         }
         sockaddr_in address{};
@@ -85,19 +80,8 @@ protected:
         return urls;
     }
 
-    // The home folder in an archive of the samples.
-    std::string home(const std::string& archive) {
-        const std::string folder = m_home.file("homes/" + archive);
-        if (std::filesystem::create_directories(folder)) {
-            const std::string command =
-                "tar -xJpf '" + m_samples + "/" + archive + "' -C '" + folder + "'";
-            EXPECT_EQ(std::system(command.c_str()), 0);
-        }
-        return folder;
-    }
-
     pid_t m_server = 0;
-    std::string m_samples;
+    std::optional<Samples> m_samples;
     std::string m_base;
     json m_expected;
 };
@@ -147,8 +131,9 @@ TEST_F(SampleSiteTest, SourcesOfTheHomesAreScannedAndTheirPagesFound) {
             continue;
         handingOver.insert(id);
         if (id.starts_with("file: ")) continue;  // of a folder that is a source itself
-        const std::string path = std::filesystem::canonical(home(item["archive"]) + "/" +
-                                                            item["path"].get<std::string>());
+        const std::string path =
+            std::filesystem::canonical(m_samples->home(item["archive"], m_home.file("homes")) +
+                                       "/" + item["path"].get<std::string>());
         indexers[path] = indexer;
         ASSERT_EQ(siftwell({"add", "--no-scan", "--indexer", indexer, path}).status, 0);
     }
