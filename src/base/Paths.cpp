@@ -18,13 +18,6 @@ std::string below(const std::string& folder, const char* name) {
     return folder.empty() ? std::string() : folder + name;
 }
 
-// A base directory must be absolute; a relative one is ignored, as the XDG rules ask.
-std::string baseFolder(const char* variable, const char* belowHome) {
-    const char* value = std::getenv(variable);
-    if (value != nullptr && value[0] == '/') return value;
-    return below(homeFolder(), belowHome);
-}
-
 std::string homeOfUser(const char* name) {
     std::array<char, 16384> buffer{};
     passwd entry{};
@@ -39,6 +32,11 @@ std::string findResourceFolder() {
     std::string installed = programFolder() + "/../share/siftwell/Contents/Resources";
     if (fileInfo(installed)) return installed;
     return std::string(SIFTWELL_DATA_DIR) + "/Contents/Resources";
+}
+
+std::string findIndexerTool() {
+    std::string beside = programFolder() + "/SiftwellIndexer";
+    return fileInfo(beside) ? beside : programFolder() + "/" SIFTWELL_INDEXER_TOOL;
 }
 
 }  // namespace
@@ -64,13 +62,20 @@ std::string expandingTilde(const std::string& path) {
     return slash == std::string::npos ? home : home + path.substr(slash);
 }
 
+std::string baseFolder(const char* variable, const char* belowHome) {
+    const char* value = std::getenv(variable);
+    if (value != nullptr && value[0] == '/') return value;
+    return below(homeFolder(), belowHome);
+}
+
 Paths Paths::ofThisUser() {
     const std::string config = baseFolder("XDG_CONFIG_HOME", "/.config");
     return {.settingsFile = below(config, "/siftwell/com.velotrin.Siftwell.plist"),
             .oldIndexFolder = below(config, "/Siftwell Index"),
             .applicationData = baseFolder("XDG_DATA_HOME", "/.local/share"),
             .stateFolder = below(baseFolder("XDG_STATE_HOME", "/.local/state"), "/siftwell"),
-            .resourceFolder = findResourceFolder()};
+            .resourceFolder = findResourceFolder(),
+            .indexerTool = findIndexerTool()};
 }
 
 std::optional<std::string> Paths::resource(const std::string& name, const std::string& type) const {

@@ -13,7 +13,8 @@ struct Paths {
     std::string applicationData;  // $XDG_DATA_HOME; empty when there is no home folder
     std::string stateFolder;      // $XDG_STATE_HOME/siftwell: lock file, logs
     std::string
-        resourceFolder;  // <prefix>/share/siftwell/Contents/Resources, or in the source tree
+        resourceFolder;       // <prefix>/share/siftwell/Contents/Resources, or in the source tree
+    std::string indexerTool;  // <prefix>/libexec/SiftwellIndexer, or beside the program
 
     static Paths ofThisUser();
 
@@ -24,5 +25,9 @@ struct Paths {
 std::string programFolder();                          // where the running program lies
 std::string homeFolder();                             // "" when unknown
 std::string expandingTilde(const std::string& path);  // "~/x" and "~user/x"
+
+// What the variable of the environment names, or else a folder below the home folder ("/.config");
+// "" when that is unknown. It must be absolute; a relative one is ignored, as the XDG rules ask.
+std::string baseFolder(const char* variable, const char* belowHome);
 
 }  // namespace siftwell

@@ -1,11 +1,7 @@
 #include "base/Processes.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/eventfd.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,6 +14,7 @@
 #include <utility>
 
 #include "base/Files.h"
+#include "base/Launching.h"
 
 namespace siftwell {
 
@@ -28,132 +25,6 @@ using Time = std::chrono::steady_clock::time_point;
 constexpr std::chrono::milliseconds kLongest = std::chrono::hours(24 * 365);
 constexpr std::chrono::milliseconds kToDie = std::chrono::seconds(2);
 constexpr std::size_t kBytesOfPipe = std::size_t{1} << 20;  // as large as a child can make it
-
-int millisecondsUntil(Time end) {
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-    return static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 3'600'000));
-}
-
-bool isReadableWithin(const FileDescriptor& file, std::chrono::milliseconds time) {
-    pollfd watched{file.get(), POLLIN, 0};
-    const Time end = std::chrono::steady_clock::now() + time;
-    int ready = 0;
-    do {
-        ready = poll(&watched, 1, millisecondsUntil(end));
-    } while (ready < 0 && errno == EINTR);
-    return ready > 0;
-}
-
-// Called by their numbers: the header of glibc 2.36 is none for C++.
-FileDescriptor openProcess(pid_t id) {
-    return FileDescriptor(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));
-}
-
-void sendSignal(const FileDescriptor& process, int signal) {
-    syscall(SYS_pidfd_send_signal, process.get(), signal, nullptr, 0);
-}
-
-// ---- What a child is launched with
-
-struct Pipe {
-    FileDescriptor reading;
-    FileDescriptor writing;
-};
-
-// The files of a child are put in the places 0 to 2 one after the other; none may lie there before.
-FileDescriptor aboveStandardFiles(FileDescriptor file) {
-    if (!file.isOpen() || file.get() > STDERR_FILENO) return file;
-    return FileDescriptor(fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-}
-
-Result<Pipe> makePipe() {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) < 0) return Status::fromErrno(errno, "make a pipe");
-    Pipe made{aboveStandardFiles(FileDescriptor(ends[0])),
-              aboveStandardFiles(FileDescriptor(ends[1]))};
-    if (!made.reading.isOpen() || !made.writing.isOpen() ||
-        fcntl(made.reading.get(), F_SETFL, O_NONBLOCK) < 0) {
-        return Status::fromErrno(errno, "make a pipe");
-    }
-    return made;
-}
-
-// A pipe or device in the place of the file would be waited for.
-Result<FileDescriptor> openInput(const std::string& path) {
-    const char* const name = path.empty() ? "/dev/null" : path.c_str();
-    FileDescriptor file = aboveStandardFiles(
-        FileDescriptor(open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)));
-    if (!file.isOpen()) return Status::fromErrno(errno, "open the file " + path);
-    struct stat info {};
-    if (!path.empty() && (fstat(file.get(), &info) < 0 || !S_ISREG(info.st_mode))) {
-        return Status(StatusCode::Invalid, path + " is no file that can be read.");
-    }
-    return file;
-}
-
-class Files {
-public:
-    Files() { posix_spawn_file_actions_init(&m_actions); }
-    ~Files() { posix_spawn_file_actions_destroy(&m_actions); }
-    Files(const Files&) = delete;
-    Files& operator=(const Files&) = delete;
-
-    void put(const FileDescriptor& file, int place) {
-        posix_spawn_file_actions_adddup2(&m_actions, file.get(), place);
-    }
-    void closeAllOthers() {
-#if __GLIBC_PREREQ(2, 34)  // before it, only what is marked to be closed is
-        posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1);
-#endif
-    }
-    const posix_spawn_file_actions_t* actions() const { return &m_actions; }
-
-private:
-    posix_spawn_file_actions_t m_actions{};
-};
-
-class Attributes {
-public:
-    Attributes() {
-        posix_spawnattr_init(&m_attributes);
-        sigset_t none;
-        sigset_t all;
-        sigemptyset(&none);
-        sigfillset(&all);
-        posix_spawnattr_setsigmask(&m_attributes, &none);
-        posix_spawnattr_setsigdefault(&m_attributes, &all);
-        posix_spawnattr_setpgroup(&m_attributes, 0);
-        constexpr int kFlags =
-            POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP;
-        posix_spawnattr_setflags(&m_attributes, static_cast<short>(kFlags));
-    }
-    ~Attributes() { posix_spawnattr_destroy(&m_attributes); }
-    Attributes(const Attributes&) = delete;
-    Attributes& operator=(const Attributes&) = delete;
-
-    const posix_spawnattr_t* attributes() const { return &m_attributes; }
-
-private:
-    posix_spawnattr_t m_attributes{};
-};
-
-std::vector<char*> pointersTo(const std::vector<std::string>& words) {
-    std::vector<char*> pointers;
-    pointers.reserve(words.size() + 1);
-    // The call takes them as changeable for old times' sake only.
-    for (const std::string& word : words) pointers.push_back(const_cast<char*>(word.c_str()));
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-bool holdsNul(const std::vector<std::string>& words) {
-    return std::any_of(words.begin(), words.end(), [](const std::string& word) {
-        return word.find('\0') != std::string::npos;
-    });
-}
-
-// ---- A child that runs
 
 // One of its outputs: kept up to a limit, and read in any case, so that the child goes on.
 class Output {
@@ -195,40 +66,29 @@ private:
     bool m_isOverLimit = false;
 };
 
-class Child {
+class Follower {
 public:
-    static Result<Child> launch(const Processes::Command& command);
+    static Result<Follower> launch(const Processes::Command& command);
 
     Processes::Outcome follow(std::chrono::milliseconds timeLimit, const std::stop_token& stop);
 
     // Empty when the child was collected.
-    FileDescriptor takeProcess() && { return std::move(m_process); }
+    FileDescriptor takeProcess() && { return std::move(m_child).takeProcess(); }
 
 private:
-    Child(pid_t id, FileDescriptor process, Output output, Output errors)
-        : m_id(id),
-          m_process(std::move(process)),
-          m_output(std::move(output)),
-          m_errors(std::move(errors)) {}
+    Follower(Child child, Output output, Output errors)
+        : m_child(std::move(child)), m_output(std::move(output)), m_errors(std::move(errors)) {}
 
     Processes::End wait(Time end, const std::stop_token& stop);
-    void kill();
     void collect(Processes::Outcome& outcome);
 
-    pid_t m_id;
-    FileDescriptor m_process;
+    Child m_child;
     Output m_output;
     Output m_errors;
 };
 
-Status notLaunched(int error, const std::string& program) {
-    return Status::fromErrno(error, "run the program " + program);
-}
-
-Result<Child> Child::launch(const Processes::Command& command) {
-    const auto environment = command.environment.value_or(std::vector<std::string>());
-    if (command.arguments.empty() || holdsNul(command.arguments) || holdsNul(environment) ||
-        command.inputFile.find('\0') != std::string::npos) {
+Result<Follower> Follower::launch(const Processes::Command& command) {
+    if (command.inputFile.find('\0') != std::string::npos) {
         return Status(StatusCode::Invalid, "This is no command that could be run.");
     }
     const auto input = openInput(command.inputFile);
@@ -237,36 +97,21 @@ Result<Child> Child::launch(const Processes::Command& command) {
     if (!output) return output.status();
     auto errors = makePipe();
     if (!errors) return errors.status();
-
-    Files files;
-    files.put(*input, STDIN_FILENO);
-    files.put(output->writing, STDOUT_FILENO);
-    files.put(errors->writing, STDERR_FILENO);
-    files.closeAllOthers();
-    const Attributes attributes;
-    const std::vector<char*> arguments = pointersTo(command.arguments);
-    const std::vector<char*> variables = pointersTo(environment);
-    pid_t id = 0;
-    const int error =
-        posix_spawnp(&id, arguments.front(), files.actions(), attributes.attributes(),
-                     arguments.data(), command.environment ? variables.data() : environ);
-    if (error != 0) return notLaunched(error, command.arguments.front());
-
-    FileDescriptor process = openProcess(id);
-    if (!process.isOpen()) {
-        const int reason = errno;
-        ::kill(-id, SIGKILL);
-        waitpid(id, nullptr, 0);
-        return notLaunched(reason, command.arguments.front());
+    for (const Pipe* pipe : {&*output, &*errors}) {
+        if (Status status = stopWaiting(pipe->reading); !status.isOk()) return status;
     }
-    return Child(id, std::move(process), Output(std::move(output->reading), command.maxOutputBytes),
-                 Output(std::move(errors->reading), command.maxErrorBytes));
+    auto child = Child::launch(command.arguments, command.environment,
+                               {*input, output->writing, errors->writing});
+    if (!child) return child.status();
+    return Follower(*std::move(child), Output(std::move(output->reading), command.maxOutputBytes),
+                    Output(std::move(errors->reading), command.maxErrorBytes));
 }
 
-Processes::Outcome Child::follow(std::chrono::milliseconds timeLimit, const std::stop_token& stop) {
+Processes::Outcome Follower::follow(std::chrono::milliseconds timeLimit,
+                                    const std::stop_token& stop) {
     const Time end = std::chrono::steady_clock::now() + std::min(timeLimit, kLongest);
     Processes::Outcome outcome{.end = wait(end, stop)};
-    kill();
+    m_child.signal(SIGKILL);
     if (outcome.end == Processes::End::Exited) m_output.readRest();
     m_errors.readRest();
     if (m_output.isOverLimit()) outcome.end = Processes::End::TooLong;
@@ -276,12 +121,13 @@ Processes::Outcome Child::follow(std::chrono::milliseconds timeLimit, const std:
     return outcome;
 }
 
-Processes::End Child::wait(Time end, const std::stop_token& stop) {
+Processes::End Follower::wait(Time end, const std::stop_token& stop) {
     const FileDescriptor wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     const std::stop_callback whenStopped(stop, [&wakeUp] { eventfd_write(wakeUp.get(), 1); });
     while (true) {
-        std::array<pollfd, 4> watched = {pollfd{m_process.get(), POLLIN, 0}, m_output.watched(),
-                                         m_errors.watched(), pollfd{wakeUp.get(), POLLIN, 0}};
+        std::array<pollfd, 4> watched = {pollfd{m_child.process().get(), POLLIN, 0},
+                                         m_output.watched(), m_errors.watched(),
+                                         pollfd{wakeUp.get(), POLLIN, 0}};
         if (poll(watched.data(), watched.size(), millisecondsUntil(end)) < 0) watched = {};
         m_output.read();
         m_errors.read();
@@ -292,25 +138,14 @@ Processes::End Child::wait(Time end, const std::stop_token& stop) {
     }
 }
 
-// A child that has ended keeps its ID, and that of its group, until it is collected. One that has
-// left its group is reached by itself.
-void Child::kill() {
-    ::kill(-m_id, SIGKILL);
-    sendSignal(m_process, SIGKILL);
-}
-
-void Child::collect(Processes::Outcome& outcome) {
-    if (!isReadableWithin(m_process, kToDie)) {
+void Follower::collect(Processes::Outcome& outcome) {
+    const auto end = m_child.collect(kToDie);
+    if (!end) {
         outcome.end = Processes::End::Forgotten;
-        return;
+    } else if (outcome.end == Processes::End::Exited) {
+        if (end->isSignal) outcome.end = Processes::End::Signalled;
+        outcome.status = end->status;
     }
-    siginfo_t info{};
-    info.si_status = -1;
-    waitid(P_PIDFD, static_cast<id_t>(m_process.get()), &info, WEXITED);
-    m_process.reset();
-    if (outcome.end != Processes::End::Exited) return;
-    if (info.si_code != CLD_EXITED) outcome.end = Processes::End::Signalled;
-    outcome.status = info.si_status;
 }
 
 }  // namespace
@@ -318,7 +153,7 @@ void Child::collect(Processes::Outcome& outcome) {
 Result<Processes::Outcome> SystemProcesses::run(const Command& command,
                                                 const std::stop_token& stop) {
     collectForgotten();
-    auto child = Child::launch(command);
+    auto child = Follower::launch(command);
     if (!child) return child.status();
     Outcome outcome = child->follow(command.timeLimit, stop);
     forget((*std::move(child)).takeProcess());
