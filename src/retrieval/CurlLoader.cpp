@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "base/ThreadPriority.h"
-#include "retrieval/HttpResponseHead.h"
+#include "text/HttpResponseHead.h"
 
 namespace siftwell {
 
@@ -59,6 +59,15 @@ Address addressWithoutUser(const std::string& text) {
     curl_url_set(address.get(), CURLUPART_USER, nullptr, 0);
     curl_url_set(address.get(), CURLUPART_PASSWORD, nullptr, 0);
     return isParsed ? std::move(address) : nullptr;
+}
+
+URLResponse responseWith(const HttpResponseHead& head, const Url& url) {
+    ContentType type = head.contentType();
+    return {.url = url,
+            .mimeType = std::move(type.mimeType),
+            .expectedContentLength = head.contentLength(),
+            .textEncodingName = std::move(type.charset),
+            .statusCode = head.status()};
 }
 
 int errorFor(CURLcode code) {
@@ -196,7 +205,7 @@ private:
     bool takeHead() {
         if (m_isEnded) return false;
         if (m_head.isInterim()) return true;
-        const URLResponse response = m_head.response(m_request.url);
+        const URLResponse response = responseWith(m_head, m_request.url);
         if (m_head.isRedirect()) {
             if (m_client->willSendRequest(response)) return true;
             finish(CURLE_OK);
@@ -204,7 +213,7 @@ private:
         }
         m_isBodyBegun = true;
         // A little that was packed many times over unpacks for ever.
-        if (m_head.codings() > 1) {
+        if (m_head.contentCodings().size() + m_head.transferCodings().size() > 1) {
             finish(CURLE_BAD_CONTENT_ENCODING);
             return false;
         }

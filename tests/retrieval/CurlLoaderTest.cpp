@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <zlib.h>
 
-#include "retrieval/HttpResponseHead.h"
 #include "retrieval/RSSFeedProtocol.h"
 #include "support/HttpSite.h"
 #include "support/TemporaryFolder.h"
@@ -438,29 +437,6 @@ TEST_F(CurlLoaderTest, ManyLoadsAtOnceShareAThreadAndEndWithTheLoader) {
     const auto start = std::chrono::steady_clock::now();
     m_loader.reset();
     EXPECT_LT(std::chrono::steady_clock::now() - start, seconds(5));
-}
-
-TEST(HttpResponseHeadTest, HeadsOfAnyShapeAreRead) {
-    HttpResponseHead head;
-    const auto read = [&head](std::initializer_list<const char*> lines) {
-        for (const char* line : lines) head.add(line);
-        return head.response(Url::fromFilePath("/"));
-    };
-    auto response = read({"HTTP/2 200\r\n", "content-TYPE:text/Plain ; format=flowed;charset=x\r\n",
-                          "Content-Length: 12\r\n"});
-    EXPECT_EQ(response.statusCode, 200);
-    EXPECT_EQ(response.mimeType, "text/plain");
-    EXPECT_EQ(response.textEncodingName, "x");
-    EXPECT_EQ(response.expectedContentLength, 12);
-    response = read({"HTTP/1.1 302 Found", "Location:x", "Content-Length: 1x", "no field",
-                     "Content-Type: ;charset=\"a b\"; x"});
-    EXPECT_TRUE(head.isRedirect());
-    EXPECT_EQ(response.mimeType, std::nullopt);
-    EXPECT_EQ(response.textEncodingName, "a b");
-    EXPECT_EQ(response.expectedContentLength, std::nullopt);
-    for (const char* broken : {"HTTP/", "HTTP/1.1", "HTTP/1.1 ", "HTTP/1.1 x", "HTTP/1.1 99999"}) {
-        EXPECT_LT(*read({broken}).statusCode, 1000) << broken;
-    }
 }
 
 }  // namespace

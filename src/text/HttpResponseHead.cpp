@@ -1,5 +1,6 @@
-#include "retrieval/HttpResponseHead.h"
+#include "text/HttpResponseHead.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "text/Ascii.h"
@@ -30,15 +31,15 @@ std::string_view unquoted(std::string_view value) {
 }
 
 // Those that change the bytes.
-int countOfCodings(std::string_view list) {
-    int count = 0;
+void addCodings(std::string_view list, std::vector<std::string>& codings) {
     while (!list.empty()) {
         const std::size_t comma = std::min(list.find(','), list.size());
-        const std::string coding = lowerCasedAscii(trimmed(list.substr(0, comma)));
-        if (!coding.empty() && coding != "identity" && coding != "chunked") ++count;
+        std::string coding = lowerCasedAscii(trimmed(list.substr(0, comma)));
+        if (!coding.empty() && coding != "identity" && coding != "chunked") {
+            codings.push_back(std::move(coding));
+        }
         list.remove_prefix(std::min(comma + 1, list.size()));
     }
-    return count;
 }
 
 }  // namespace
@@ -85,21 +86,12 @@ void HttpResponseHead::begin(std::string_view statusLine) {
 void HttpResponseHead::addField(std::string_view name, std::string_view value) {
     const std::string field = lowerCasedAscii(name);
     if (field == "location") m_hasLocation = !value.empty();
-    if (field == "content-encoding" || field == "transfer-encoding") {
-        m_codings += countOfCodings(value);
-    }
+    if (field == "content-encoding") addCodings(value, m_contentCodings);
+    if (field == "transfer-encoding") addCodings(value, m_transferCodings);
+    if (field == "content-range") m_hasContentRange = true;
     if (field == "www-authenticate" || field == "proxy-authenticate") m_hasChallenge = true;
     if (field == "content-length") m_length = numberIn<std::int64_t>(value);
     if (field == "content-type") m_contentType = value;
-}
-
-URLResponse HttpResponseHead::response(const Url& url) const {
-    ContentType type = parseContentType(m_contentType);
-    return {.url = url,
-            .mimeType = std::move(type.mimeType),
-            .expectedContentLength = m_length,
-            .textEncodingName = std::move(type.charset),
-            .statusCode = m_status};
 }
 
 }  // namespace siftwell
