@@ -1,4 +1,4 @@
-// How siftwell-confined ends when it cannot go on.
+// How a program ends that cannot confine itself.
 #pragma once
 
 #include <cerrno>

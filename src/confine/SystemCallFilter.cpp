@@ -28,8 +28,6 @@ constexpr const char* kAllowed[] = {
     // Memory of its own, and what the loader does with libraries
     "brk", "mmap", "mmap2", "munmap", "mremap", "mprotect", "madvise", "cacheflush",
     "riscv_flush_icache",
-    // Becoming the reader, which stays as confined as this program is
-    "execve",
     // How the C library starts, locks and ends
     "arch_prctl", "set_thread_area", "get_thread_area", "set_tls", "get_tls", "set_tid_address",
     "set_robust_list", "rseq", "futex", "futex_time64", "sched_yield", "getrandom", "exit",
@@ -42,6 +40,18 @@ constexpr const char* kAllowed[] = {
     "getgid32", "getegid", "getegid32", "getrlimit", "ugetrlimit", "getrusage", "times", "uname",
     "sysinfo", "getcpu", "time", "gettimeofday", "clock_gettime", "clock_gettime64", "clock_getres",
     "clock_getres_time64"};
+
+// The reader stays as confined as this program is.
+constexpr const char* kToBecomeReader[] = {"execve"};
+
+// Copies, and what the database library does with them: locks, journals, pages, waits.
+constexpr const char* kToReadDatabases[] = {
+    "open",        "openat",          "fcntl",
+    "fcntl64",     "pwrite64",        "ftruncate",
+    "ftruncate64", "unlink",          "unlinkat",
+    "mkdir",       "mkdirat",         "fsync",
+    "fdatasync",   "nanosleep",       "rmdir",
+    "fallocate",   "clock_nanosleep", "clock_nanosleep_time64"};
 
 struct SystemCall {
     const char* name;
@@ -57,12 +67,22 @@ constexpr scmp_arg_cmp lacksBits(unsigned argument, std::uint64_t bits) {
 }
 constexpr scmp_arg_cmp isNull(unsigned argument) { return {argument, SCMP_CMP_EQ, 0, 0}; }
 
+// A reader opens files for reading alone, and locks none, which would keep others from them.
+std::vector<SystemCall> allowedToReaders() {
+    constexpr std::uint64_t kWriting = O_ACCMODE | O_CREAT | O_TRUNC;
+    std::vector<SystemCall> calls = {{"open", {lacksBits(1, kWriting)}},
+                                     {"openat", {lacksBits(2, kWriting)}}};
+    for (const int command : {F_DUPFD, F_DUPFD_CLOEXEC, F_GETFD, F_SETFD, F_GETFL}) {
+        const scmp_arg_cmp isIt = isInt(1, static_cast<std::uint64_t>(command));
+        calls.push_back({"fcntl", {isIt}});  // and no signals to others by F_SETOWN
+        calls.push_back({"fcntl64", {isIt}});
+    }
+    return calls;
+}
+
 std::vector<SystemCall> allowedSometimes() {
     const auto self = static_cast<std::uint64_t>(getpid());
-    constexpr std::uint64_t kWriting = O_ACCMODE | O_CREAT | O_TRUNC;
     std::vector<SystemCall> calls = {
-        {"open", {lacksBits(1, kWriting)}},
-        {"openat", {lacksBits(2, kWriting)}},
         // Aborting
         {"kill", {isInt(0, self)}},
         {"tkill", {isInt(0, self)}},
@@ -73,12 +93,6 @@ std::vector<SystemCall> allowedSometimes() {
     for (const std::uint64_t process : {std::uint64_t{0}, self}) {
         calls.push_back({"prlimit64", {isInt(0, process), isNull(2)}});  // reads its own limits
         calls.push_back({"sched_getaffinity", {isInt(0, process)}});
-    }
-    // No locks, which would keep others from their files, and no signals to others by F_SETOWN
-    for (const int command : {F_DUPFD, F_DUPFD_CLOEXEC, F_GETFD, F_SETFD, F_GETFL}) {
-        const scmp_arg_cmp isIt = isInt(1, static_cast<std::uint64_t>(command));
-        calls.push_back({"fcntl", {isIt}});
-        calls.push_back({"fcntl64", {isIt}});
     }
     // Is it a terminal?
     calls.push_back({"ioctl", {isInt(1, TCGETS)}});
@@ -132,9 +146,15 @@ private:
 
 }  // namespace
 
-void refuseOtherSystemCalls() {
+void refuseOtherSystemCalls(Work work) {
     Filter filter;
     for (const char* name : kAllowed) filter.allow({name, {}});
+    if (work == Work::BecomeReader) {
+        for (const char* name : kToBecomeReader) filter.allow({name, {}});
+        for (const SystemCall& call : allowedToReaders()) filter.allow(call);
+    } else {
+        for (const char* name : kToReadDatabases) filter.allow({name, {}});
+    }
     for (const SystemCall& call : allowedSometimes()) filter.allow(call);
     filter.pretendToLackNewerOnes();
     filter.load();

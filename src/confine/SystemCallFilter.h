@@ -1,9 +1,14 @@
-// The system calls that a reader of files needs; all others fail.
+// The system calls that a reader of strange files needs; all others fail.
 #pragma once
 
 namespace siftwell {
 
-// For this process as it is now and for the program that it becomes, so only at the end.
-void refuseOtherSystemCalls();
+enum class Work {
+    BecomeReader,   // it becomes another program, which reads files and changes none
+    ReadDatabases,  // it stays, and keeps private copies of databases, which it may change
+};
+
+// For this process as it is now, so only at the end, and for the program that it becomes.
+void refuseOtherSystemCalls(Work work);
 
 }  // namespace siftwell

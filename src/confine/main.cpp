@@ -26,18 +26,12 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "confine/Failure.h"
 #include "confine/FileRules.h"
 #include "confine/SystemCallFilter.h"
 
 namespace siftwell {
-
-void fail(const char* what, int error, int exitStatus) {
-    std::fprintf(stderr, "siftwell-confined: %s: %s\n", what, std::strerror(error));
-    std::_Exit(exitStatus);
-}
 
 namespace {
 
@@ -67,7 +61,7 @@ void limitResources() {
     // Behind the namespace, whose making may undo it
     require(prctl(PR_SET_PDEATHSIG, SIGKILL), "die with the launching thread");
     limitResources();
-    refuseOtherSystemCalls();
+    refuseOtherSystemCalls(Work::BecomeReader);
     execvp(arguments[0], arguments);
     fail(arguments[0], errno, errno == ENOENT ? kNotFound : kNotRun);
 }
