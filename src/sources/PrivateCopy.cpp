@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <system_error>
@@ -71,6 +72,14 @@ Status copyFilePrivately(const std::string& from, const std::string& to) {
     Status status = copyBytes(source.get(), target.get(), from);
     if (!status.isOk()) unlink(to.c_str());
     return status;
+}
+
+Result<std::string> makePrivateFolder() {
+    const auto folder = temporaryFolder();
+    if (!folder) return folder.status();
+    std::string name = *folder + "/" + std::to_string(getpid()) + ".XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) return failure(errno, name);
+    return name;
 }
 
 Result<std::string> copyToTemporaryFolder(const std::string& path) {

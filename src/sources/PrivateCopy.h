@@ -17,6 +17,9 @@ namespace siftwell {
 // Copies the file under a new name, "PROCESS.TICKS.NAME"; the copy's path.
 Result<std::string> copyToTemporaryFolder(const std::string& path);
 
+// A new folder of the user's own, beside those copies, for the copies of a child program.
+Result<std::string> makePrivateFolder();
+
 // Copies a plain file to where there is none yet; nothing is left of a copy that failed.
 Status copyFilePrivately(const std::string& from, const std::string& to);
 

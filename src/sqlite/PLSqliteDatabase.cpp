@@ -2,7 +2,9 @@
 
 #include <sqlite3.h>
 
+#include <ctime>
 #include <limits>
+#include <utility>
 
 #include "base/Log.h"
 #include "base/Translate.h"
@@ -26,6 +28,20 @@ bool isWhiteSpace(std::string_view text) {
 // Views and triggers of a foreign file may call only functions without side effects.
 void distrustSchema(sqlite3* connection) {
     sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+}
+
+// Few, since one of them may work on a value of megabytes.
+constexpr int kStepsBetweenLooksAtTheClock = 1000;
+
+std::chrono::nanoseconds processorTimeOfThread() {
+    timespec used{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
+}
+
+int isOver(void* lastProcessorTime) {
+    return processorTimeOfThread() > *static_cast<std::chrono::nanoseconds*>(lastProcessorTime) ? 1
+                                                                                                : 0;
 }
 
 std::int64_t withinInt32OrAbove(std::int64_t value) {
@@ -85,6 +101,22 @@ bool PLSqliteDatabase::openWithFlags(int flags, PlausibleError* andReturnError) 
     }
     distrustSchema(m_sqlite);
     return true;
+}
+
+void PLSqliteDatabase::confine(std::chrono::milliseconds processorTime) {
+    for (const int ability : {SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_ENABLE_TRIGGER}) {
+        sqlite3_db_config(m_sqlite, ability, 0, nullptr);
+    }
+    sqlite3_db_config(m_sqlite, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    using Limit = std::pair<int, int>;
+    for (const auto& [limit, value] :
+         {Limit{SQLITE_LIMIT_LENGTH, kMaxConfinedBytes}, Limit{SQLITE_LIMIT_SQL_LENGTH, 1 << 20},
+          Limit{SQLITE_LIMIT_EXPR_DEPTH, 100}, Limit{SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 100},
+          Limit{SQLITE_LIMIT_ATTACHED, 0}}) {
+        sqlite3_limit(m_sqlite, limit, value);
+    }
+    m_lastProcessorTime = processorTimeOfThread() + processorTime;
+    sqlite3_progress_handler(m_sqlite, kStepsBetweenLooksAtTheClock, &isOver, &m_lastProcessorTime);
 }
 
 std::unique_ptr<PLSqliteResultSet> PLSqliteDatabase::executeQuery(const std::string& statement,

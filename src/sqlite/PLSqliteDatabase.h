@@ -10,6 +10,7 @@
 // Misuse, and a step of a query that fails, throw a NamedException "PLSqliteException".
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -44,6 +45,14 @@ public:
     // For reading and writing; a missing file is made. Opening twice throws, after a failure too.
     bool open() { return openWithFlags(kReadWrite | kCreate); }
     bool openWithFlags(int flags, PlausibleError* andReturnError = nullptr);
+
+    // What a value or a row of a confined database holds at most.
+    static constexpr int kMaxConfinedBytes = 16 << 20;
+
+    // For a file that somebody else may have made to do harm; asked once, right after opening.
+    // Views and triggers do not run, nothing longer than kMaxConfinedBytes is read, and once this
+    // thread has used so much more of the processor, whatever runs fails as interrupted.
+    void confine(std::chrono::milliseconds processorTime);
 
     // Whether a connection is held. One that could not be opened may be held as well.
     bool goodConnection() const { return m_sqlite != nullptr; }
@@ -92,6 +101,7 @@ private:
 
     const std::string m_path;
     sqlite3* m_sqlite = nullptr;
+    std::chrono::nanoseconds m_lastProcessorTime{};  // of the thread, once confined
 };
 
 }  // namespace siftwell

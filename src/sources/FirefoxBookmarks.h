@@ -1,0 +1,16 @@
+// FirefoxBookmarks: the bookmarks in the places.sqlite of a browser of the Firefox family.
+//
+// Threads: those of the database. Errors: as BrowserDatabase says; what was handed over before
+// stays handed over.
+#pragma once
+
+#include "sources/BrowserDatabase.h"
+
+namespace siftwell {
+
+// The bookmarks that were added after the date, or at a time that is not known, in the order in
+// which they were made. Tags are none, though they are stored as bookmarks of their own; neither
+// are programs and queries of the browser. At most kMaxAddresses of Addresses.h.
+Status readFirefoxBookmarks(BrowserDatabase& database, Date after, const TakeEntry& take);
+
+}  // namespace siftwell
