@@ -1,0 +1,46 @@
+// The first byte says which file of bookmarks the others are. Whatever they hold, what is handed
+// over is an address within its bounds that is later than was asked for.
+
+#include "Require.h"
+#include "sources/FirefoxBookmarkBackup.h"
+#include "sources/FlockBookmarks.h"
+#include "sources/MozLz4.h"
+#include "sources/ShiiraBookmarks.h"
+
+namespace {
+
+using namespace siftwell;
+using fuzz::require;
+
+constexpr Date kAfter = Date::fromUnix(1'000'000'000);
+
+bool take(const BrowserEntry& entry) {
+    require(isTakenBookmark(entry.url));
+    require(entry.title.size() <= kMaxTitleBytes);
+    require(!entry.date || (*entry.date > kAfter && *entry.date <= Date::distantFuture()));
+    return true;
+}
+
+void read(char kind, std::string_view bytes) {
+    switch (kind) {
+        case '0':
+            if (const auto text = unpackMozLz4(bytes)) require(text->size() <= kMaxUnpackedBytes);
+            [[fallthrough]];
+        case '1':
+            readFirefoxBookmarkBackup(bytes, kAfter, take).isOk();
+            break;
+        case '2':
+            readFlockBookmarks(bytes, kAfter, take).isOk();
+            break;
+        default:
+            readShiiraBookmarks(bytes, take).isOk();
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view input = fuzz::asText(data, size);
+    if (!input.empty()) read(input.front(), input.substr(1));
+    return 0;
+}

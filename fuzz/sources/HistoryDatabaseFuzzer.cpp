@@ -1,0 +1,63 @@
+// The first byte says which reader gets the others, the bytes of a database. Whatever they hold,
+// what is handed over is an address within its bounds that is later than was asked for.
+
+#include <array>
+#include <filesystem>
+
+#include "Require.h"
+#include "base/Log.h"
+#include "sources/ChromeHistory.h"
+#include "sources/FalkonHistory.h"
+#include "sources/FirefoxBookmarks.h"
+#include "sources/FirefoxHistory.h"
+#include "sources/GnomeWebHistory.h"
+#include "sources/QutebrowserHistory.h"
+#include "support/TemporaryFolder.h"
+
+namespace {
+
+using namespace siftwell;
+using fuzz::require;
+
+constexpr Date kAfter = Date::fromUnix(1'000'000'000);
+
+using Reader = Status (*)(BrowserDatabase&, Date, const TakeEntry&);
+constexpr std::array<Reader, 6> kReaders{readFirefoxVisits, readFirefoxBookmarks,
+                                         readChromeVisits,  readGnomeWebVisits,
+                                         readFalkonVisits,  readQutebrowserVisits};
+
+bool take(const BrowserEntry& entry) {
+    require(isTakenAddress(entry.url));
+    require(entry.title.size() <= kMaxTitleBytes);
+    require(!entry.date || (*entry.date > kAfter && *entry.date <= Date::distantFuture()));
+    return true;
+}
+
+class World {
+public:
+    World() {
+        setLogSink([](std::string_view) {});
+    }
+
+    void run(Reader reader, std::string_view bytes) {
+        const std::string path = m_folder.write("copy", bytes);
+        // Far less than what a fuzzer takes for an endless loop.
+        auto database = BrowserDatabase::open(path, path, std::chrono::seconds(2));
+        if (database) reader(*database, kAfter, take).isOk();
+        for (const char* beside : {"-wal", "-shm", "-journal"}) {
+            std::filesystem::remove(path + beside);
+        }
+    }
+
+private:
+    TemporaryFolder m_folder;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static World world;
+    if (size > 0)
+        world.run(kReaders.at(data[0] % kReaders.size()), fuzz::asText(data, size).substr(1));
+    return 0;
+}

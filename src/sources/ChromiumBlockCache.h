@@ -1,0 +1,24 @@
+// ChromiumBlockCache: a folder of ChromiumBlockFiles. Entries are named by their addresses.
+//
+// Threads and errors: as BrowserCache.
+#pragma once
+
+#include <string>
+
+#include "sources/BrowserCache.h"
+#include "sources/ChromiumBlockFiles.h"
+
+namespace siftwell {
+
+class ChromiumBlockCache final : public BrowserCache {
+public:
+    explicit ChromiumBlockCache(const std::string& folder);
+
+    Result<std::vector<Entry>> entriesChangedAfter(Date date) override;
+    std::optional<CachedPage> page(const std::string& name) override;
+
+private:
+    ChromiumBlockFiles m_files;
+};
+
+}  // namespace siftwell
