@@ -1,6 +1,7 @@
 #include "app/IndexingScan.h"
 
 #include <algorithm>
+#include <iterator>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -86,9 +87,16 @@ bool IndexingScan::takesPart(const SearchItem& item) const {
 void IndexingScan::scanItems(const Dates& dates) {
     m_surroundings.runningItems.clear();
     std::vector<std::jthread> threads;
-    for (const SearchItem& item : m_items) {
-        if (takesPart(item)) scanOnThread(item, dates, threads);
+    std::vector<SearchItem> items;
+    std::copy_if(m_items.begin(), m_items.end(), std::back_inserter(items),
+                 [this](const SearchItem& item) { return takesPart(item); });
+    const auto readsOne = [](const SearchItem& item) { return readsCache(item.Indexer); };
+    const auto others = std::stable_partition(items.begin(), items.end(), readsOne);
+    // Before the first of those that wait for them starts.
+    for (auto cache = items.begin(); cache != others; ++cache) {
+        m_surroundings.items.cacheScans.announce();
     }
+    for (const SearchItem& item : items) scanOnThread(item, dates, threads);
     m_surroundings.runningItems.waitUntilAllAreDone();
     m_surroundings.runningItems.clear();
 }
@@ -104,11 +112,13 @@ void IndexingScan::scanOnThread(SearchItem item, const Dates& dates,
             nameThisThread("item");
             collectStackTracesOnThrow();
             ItemScan(m_surroundings.items, record).indexInThread();
+            if (readsCache(stored.Indexer)) m_surroundings.items.cacheScans.end();
             m_surroundings.indexerDone(record, stored);
         });
     } catch (const std::system_error&) {
         // No more threads are to be had: the item waits for the next scan.
         record->change([](SearchItem& each) { each.ScanResult = scanResult::kFailure; });
+        if (readsCache(stored.Indexer)) m_surroundings.items.cacheScans.end();
         m_surroundings.indexerDone(record, stored);
     }
 }

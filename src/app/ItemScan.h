@@ -31,6 +31,7 @@ public:
         DocumentRetriever& retriever;
         SWNotifier& notifier;
         IndexerFactory makeIndexer;
+        CacheScans& cacheScans;
         // How long one of the 300 waits for downloads takes at most.
         std::chrono::milliseconds downloadWait = std::chrono::seconds(1);
     };

@@ -45,6 +45,7 @@ ScanCycle::ScanCycle(const Surroundings& surroundings)
                     .retriever = surroundings.retriever,
                     .notifier = surroundings.notifier,
                     .makeIndexer = surroundings.makeIndexer,
+                    .cacheScans = surroundings.cacheScans,
                     .downloadWait = surroundings.downloadWait},
           .purgeURLCache = [this] { purgeURLCache(); },
           .indexerDone =

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "indexers/BrowserCacheIndexer.h"
+#include "indexers/FirefoxBookmarks.h"
 #include "indexers/InternetExplorer.h"
 #include "indexers/LocalFiles.h"
 #include "indexers/SingleURL.h"
@@ -17,20 +19,40 @@ namespace {
 using Surroundings = SiftwellIndexer::Surroundings;
 using Record = std::shared_ptr<SearchItemRecord>;
 
+using Make = std::unique_ptr<SiftwellIndexer> (*)(const Surroundings&, Record, std::string);
+
 template <typename Indexer>
-std::unique_ptr<SiftwellIndexer> make(const Surroundings& surroundings, Record searchItem) {
+std::unique_ptr<SiftwellIndexer> makeNamed(const Surroundings& surroundings, Record searchItem,
+                                           std::string className) {
+    return std::make_unique<Indexer>(surroundings, std::move(searchItem), std::move(className));
+}
+
+template <typename Indexer>
+std::unique_ptr<SiftwellIndexer> make(const Surroundings& surroundings, Record searchItem,
+                                      std::string) {
     return std::make_unique<Indexer>(surroundings, std::move(searchItem));
 }
 
 struct Registration {
     std::string_view className;
-    std::unique_ptr<SiftwellIndexer> (*make)(const Surroundings&, Record);
+    Make make;
 };
 
-constexpr std::array<Registration, 4> kIndexers = {{{"InternetExplorer", make<InternetExplorer>},
-                                                    {"LocalFiles", make<LocalFiles>},
-                                                    {"SingleURL", make<SingleURL>},
-                                                    {"URLExtractor", make<URLExtractor>}}};
+constexpr std::array<Registration, 14> kIndexers = {
+    {{"ChromeCache", makeNamed<BrowserCacheIndexer>},
+     {"ChromeHistory", makeNamed<TaskIndexer>},
+     {"EpiphanyHistory", makeNamed<TaskIndexer>},
+     {"FalkonHistory", makeNamed<TaskIndexer>},
+     {"FirefoxBookmarks", makeNamed<FirefoxBookmarks>},
+     {"FirefoxCache", makeNamed<BrowserCacheIndexer>},
+     {"FirefoxHistory", makeNamed<TaskIndexer>},
+     {"FlockBookmarks", makeNamed<TaskIndexer>},
+     {"InternetExplorer", make<InternetExplorer>},
+     {"LocalFiles", make<LocalFiles>},
+     {"QutebrowserHistory", makeNamed<TaskIndexer>},
+     {"ShiiraBookmarks", makeNamed<TaskIndexer>},
+     {"SingleURL", make<SingleURL>},
+     {"URLExtractor", make<URLExtractor>}}};
 
 }  // namespace
 
@@ -38,7 +60,7 @@ std::unique_ptr<SiftwellIndexer> makeIndexer(const std::string& className,
                                              const Surroundings& surroundings, Record searchItem) {
     for (const Registration& registration : kIndexers) {
         if (registration.className == className) {
-            return registration.make(surroundings, std::move(searchItem));
+            return registration.make(surroundings, std::move(searchItem), className);
         }
     }
     return nullptr;
@@ -50,8 +72,12 @@ bool hasIndexer(const std::string& className) {
     });
 }
 
+bool readsCache(const std::string& className) {
+    return className == "ChromeCache" || className == "FirefoxCache" || className == "SafariCache";
+}
+
 bool worksWithoutNetwork(const SearchItem& item) {
-    if (item.Indexer == "LocalFiles" || item.Indexer == "SafariCache") return true;
+    if (item.Indexer == "LocalFiles" || readsCache(item.Indexer)) return true;
     if (item.Indexer != "SingleURL") return false;
     const auto url = Url::parse(item.Path);
     return !url || !url->hasScheme() || url->isFile();

@@ -113,6 +113,7 @@ bool SiftwellIndexer::indexObject(const CachedObject& object, std::optional<Date
 }
 
 Date SiftwellIndexer::indexURLAndDateArray(const std::vector<BatchEntry>& entries) {
+    waitForCachesOfThisScan();
     Date newest = lastURLDate();
     reportProgressStarting(entries.size());
     for (const BatchEntry& entry : entries) {
@@ -124,6 +125,12 @@ Date SiftwellIndexer::indexURLAndDateArray(const std::vector<BatchEntry>& entrie
         if (entry.date) newest = std::max(newest, *entry.date);
     }
     return newest;
+}
+
+void SiftwellIndexer::waitForCachesOfThisScan() {
+    constexpr std::chrono::milliseconds kBetweenLooks(500);
+    while (indexingEnabled() && !m_surroundings.locks.cacheScans.waitUntilNone(kBetweenLooks)) {
+    }
 }
 
 SiftwellIndexer::Hold SiftwellIndexer::lockDirectory() {
@@ -139,6 +146,7 @@ SiftwellIndexer::Hold SiftwellIndexer::beginCacheIndexing() {
 
 void SiftwellIndexer::waitForCacheIndexing() {
     reportProgress("Waiting...");
+    waitForCachesOfThisScan();
     m_surroundings.locks.cacheLock.passThrough();
     reportProgressDone("Waiting...");
 }

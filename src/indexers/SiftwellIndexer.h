@@ -26,6 +26,7 @@
 #include "base/Settings.h"
 #include "base/Url.h"
 #include "index/IndexController.h"
+#include "indexers/CacheScans.h"
 #include "records/CachedObject.h"
 #include "records/SearchItemRecord.h"
 #include "retrieval/DocumentRetriever.h"
@@ -39,6 +40,7 @@ struct IndexerLocks {
     Gate currentDirectoryLock{Gate::Guards::Turns};
     // Held while a cache is scanned; histories wait for it.
     Gate cacheLock{Gate::Guards::Turns};
+    CacheScans cacheScans;
 };
 
 // An entry of a history or of bookmarks, as it is handed over.
@@ -137,8 +139,9 @@ public:
     // The store's answer.
     bool indexObject(const CachedObject& object, std::optional<Date> date,
                      const std::string& objectPath);
-    // Hands the entries over in their order until indexing is switched off. The newest date among
-    // those that were handed over, or lastURLDate() when that is later.
+    // Waits for the caches of this scan, then hands the entries over in their order until indexing
+    // is switched off. The newest date among those that were handed over, or lastURLDate() when
+    // that is later.
     Date indexURLAndDateArray(const std::vector<BatchEntry>& entries);
 
 protected:
@@ -147,8 +150,10 @@ protected:
     // The lock is held for as long as what they return lives (unlockDirectory, endCacheIndexing).
     [[nodiscard]] Hold lockDirectory();
     [[nodiscard]] Hold beginCacheIndexing();
-    // Until no cache is being scanned.
+    // Until no cache is being scanned, or is still to be in this scan.
     void waitForCacheIndexing();
+
+    const std::string& className() const { return m_className; }
 
     bool indexingEnabled() const { return m_surroundings.indexes.indexingEnabled(); }
     void yieldForPriorityThread() { m_surroundings.indexes.yieldForPriorityThread(); }
@@ -174,6 +179,9 @@ protected:
     const Surroundings m_surroundings;
 
 private:
+    // Without a report. An address that cannot be loaded is not tried again, not even with the
+    // bytes that a cache has of it.
+    void waitForCachesOfThisScan();
     void appendChangedFilesInFolder(const std::string& folder, std::vector<std::string>& changed);
     void reportUnreadable(const std::string& path, const Status& status);
     [[noreturn]] void throwCopyFailed(const std::string& message, const Status& status) const;

@@ -85,6 +85,7 @@ protected:
                                                       m_paths, m_clock, m_indexerLocks},
                         std::move(item), script->second);
                 },
+                .cacheScans = m_indexerLocks.cacheScans,
                 .checkForUpdate = [this] { ++m_updateChecks; },
                 .cameToRest = [this] { ++m_rests; },
                 .emptyURLCache = [this] { ++m_cachePurges; },

@@ -263,7 +263,7 @@ TEST_F(ScanCycleTest, EachFailureHasItsMessageItsResultAndSwitchesItsItemOff) {
     item("Odd", [](SearchItemRecord&) { throw std::out_of_range("odd"); });
     item("Fine", succeed());
     item("Foreign", succeed()).Indexer = "NoSuchClass";
-    item("To come", succeed()).Indexer = "ShiiraBookmarks";
+    item("To come", succeed()).Indexer = "SafariHistory";
     scan();
     std::vector<std::string> reports = takeReports();
     std::sort(reports.begin(), reports.end());

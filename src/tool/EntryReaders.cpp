@@ -1,0 +1,98 @@
+#include "tool/EntryReaders.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/Files.h"
+#include "sources/BrowserDatabase.h"
+#include "sources/ChromeHistory.h"
+#include "sources/FalkonHistory.h"
+#include "sources/FirefoxBookmarkBackup.h"
+#include "sources/FirefoxBookmarks.h"
+#include "sources/FirefoxHistory.h"
+#include "sources/FlockBookmarks.h"
+#include "sources/GnomeWebHistory.h"
+#include "sources/PrivateDatabase.h"
+#include "sources/QutebrowserHistory.h"
+#include "sources/ShiiraBookmarks.h"
+
+namespace siftwell {
+
+namespace {
+
+constexpr std::size_t kMaxFileBytes = std::size_t{128} << 20;  // of one that is read whole
+
+bool isFolder(const std::string& path) {
+    const auto info = fileInfo(path);
+    return info && info->isFolder;
+}
+
+// A folder of backups stands for the newest of them.
+std::string fileFor(const std::string& path) {
+    if (!isFolder(path)) return path;
+    return newestBookmarkBackup(path).value_or(path);
+}
+
+bool isDatabase(std::string_view path) { return path.ends_with(".sqlite"); }
+
+using DatabaseReader = Status (*)(BrowserDatabase& database, Date after, const TakeEntry& take);
+using BytesReader = Status (*)(std::string_view bytes, Date after, const TakeEntry& take);
+
+template <DatabaseReader kRead>
+Status readCopy(const std::string& path, Date after, const TakeEntry& take) {
+    const auto copy = PrivateDatabase::copyOf(path);
+    if (!copy) return copy.status();
+    auto database = BrowserDatabase::open(copy->path(), path);
+    return database ? kRead(*database, after, take) : database.status();
+}
+
+template <BytesReader kRead>
+Status readWhole(const std::string& path, Date after, const TakeEntry& take) {
+    const auto bytes = readFile(path, kMaxFileBytes);
+    return bytes ? kRead(*bytes, after, take) : bytes.status();
+}
+
+Status readShiira(std::string_view bytes, Date, const TakeEntry& take) {
+    return readShiiraBookmarks(bytes, take);
+}
+
+// Its profiles hold a database, or, in a folder or named themselves, backups of it.
+Status readFirefox(const std::string& path, Date after, const TakeEntry& take) {
+    const std::string file = fileFor(path);
+    return isDatabase(file) ? readCopy<readFirefoxBookmarks>(file, after, take)
+                            : readWhole<readFirefoxBookmarkBackup>(file, after, take);
+}
+
+Status readFlock(const std::string& path, Date after, const TakeEntry& take) {
+    return isDatabase(path) ? readCopy<readFirefoxBookmarks>(path, after, take)
+                            : readWhole<readFlockBookmarks>(path, after, take);
+}
+
+constexpr std::array<std::pair<std::string_view, EntryReader>, 8> kReaders = {
+    {{"ChromeHistory", readCopy<readChromeVisits>},
+     {"EpiphanyHistory", readCopy<readGnomeWebVisits>},
+     {"FalkonHistory", readCopy<readFalkonVisits>},
+     {"FirefoxBookmarks", readFirefox},
+     {"FirefoxHistory", readCopy<readFirefoxVisits>},
+     {"FlockBookmarks", readFlock},
+     {"QutebrowserHistory", readCopy<readQutebrowserVisits>},
+     {"ShiiraBookmarks", readWhole<readShiira>}}};
+
+}  // namespace
+
+EntryReader entryReaderFor(const std::string& indexer) {
+    for (const auto& [name, reader] : kReaders) {
+        if (name == indexer) return reader;
+    }
+    return nullptr;
+}
+
+Date changeDateOf(const std::string& path) { return changeDateOfDatabase(fileFor(path)); }
+
+std::vector<std::string> filesReadFor(const std::string& path) {
+    return {path, path + "-wal", path + "-journal"};
+}
+
+}  // namespace siftwell
