@@ -62,6 +62,7 @@ AppController::AppController(const Surroundings& surroundings)
                .alerts = surroundings.alerts,
                .network = m_network,
                .makeIndexer = surroundings.makeIndexer ? surroundings.makeIndexer : ownIndexers(),
+               .cacheScans = m_indexerLocks.cacheScans,
                // A command ends before an answer comes.
                .checkForUpdate =
                    [this] {
@@ -231,6 +232,11 @@ Status AppController::addToIndex(const Addition& addition) {
                                   ? ScanScope::LocalSources
                                   : ScanScope::Everything);
     }
+    return {};
+}
+
+Status AppController::addMissingItems(const std::vector<SearchItem>& items) {
+    m_preferences.addMissingItems(items, m_session.paths());
     return {};
 }
 

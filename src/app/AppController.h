@@ -59,6 +59,7 @@ public:
     Status startScan(ScanScope scope) override;
     Result<ScanState> scanState() override;
     Status addToIndex(const Addition& addition) override;
+    Status addMissingItems(const std::vector<SearchItem>& items) override;
     Result<std::size_t> removeFromIndex(const std::vector<std::string>& urls) override;
     Status setSearchItemValue(const std::string& name, const std::string& key,
                               const PropertyList& value) override;

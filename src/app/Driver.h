@@ -16,6 +16,7 @@
 #include "base/PropertyList.h"
 #include "base/Status.h"
 #include "base/Url.h"
+#include "records/SearchItem.h"
 
 namespace siftwell {
 
@@ -59,6 +60,9 @@ public:
     // Makes a search item for the address and starts a scan. Invalid when nothing can be made of
     // the address.
     virtual Status addToIndex(const Addition& addition) = 0;
+    // Puts the items into the list of sources, each but those that are there already: of the same
+    // indexer, and leading to the same file. What is there is switched on if the item is on.
+    virtual Status addMissingItems(const std::vector<SearchItem>& items) = 0;
     // How many of the pages were in an index.
     virtual Result<std::size_t> removeFromIndex(const std::vector<std::string>& urls) = 0;
 

@@ -32,7 +32,12 @@ std::vector<IndexerChoice> indexerList() {
             {_("Extract URLs From File"), "URLExtractor"},
             {_("Extract URLs from old Index"), "IndexSalvager"},
             {_("Index Files in Folder"), "LocalFiles"},
-            {_("Index Single File or URL"), "SingleURL"}};
+            {_("Index Single File or URL"), "SingleURL"},
+            {_("Firefox Cache"), "FirefoxCache"},
+            {_("Google Chrome Cache"), "ChromeCache"},
+            {_("GNOME Web History"), "EpiphanyHistory"},
+            {_("Falkon History"), "FalkonHistory"},
+            {_("qutebrowser History"), "QutebrowserHistory"}};
 }
 
 bool isStillToCome(const std::string& indexer) {

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/BrowserItems.h"
 #include "base/Translate.h"
 
 namespace siftwell {
@@ -74,6 +75,12 @@ Status PreferenceCommands::resetScanDate(const std::string& name) {
 
 void PreferenceCommands::addSearchItem(SearchItem item) {
     m_preferences.mutableSearchItemsArray().push_back(std::move(item));
+    commit();
+}
+
+void PreferenceCommands::addMissingItems(const std::vector<SearchItem>& items, const Paths& paths) {
+    m_preferences.setMutableSearchItemsArray(
+        withMissingItems(m_preferences.mutableSearchItemsArray(), items, paths));
     commit();
 }
 

@@ -6,9 +6,11 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "app/PrefsController.h"
 #include "base/NotificationCentre.h"
+#include "base/Paths.h"
 #include "base/PropertyList.h"
 #include "base/Settings.h"
 #include "base/Status.h"
@@ -32,6 +34,7 @@ public:
     Status deleteSearchItem(const std::string& name);
     Status resetScanDate(const std::string& name);
     void addSearchItem(SearchItem item);
+    void addMissingItems(const std::vector<SearchItem>& items, const Paths& paths);
 
     Status addURLFilter(const std::string& text);
     Status deleteURLFilter(const std::string& text);

@@ -37,8 +37,8 @@ ExitStatus greet(const CommandContext& context) {
 
 // What the documentation promises and this version does not have yet.
 bool isPlanned(const std::string& argument) {
-    constexpr std::array kPlanned = {"clear",   "rebuild", "compact",  "dump",
-                                     "salvage", "toggle",  "discover", "apply"};
+    constexpr std::array kPlanned = {"clear",   "rebuild", "compact", "dump",
+                                     "salvage", "toggle",  "apply"};
     return std::find(kPlanned.begin(), kPlanned.end(), argument) != kPlanned.end();
 }
 

@@ -79,14 +79,18 @@ struct WhyOptions {
 ExitStatus runWhy(const WhyOptions& options, const CommandContext& context);
 
 struct SourcesOptions {
-    enum class Action { List, Enable, Disable, Delete, Reset, Set };
+    enum class Action { List, Discover, Enable, Disable, Delete, Reset, Set };
     Action action = Action::List;
     bool isJson = false;
+    bool isEnabling = false;  // what is discovered is added and switched on
     std::vector<std::string> names;
     std::string key;  // to be set
     std::string value;
 };
 ExitStatus runSources(const SourcesOptions& options, const CommandContext& context);
+ExitStatus runDiscover(const SourcesOptions& options, const CommandContext& context);
+// Before the very first start: tells which browsers there are, and how to have them read.
+void tellOfBrowsers(const CommandContext& context);
 
 struct FiltersOptions {
     enum class Action { List, Add, Delete, Reset };

@@ -64,6 +64,11 @@ void addSources(CLI::App& program, Command& command) {
         addTexts(sources.add(name, description, action), "NAME", options.names,
                  _("Names of sources"));
     };
+    CLI::App& discover = sources.add(
+        "discover", _("Show which browsers there are on this computer, as sources"), Discover);
+    discover.add_flag("--enable", options.isEnabling,
+                      _("Put them into the list, and read them at each scan"));
+    addJsonFlag(discover, options.isJson);
     addNamed("enable", _("Read them at each scan"), Enable);
     addNamed("disable", _("Read them no more; their pages stay"), Disable);
     addNamed("delete", _("Take them off the list; their pages stay"), Delete);

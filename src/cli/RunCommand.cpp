@@ -9,6 +9,7 @@ namespace siftwell {
 
 ExitStatus runResident(const RunOptions& options, const CommandContext& context) {
     keepMemorySmall();
+    tellOfBrowsers(context);
     NotificationCentre centre(context.mainLoop);
     const ErrorList errors(centre, context.console);
     const auto updates = centre.observe(

@@ -163,6 +163,7 @@ Status changeOne(Driver& driver, const std::string& name, Action action, const s
         case Action::Set:
             return driver.setSearchItemValue(name, key, value);
         case Action::List:
+        case Action::Discover:
             break;
     }
     return {};
@@ -186,6 +187,7 @@ void explainBuiltIn(const std::vector<std::string>& names, const std::vector<Sea
 }  // namespace
 
 ExitStatus runSources(const SourcesOptions& options, const CommandContext& context) {
+    if (options.action == Action::Discover) return runDiscover(options, context);
     std::vector<SearchItem> items;
     {
         const auto session =

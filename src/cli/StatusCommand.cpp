@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/Session.h"
+#include "app/ToolConfinement.h"
 #include "app/WriterLock.h"
 #include "app/bus/RunningCopy.h"
 #include "base/Files.h"
@@ -77,6 +78,13 @@ std::vector<std::string> runningSources(const PropertyList::Dictionary& status) 
     return names;
 }
 
+struct State {
+    std::vector<IndexLine> lines;
+    std::optional<Date> lastScan;
+    OtherCopy other;
+    std::optional<ToolConfinement> tool;
+};
+
 // ---- For programs
 
 Json dateOrNull(const std::optional<Date>& date) {
@@ -103,9 +111,13 @@ Json jsonFor(const OtherCopy& other) {
     return json;
 }
 
-void printJson(const std::vector<IndexLine>& lines, const std::optional<Date>& scan,
-               const OtherCopy& other, const Console& console) {
-    for (const IndexLine& line : lines) {
+Json jsonFor(const std::optional<ToolConfinement>& tool) {
+    if (!tool) return nullptr;
+    return {{"landlock", tool->hasFileRules}, {"seccomp", tool->hasSystemCallFilter}};
+}
+
+void printJson(const State& state, const Console& console) {
+    for (const IndexLine& line : state.lines) {
         Json json;
         json["index"] = repairedUtf8(line.name);
         json["documents"] = line.documents;
@@ -113,10 +125,11 @@ void printJson(const std::vector<IndexLine>& lines, const std::optional<Date>& s
         console.print(jsonLine(json));
     }
     Json json;
-    json["lastScan"] = dateOrNull(scan);
+    json["lastScan"] = dateOrNull(state.lastScan);
     json["runningCopy"] = nullptr;
-    if (other.process != 0) json["runningCopy"] = other.process;
-    json["activity"] = jsonFor(other);
+    if (state.other.process != 0) json["runningCopy"] = state.other.process;
+    json["activity"] = jsonFor(state.other);
+    json["indexerTool"] = jsonFor(state.tool);
     console.print(jsonLine(json));
 }
 
@@ -146,19 +159,31 @@ void printForPeople(const OtherCopy& other, const Console& console) {
     show(filledIn(_("To come: %@"), pageCount(static_cast<std::uint64_t>(pending))));
 }
 
-void printForPeople(const std::vector<IndexLine>& lines, const std::optional<Date>& scan,
-                    const OtherCopy& other, const Console& console) {
+std::string textFor(const std::optional<ToolConfinement>& tool) {
+    if (!tool) return _("it cannot be run, so that browsers' files are not read");
+    if (tool->hasFileRules && tool->hasSystemCallFilter) {
+        return _("confined to the files it reads, without a network (Landlock, seccomp)");
+    }
+    if (tool->hasSystemCallFilter) {
+        return _("without a network (seccomp); the kernel cannot confine it to the files it reads");
+    }
+    return _("not confined");
+}
+
+void printForPeople(const State& state, const Console& console) {
     std::uint64_t documents = 0;
     std::uint64_t bytes = 0;
-    for (const IndexLine& line : lines) {
+    for (const IndexLine& line : state.lines) {
         console.print(filledIn(_("%@: %@, %@"), printable(line.name), pageCount(line.documents),
                                humanBytes(line.bytes)));
         documents += line.documents;
         bytes += line.bytes;
     }
     console.print(filledIn(_("All: %@, %@"), pageCount(documents), humanBytes(bytes)));
-    console.print(filledIn(_("Last scan: %@"), scan ? moment(*scan) : _("never")));
-    printForPeople(other, console);
+    console.print(
+        filledIn(_("Last scan: %@"), state.lastScan ? moment(*state.lastScan) : _("never")));
+    printForPeople(state.other, console);
+    console.print(filledIn(_("Reader of browsers' files: %@"), textFor(state.tool)));
 }
 
 }  // namespace
@@ -167,16 +192,18 @@ ExitStatus runStatus(const StatusOptions& options, const CommandContext& context
     auto session = Session::open(context.paths, Session::Purpose::Reading, context.mainLoop);
     if (!session) return explainFailure(session.status(), context.console);
     const ErrorList errors((*session)->centre(), context.console);
-    const std::vector<IndexLine> lines = linesFor((*session)->indexes());
-    const auto scan = lastScan((*session)->settings());
+    State state{.lines = linesFor((*session)->indexes()),
+                .lastScan = lastScan((*session)->settings()),
+                .other = {},
+                .tool = toolConfinement(context.paths)};
     context.mainLoop.turn(std::chrono::milliseconds(0));
     const bool isDamaged = errors.size() > 0;  // what the other copy reports is its own
     NotificationCentre centre(context.mainLoop);
-    const OtherCopy other = askOtherCopy(context.paths, centre);
+    state.other = askOtherCopy(context.paths, centre);
     if (options.isJson) {
-        printJson(lines, scan, other, context.console);
+        printJson(state, context.console);
     } else {
-        printForPeople(lines, scan, other, context.console);
+        printForPeople(state, context.console);
     }
     return isDamaged ? ExitStatus::Unusable : ExitStatus::Done;
 }

@@ -21,7 +21,8 @@ protected:
                      .oldIndexFolder = m_home.file("config/Siftwell Index"),
                      .applicationData = m_home.file("data"),
                      .stateFolder = m_home.file("state"),
-                     .resourceFolder = m_home.file("resources")};
+                     .resourceFolder = m_home.file("resources"),
+                     .indexerTool = Paths::ofThisUser().indexerTool};
     std::unique_ptr<RunLoop> m_loop = makeHeadlessRunLoop();
 };
 

@@ -45,6 +45,16 @@ protected:
         return siftwell(arguments);
     }
 
+    // The addresses that a search of that type, by its number, finds.
+    std::set<std::string> find(const std::string& words, int type) {
+        static constexpr const char* kTypes[] = {"all", "fragments", "any", "any-fragments", "raw"};
+        std::set<std::string> urls;
+        for (const auto& row : found({"--limit", "0", "--type", kTypes[type], words})) {
+            urls.insert(row["url"]);
+        }
+        return urls;
+    }
+
     // Runs on beside the test.
     pid_t startSiftwell(const Arguments& arguments) {
         return start(arguments, m_home.file("out.started"), m_home.file("err.started"));

@@ -138,6 +138,11 @@ void BusServices::addAdditions() {
                                                      .fileUse = *use,
                                                      .isScanStarted = isScanStarted});
                        });
+    m_driver.addMethod("addMissingItems", {"items"}, [&driver](Value items) {
+        const auto* list = items.asArray();
+        if (list == nullptr) return Status(StatusCode::Invalid, _("The list is none."));
+        return driver.addMissingItems(searchItemsIn(*list));
+    });
     m_driver.addMethod("removeFromIndex", {"urls"}, [&driver](Texts urls) -> Result<std::uint32_t> {
         const auto removed = driver.removeFromIndex(urls);
         if (!removed) return removed.status();

@@ -215,6 +215,10 @@ Status RunningCopy::addToIndex(const Addition& addition) {
                 textOf(addition.fileUse), addition.isScanStarted);
 }
 
+Status RunningCopy::addMissingItems(const std::vector<SearchItem>& items) {
+    return tell("addMissingItems", PropertyList(listOf(items)));
+}
+
 Result<std::size_t> RunningCopy::removeFromIndex(const std::vector<std::string>& urls) {
     const auto removed = ask<std::uint32_t>("removeFromIndex", urls);
     if (!removed) return removed.status();

@@ -20,6 +20,10 @@ public:
         additions.push_back(addition);
         return answer;
     }
+    Status addMissingItems(const std::vector<SearchItem>& searchItems) override {
+        items = searchItems;
+        return answer;
+    }
     Result<std::size_t> removeFromIndex(const std::vector<std::string>& urls) override {
         removed = urls;
         return answered(urls.size());
@@ -57,6 +61,7 @@ public:
 
     std::vector<std::string> requests;
     std::vector<Addition> additions;
+    std::vector<SearchItem> items;
     std::vector<std::string> removed;
     std::vector<PropertyList> values;
 

@@ -78,6 +78,8 @@ TEST_F(RunningCopyTest, EveryRequestArrivesAsItWasMade) {
     offer();
     connect();
     const Url page = url("https://example.com/a?b=%20c#d");
+    const SearchItem item = SearchItem::fromDictionary(
+        {{"Name", "Käse (Snap)"}, {"Index", true}, {"LastScanDate", Date::distantPast()}});
     const auto told = asked([&](Driver& copy) {
         return std::vector<Status>{copy.startScan(Driver::ScanScope::Everything),
                                    copy.startScan(Driver::ScanScope::LocalSources),
@@ -86,6 +88,7 @@ TEST_F(RunningCopyTest, EveryRequestArrivesAsItWasMade) {
                                                     .indexer = "Bookmarks",
                                                     .fileUse = Driver::FileUse::IndexContents,
                                                     .isScanStarted = false}),
+                                   copy.addMissingItems({item, item}),
                                    copy.setSearchItemValue("käse", "Index", true),
                                    copy.deleteSearchItem("one"),
                                    copy.resetScanDate("two"),
@@ -111,6 +114,7 @@ TEST_F(RunningCopyTest, EveryRequestArrivesAsItWasMade) {
     EXPECT_EQ(m_driver.additions[1].indexer, "Bookmarks");
     EXPECT_EQ(m_driver.additions[1].fileUse, Driver::FileUse::IndexContents);
     EXPECT_FALSE(m_driver.additions[1].isScanStarted);
+    EXPECT_THAT(m_driver.items, ElementsAre(item, item));
 }
 
 TEST_F(RunningCopyTest, AnswersArriveAsTheyWereGiven) {
