@@ -1,0 +1,244 @@
+// What the indexer tool reads of browsers, up to where it is handed over.
+//
+//   bench_indexers [--visits N] [--entries N]
+//
+// A history of N visits (500,000 unless told), each to a page of its own, beside SQLite alone
+// walking the same rows in this process; and a cache of N entries (20,000) of 30 kB each, beside
+// reading its files.
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+
+#include "app/Session.h"
+#include "base/Log.h"
+#include "indexers/Indexers.h"
+#include "sqlite/PLSqliteDatabase.h"
+#include "support/Memory.h"
+#include "support/TemporaryFolder.h"
+
+namespace siftwell::bench {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using namespace std::string_view_literals;
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// Counts what it is handed and drops it.
+class CountingRetriever : public DocumentRetriever {
+public:
+    using DocumentRetriever::DocumentRetriever;
+
+    void indexDocument(const Url&, std::optional<Date>, std::optional<std::string>,
+                       const std::string&, const std::string&) override {
+        ++documents;
+    }
+    bool indexEncodedObject(const CachedObject& object, std::optional<Date>, const std::string&,
+                            const std::string&, const std::string&) override {
+        ++documents;
+        bytes += std::get<WebResource>(object).data.size();
+        return true;
+    }
+
+    std::size_t documents = 0;
+    std::size_t bytes = 0;
+};
+
+class Run {
+public:
+    Run() {
+        m_paths.indexerTool = Paths::ofThisUser().indexerTool;
+        auto session = Session::open(m_paths, Session::Purpose::Writing, *m_loop);
+        if (!session) {
+            std::fprintf(stderr, "%s\n", session.status().message().c_str());
+            std::exit(1);
+        }
+        m_session = *std::move(session);
+        m_session->waitUntilIndexingIsEnabled();
+        m_retriever = std::make_unique<CountingRetriever>(DocumentRetriever::Surroundings{
+            m_session->indexes(), m_session->notifier(), m_session->centre(), m_session->settings(),
+            *m_loop, m_session->clock(), m_session->network(),
+            std::make_shared<RouteReachability>(), nullptr});
+    }
+    ~Run() {
+        m_retriever.reset();
+        static_cast<void>(m_session->close());
+    }
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    // Seconds for one scan.
+    double scan(const std::string& indexer, const std::string& path) {
+        const auto item = std::make_shared<SearchItemRecord>(
+            SearchItem{.Name = "Bench", .Path = path, .Indexer = indexer});
+        const auto start = Clock::now();
+        makeIndexer(indexer,
+                    {m_session->indexes(), *m_retriever, m_session->notifier(),
+                     m_session->settings(), m_paths, m_session->clock(), m_locks},
+                    item)
+            ->performIndexingScan();
+        const double seconds = secondsSince(start);
+        m_loop->turn(std::chrono::milliseconds(0));
+        return seconds;
+    }
+    const CountingRetriever& retriever() const { return *m_retriever; }
+
+private:
+    const TemporaryFolder m_home;
+    Paths m_paths{.settingsFile = m_home.file("settings.plist"),
+                  .oldIndexFolder = m_home.file("old"),
+                  .applicationData = m_home.file("data"),
+                  .stateFolder = m_home.file("state"),
+                  .resourceFolder = "",
+                  .indexerTool = ""};
+    const std::unique_ptr<RunLoop> m_loop = makeHeadlessRunLoop();
+    std::unique_ptr<Session> m_session;
+    std::unique_ptr<CountingRetriever> m_retriever;
+    IndexerLocks m_locks;
+};
+
+void run(PLSqliteDatabase& database, const std::string& statement) {
+    const auto rows = database.executeQuery(statement);
+    while (rows != nullptr && rows->next()) {
+    }
+}
+
+std::string makeHistory(const TemporaryFolder& folder, std::size_t visits) {
+    std::string path = folder.file("places.sqlite");
+    const auto database = PLSqliteDatabase::databaseWithPath(path);
+    if (!database->open()) std::exit(1);
+    run(*database,
+        "CREATE TABLE moz_places (id INTEGER PRIMARY KEY, url TEXT, title TEXT, hidden INTEGER, "
+        "last_visit_date INTEGER)");
+    run(*database,
+        "CREATE TABLE moz_historyvisits (id INTEGER PRIMARY KEY, place_id INTEGER, "
+        "visit_date INTEGER, visit_type INTEGER)");
+    const std::string numbers =
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
+        "WHERE i < " +
+        std::to_string(visits) + ") ";
+    run(*database, numbers +
+                       "INSERT INTO moz_places SELECT i, 'https://www.example.org/a/page/of/' || i "
+                       "|| '/some-length.html', 'The title of page number ' || i, 0, "
+                       "1700000000000000 + i * 1000000 FROM n");
+    run(*database, numbers +
+                       "INSERT INTO moz_historyvisits SELECT i, i, 1700000000000000 + i * "
+                       "1000000, 1 FROM n");
+    run(*database, "CREATE INDEX visits ON moz_historyvisits (place_id, visit_date)");
+    return path;
+}
+
+double secondsOfSqlite(const std::string& path) {
+    const auto start = Clock::now();
+    const auto database = PLSqliteDatabase::databaseWithPath(path);
+    if (!database->openWithFlags(PLSqliteDatabase::kReadOnly)) std::exit(1);
+    const auto rows = database->executeQuery(
+        "SELECT url, title, max(visit_date) FROM moz_places, moz_historyvisits "
+        "WHERE place_id = moz_places.id GROUP BY place_id");
+    std::size_t bytes = 0;
+    while (rows->next()) bytes += rows->stringForColumnIndex(0).size();
+    return bytes == 0 ? 0 : secondsSince(start);
+}
+
+void benchHistory(std::size_t visits) {
+    const TemporaryFolder folder;
+    const std::string path = makeHistory(folder, visits);
+    const double sqlite = secondsOfSqlite(path);
+    Run run;
+    const double before = ownMemory();
+    const double seconds = run.scan("FirefoxHistory", path);
+    std::printf(
+        "history: %zu visits, %zu handed over, %.2f s; SQLite alone %.2f s: %.2f x; "
+        "memory %.1f MiB, %.1f before\n",
+        visits, run.retriever().documents, seconds, sqlite, seconds / sqlite, ownMemory(), before);
+}
+
+// An entry of the cache that keeps a file for each: body, hashes, what belongs to it, its place.
+std::string cacheEntry(const std::string& url, const std::string& body) {
+    std::string bytes = body;
+    const auto number = [&bytes](std::uint32_t value) {
+        for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift);
+    };
+    const std::string key = ":" + url;
+    const std::string head =
+        "HTTP/1.1 200 OK\r\nContent-Type: text/html; charset=utf-8\r\nContent-Length: " +
+        std::to_string(body.size()) + "\r\n";
+    number(0);  // its hash
+    for (std::size_t at = 0; at < body.size(); at += std::size_t{256} << 10) bytes += "\0\0"sv;
+    number(3);  // version
+    number(1);
+    number(1'700'000'000);
+    number(1'700'000'000);
+    number(0);
+    number(1'900'000'000);
+    number(static_cast<std::uint32_t>(key.size()));
+    number(0);
+    bytes += key + '\0';
+    bytes += "request-method" + std::string(1, '\0') + "GET" + '\0';
+    bytes += "response-head" + std::string(1, '\0') + head + '\0';
+    number(static_cast<std::uint32_t>(body.size()));
+    return bytes;
+}
+
+void makeCache(const TemporaryFolder& folder, std::size_t entries) {
+    constexpr std::size_t kBody = 30'000;
+    for (std::size_t i = 0; i < entries; ++i) {
+        std::string body = "<html><title>Page " + std::to_string(i) + "</title>";
+        while (body.size() < kBody)
+            body += "<p>words and more words, " + std::to_string(body.size());
+        const std::string number = std::to_string(i);
+        const std::string name = std::string(40 - number.size(), '0') + number;
+        folder.write("cache2/entries/" + name,
+                     cacheEntry("https://www.example.org/" + std::to_string(i), body));
+    }
+}
+
+double secondsOfReading(const std::string& folder) {
+    const auto start = Clock::now();
+    std::string bytes;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        bytes.resize(entry.file_size());
+        file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
+    return secondsSince(start);
+}
+
+void benchCache(std::size_t entries) {
+    const TemporaryFolder folder;
+    makeCache(folder, entries);
+    const double reading = secondsOfReading(folder.file("cache2/entries"));
+    Run run;
+    const double before = ownMemory();
+    const double seconds = run.scan("FirefoxCache", folder.path());
+    std::printf(
+        "cache: %zu entries, %zu pages of %.0f MB handed over, %.2f s; reading its files "
+        "%.2f s: %.2f x; memory %.1f MiB, %.1f before\n",
+        entries, run.retriever().documents, static_cast<double>(run.retriever().bytes) / 1e6,
+        seconds, reading, seconds / reading, ownMemory(), before);
+}
+
+}  // namespace
+
+}  // namespace siftwell::bench
+
+int main(int argc, char** argv) {
+    std::size_t visits = 500'000;
+    std::size_t entries = 20'000;
+    for (int i = 1; i + 1 < argc; i += 2) {
+        const std::string_view option = argv[i];
+        if (option == "--visits") visits = std::strtoull(argv[i + 1], nullptr, 10);
+        if (option == "--entries") entries = std::strtoull(argv[i + 1], nullptr, 10);
+    }
+    siftwell::setLogSink([](std::string_view) {});
+    siftwell::bench::benchHistory(visits);
+    siftwell::bench::benchCache(entries);
+}
