@@ -211,7 +211,8 @@ protected:
                   .oldIndexFolder = m_folder.file("config/Siftwell Index"),
                   .applicationData = m_folder.file("data"),
                   .stateFolder = m_folder.file("state"),
-                  .resourceFolder = m_folder.file("resources")};
+                  .resourceFolder = m_folder.file("resources"),
+                  .indexerTool = Paths::ofThisUser().indexerTool};
     TestClock m_clock;
     TestRunLoop m_loop{m_clock};
     std::unique_ptr<Settings> m_settings =

@@ -32,7 +32,8 @@ protected:
                    .oldIndexFolder = m_home.file("old"),
                    .applicationData = m_home.file("data"),
                    .stateFolder = m_home.file("state"),
-                   .resourceFolder = std::string(SIFTWELL_SOURCE_DIR) + "/data/Contents/Resources"};
+                   .resourceFolder = std::string(SIFTWELL_SOURCE_DIR) + "/data/Contents/Resources",
+                   .indexerTool = Paths::ofThisUser().indexerTool};
     }
 
     void addAllPages() {

@@ -71,15 +71,6 @@ protected:
         return {all.begin(), all.end()};
     }
 
-    std::set<std::string> find(const std::string& words, int type) {
-        static constexpr const char* kTypes[] = {"all", "fragments", "any", "any-fragments", "raw"};
-        std::set<std::string> urls;
-        for (const json& row : found({"--limit", "0", "--type", kTypes[type], words})) {
-            urls.insert(row["url"]);
-        }
-        return urls;
-    }
-
     pid_t m_server = 0;
     std::optional<Samples> m_samples;
     std::string m_base;
