@@ -9,6 +9,7 @@
 #include "IndexerFixture.h"
 #include "base/Sanitizers.h"
 #include "indexers/IndexerTool.h"
+#include "sources/CacheBytes.h"
 #include "sqlite/PLSqliteDatabase.h"
 
 namespace siftwell {
@@ -189,6 +190,30 @@ TEST_F(RealToolTest, ADatabaseThatCannotBeReadIsReportedAndReadNextTime) {
                 ElementsAre(AllOf(HasSubstr(m_item.Path), HasSubstr("retried next time"))));
     m_folder.write("files/places.sqlite", whole);
     EXPECT_THAT(scanned("FirefoxHistory"), ElementsAre("http://h/1"));
+}
+
+TEST_F(TaskIndexerTest, PagesOfACacheAreIndexedWithoutBeingAskedForAndReadAgain) {
+    const std::string name(40, 'A');
+    const std::string folder = m_folder.file("files/cache2/entries");
+    file("cache2/entries/" + name, cachebytes::FirefoxEntry().bytes(), 2000);
+    file("cache2/entries/" + std::string(40, 'B'), "damaged", 3000);
+    m_item.Path = files();
+    EXPECT_THAT(scanned("FirefoxCache"), ElementsAre(cachebytes::kAddress));
+    const auto record = recordOf(cachebytes::kAddress);
+    ASSERT_TRUE(record);
+    EXPECT_GE(seconds(record->date), 2000);
+    EXPECT_EQ(m_site.requests(cachebytes::kAddress), 0);
+    EXPECT_EQ(seconds(m_item.LastScanDate), 3000);
+    EXPECT_THAT(scanned("FirefoxCache"), IsEmpty());
+    EXPECT_THAT(takeReports(), IsEmpty());
+
+    const auto indexer = makeIndexer("FirefoxCache", surroundings(), m_record);
+    const auto data = indexer->dataFromCache(*record->cachePath);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->bytes, cachebytes::kBody);
+    EXPECT_EQ(data->mimeType, "text/html");
+    EXPECT_FALSE(indexer->dataFromCache(folder + "/" + std::string(40, 'C')));
+    EXPECT_FALSE(indexer->dataFromCache("nowhere"));
 }
 
 TEST_F(RealToolTest, ItSaysHowItIsConfined) {
