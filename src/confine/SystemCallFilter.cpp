@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <initializer_list>
 #include <set>
 #include <vector>
 
@@ -46,12 +47,9 @@ constexpr const char* kToBecomeReader[] = {"execve"};
 
 // Copies, and what the database library does with them: locks, journals, pages, waits.
 constexpr const char* kToReadDatabases[] = {
-    "open",        "openat",          "fcntl",
-    "fcntl64",     "pwrite64",        "ftruncate",
-    "ftruncate64", "unlink",          "unlinkat",
-    "mkdir",       "mkdirat",         "fsync",
-    "fdatasync",   "nanosleep",       "rmdir",
-    "fallocate",   "clock_nanosleep", "clock_nanosleep_time64"};
+    "open",  "openat",    "pwrite64",  "ftruncate", "ftruncate64",     "unlink",
+    "rmdir", "unlinkat",  "mkdir",     "mkdirat",   "clock_nanosleep", "clock_nanosleep_time64",
+    "fsync", "fdatasync", "fallocate", "nanosleep"};
 
 struct SystemCall {
     const char* name;
@@ -67,16 +65,25 @@ constexpr scmp_arg_cmp lacksBits(unsigned argument, std::uint64_t bits) {
 }
 constexpr scmp_arg_cmp isNull(unsigned argument) { return {argument, SCMP_CMP_EQ, 0, 0}; }
 
+// No signals to others by F_SETOWN.
+void appendFileControls(std::vector<SystemCall>& calls, std::initializer_list<int> commands) {
+    for (const int command : commands) {
+        const scmp_arg_cmp isIt = isInt(1, static_cast<std::uint64_t>(command));
+        calls.push_back({"fcntl", {isIt}});
+        calls.push_back({"fcntl64", {isIt}});
+    }
+}
+
 // A reader opens files for reading alone, and locks none, which would keep others from them.
 std::vector<SystemCall> allowedToReaders() {
     constexpr std::uint64_t kWriting = O_ACCMODE | O_CREAT | O_TRUNC;
-    std::vector<SystemCall> calls = {{"open", {lacksBits(1, kWriting)}},
-                                     {"openat", {lacksBits(2, kWriting)}}};
-    for (const int command : {F_DUPFD, F_DUPFD_CLOEXEC, F_GETFD, F_SETFD, F_GETFL}) {
-        const scmp_arg_cmp isIt = isInt(1, static_cast<std::uint64_t>(command));
-        calls.push_back({"fcntl", {isIt}});  // and no signals to others by F_SETOWN
-        calls.push_back({"fcntl64", {isIt}});
-    }
+    return {{"open", {lacksBits(1, kWriting)}}, {"openat", {lacksBits(2, kWriting)}}};
+}
+
+std::vector<SystemCall> allowedToReadersOfDatabases() {
+    std::vector<SystemCall> calls;
+    for (const char* name : kToReadDatabases) calls.push_back({name, {}});
+    appendFileControls(calls, {F_GETLK, F_SETLK, F_SETLKW});
     return calls;
 }
 
@@ -94,6 +101,7 @@ std::vector<SystemCall> allowedSometimes() {
         calls.push_back({"prlimit64", {isInt(0, process), isNull(2)}});  // reads its own limits
         calls.push_back({"sched_getaffinity", {isInt(0, process)}});
     }
+    appendFileControls(calls, {F_DUPFD, F_DUPFD_CLOEXEC, F_GETFD, F_SETFD, F_GETFL});
     // Is it a terminal?
     calls.push_back({"ioctl", {isInt(1, TCGETS)}});
 #ifdef TCGETS2
@@ -153,7 +161,7 @@ void refuseOtherSystemCalls(Work work) {
         for (const char* name : kToBecomeReader) filter.allow({name, {}});
         for (const SystemCall& call : allowedToReaders()) filter.allow(call);
     } else {
-        for (const char* name : kToReadDatabases) filter.allow({name, {}});
+        for (const SystemCall& call : allowedToReadersOfDatabases()) filter.allow(call);
     }
     for (const SystemCall& call : allowedSometimes()) filter.allow(call);
     filter.pretendToLackNewerOnes();

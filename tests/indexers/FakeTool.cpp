@@ -40,7 +40,7 @@ void sendLines(const std::string& path) {
 
 void read(const std::string& path) {
     const std::string name = std::filesystem::path(path).filename();
-    if (name == "dies") raise(SIGSEGV);
+    if (name == "dies") raise(SIGKILL);
     if (name == "ends") _exit(7);
     if (name == "garbage") write("\xff\xff\xff\xff");
     if (name == "problem") return send(wire::Problem{"It is locked."});

@@ -74,7 +74,7 @@ TEST_F(TaskIndexerTest, AFileOnWhichTheToolDiesIsReportedAndTheOthersAreRead) {
     EXPECT_THAT(scanned("FirefoxHistory"), ElementsAre("http://h/1", "http://h/2", "http://h/3"));
     EXPECT_THAT(
         takeReports(),
-        ElementsAre(stopped(dies, "signal 11"), stopped(ends, "exit status 7"),
+        ElementsAre(stopped(dies, "signal 9"), stopped(ends, "exit status 7"),
                     stopped(garbage, "malformed message"), stopped(problem, "It is locked.")));
     EXPECT_EQ(m_item.LastScanDate, Date::distantPast()) << "those are tried again";
 }

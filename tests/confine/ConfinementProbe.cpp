@@ -3,10 +3,12 @@
 //
 //   ConfinementProbe FOLDER MEMORY
 //   ConfinementProbe --without-landlock PROGRAM [ARGUMENT...]
+//   ConfinementProbe --databases OWN FOLDER MEMORY
 //
 // The folder holds a file "victim"; MEMORY is the ID of a segment of shared memory. Without
 // confinement it does them harm, and none to the process that launched it. The second form becomes
-// the program, to which the kernel seems to have no Landlock.
+// the program, to which the kernel seems to have no Landlock. The third confines itself like a
+// reader of databases, which may read the victim and write below the folder OWN.
 
 #include <fcntl.h>
 #include <linux/filter.h>
@@ -37,6 +39,9 @@
 #include <cstdlib>
 #include <iterator>
 #include <string>
+
+#include "confine/FileRules.h"
+#include "confine/SystemCallFilter.h"
 
 namespace {
 
@@ -212,6 +217,16 @@ void tryMemoryAndTime() {
     attempt("computing time", seconds.rlim_cur > 30 ? 0 : -1);
 }
 
+void confineToDatabases(const std::string& own, const std::string& victim) {
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    if (!siftwell::allowOnly({victim}, own)) attempt("without Landlock", 0);
+    siftwell::refuseOtherSystemCalls(siftwell::Work::ReadDatabases);
+    const std::string copy = own + "/copy";
+    const int file = open(copy.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600);
+    const bool isKept = pwrite(file, "x", 1, 0) == 1 && ftruncate(file, 0) == 0;
+    attempt("own file", isKept ? unlink(copy.c_str()) : -1);
+}
+
 int becomeWithoutLandlock(char* const arguments[]) {
     sock_filter steps[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
                            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_landlock_create_ruleset, 0, 1),
@@ -226,19 +241,28 @@ int becomeWithoutLandlock(char* const arguments[]) {
     return EXIT_FAILURE;
 }
 
-}  // namespace
-
-int main(int, char* argv[]) {
-    const std::string folder = argv[1];
-    if (folder == "--without-landlock") return becomeWithoutLandlock(argv + 2);
+void tryAll(const std::string& folder, int memory) {
     const std::string victim = folder + "/victim";
     tryWhatIsAllowed(victim.c_str());
     tryNetworks();
     tryOtherProcesses();
-    trySharedObjects(std::atoi(argv[2]));
+    trySharedObjects(memory);
     tryTerminals();
     tryMemoryAndTime();
     tryFiles(folder, victim.c_str());
     tryNewProcesses();
     tryTheKernel();
+}
+
+}  // namespace
+
+int main(int, char* argv[]) {
+    const std::string folder = argv[1];
+    if (folder == "--without-landlock") return becomeWithoutLandlock(argv + 2);
+    if (folder == "--databases") {
+        const std::string own = argv[2];
+        argv += 2;
+        confineToDatabases(own, std::string(argv[1]) + "/victim");
+    }
+    tryAll(argv[1], std::atoi(argv[2]));
 }
