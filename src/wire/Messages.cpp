@@ -1,5 +1,6 @@
 #include "wire/Messages.h"
 
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -88,44 +89,99 @@ struct Writer {
 struct Null {};
 using Value = std::variant<Null, bool, std::int64_t, double, std::string>;
 
-// The values of one list. Lists in lists are refused before anything follows them down.
-class Flat {
+// The values of one list of definite length, without lists in it: whoever followed nested ones, or
+// strings in parts, down would need a stack as deep as the sender likes.
+class FlatList {
 public:
     static std::optional<std::vector<Value>> valuesIn(std::string_view bytes) {
-        Flat flat;
-        if (!Json::sax_parse(bytes, &flat, Json::input_format_t::cbor) || !flat.m_isList) {
-            return std::nullopt;
-        }
-        return std::move(flat.m_values);
-    }
-
-    bool null() { return take(Null()); }
-    bool boolean(bool value) { return take(value); }
-    bool number_integer(std::int64_t value) { return take(value); }
-    bool number_unsigned(std::uint64_t value) {
-        return value <= std::numeric_limits<std::int64_t>::max() &&
-               take(static_cast<std::int64_t>(value));
-    }
-    bool number_float(double value, const std::string&) { return take(value); }
-    bool string(std::string& value) { return take(std::move(value)); }
-    bool binary(Json::binary_t& value) { return take(std::string(value.begin(), value.end())); }
-    bool start_array(std::size_t) { return !std::exchange(m_isList, true); }
-    bool end_array() { return true; }
-    static bool start_object(std::size_t) { return false; }
-    static bool key(std::string&) { return false; }
-    static bool end_object() { return false; }
-    static bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) {
-        return false;
+        FlatList list(bytes);
+        if (!list.read() || !list.m_rest.empty()) return std::nullopt;
+        return std::move(list.m_values);
     }
 
 private:
-    bool take(Value value) {
-        if (m_isList) m_values.push_back(std::move(value));
-        return m_isList;
+    // What stands in the upper three bits of an item's first byte.
+    enum Major { kUnsigned, kNegative, kBytes, kText, kList, kMap, kTag, kSimple };
+    struct Head {
+        int major;
+        int width;  // how the number is written; below 24 it is the number itself
+        std::uint64_t number;
+    };
+    // Far more than the longest message holds.
+    static constexpr std::uint64_t kMaxValues = 65'536;
+
+    explicit FlatList(std::string_view bytes) : m_rest(bytes) {}
+
+    bool read() {
+        const auto head = readHead();
+        if (!head || head->major != kList || head->number > kMaxValues) return false;
+        for (std::uint64_t i = 0; i < head->number; ++i) {
+            if (!readValue()) return false;
+        }
+        return true;
     }
 
+    std::optional<Head> readHead() {
+        if (m_rest.empty()) return std::nullopt;
+        const auto first = static_cast<unsigned char>(take(1).front());
+        Head head{first >> 5, first & 31, static_cast<std::uint64_t>(first & 31)};
+        if (head.width < 24) return head;
+        if (head.width > 27) return std::nullopt;
+        const std::size_t size = std::size_t{1} << (head.width - 24);
+        if (m_rest.size() < size) return std::nullopt;
+        head.number = 0;
+        for (const char byte : take(size)) {
+            head.number = head.number << 8 | static_cast<unsigned char>(byte);
+        }
+        return head;
+    }
+
+    bool readValue() {
+        const auto head = readHead();
+        if (!head) return false;
+        if (head->major == kUnsigned) return readNumber(head->number);
+        if (head->major == kBytes || head->major == kText) return readString(head->number);
+        return head->major == kSimple && readSimple(*head);
+    }
+    bool readNumber(std::uint64_t number) {
+        if (number > std::numeric_limits<std::int64_t>::max()) return false;
+        m_values.emplace_back(static_cast<std::int64_t>(number));
+        return true;
+    }
+    bool readString(std::uint64_t size) {
+        if (size > m_rest.size()) return false;
+        m_values.emplace_back(std::string(take(static_cast<std::size_t>(size))));
+        return true;
+    }
+    bool readSimple(const Head& head) {
+        switch (head.width) {
+            case 20:
+            case 21:
+                m_values.emplace_back(head.width == 21);
+                return true;
+            case 22:
+                m_values.emplace_back(Null());
+                return true;
+            case 26:
+                m_values.emplace_back(
+                    double{std::bit_cast<float>(static_cast<std::uint32_t>(head.number))});
+                return true;
+            case 27:
+                m_values.emplace_back(std::bit_cast<double>(head.number));
+                return true;
+            default:
+                return false;
+        }
+    }
+
+    std::string_view take(std::size_t size) {
+        const std::string_view taken = m_rest.substr(0, size);
+        m_rest.remove_prefix(size);
+        return taken;
+    }
+
+    std::string_view m_rest;
     std::vector<Value> m_values;
-    bool m_isList = false;
 };
 
 // Takes one value after the other; what is missing or of another type spoils all of it.
@@ -177,7 +233,7 @@ private:
 };
 
 std::optional<Fields> fieldsIn(std::string_view bytes) {
-    auto values = Flat::valuesIn(bytes);
+    auto values = FlatList::valuesIn(bytes);
     if (!values) return std::nullopt;
     return Fields(*std::move(values));
 }

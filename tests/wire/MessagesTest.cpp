@@ -5,6 +5,8 @@
 namespace siftwell::wire {
 namespace {
 
+using namespace std::string_literals;
+
 template <typename T>
 T sentAndReceived(const T& message) {
     const auto received = decodeMessage(encode(Message(message)));
@@ -66,12 +68,16 @@ TEST(MessagesTest, WhatIsMalformedIsNoMessage) {
     }
     EXPECT_FALSE(decodeMessage(encode(Task{})));
     // Lists within lists, without an end: whoever followed them would run out of stack.
-    EXPECT_FALSE(decodeMessage(std::string(10'000'000, '\x81')));
-    EXPECT_FALSE(decodeMessage(std::string(10'000'000, '\xa1')));
-    EXPECT_FALSE(decodeMessage(std::string(10'000'000, '\xc6')));
+    for (const char start : {'\x81', '\xa1', '\xc6', '\x5f', '\x7f', '\x9f'}) {
+        EXPECT_FALSE(decodeMessage(std::string(10'000'000, start)));
+        EXPECT_FALSE(decodeMessage("\x82\x02" + std::string(10'000'000, start)));
+    }
+    // Very many values take very much memory.
+    EXPECT_FALSE(decodeMessage("\x9a\x00\x98\x96\x80"s + std::string(10'000'000, '\x00')));
     EXPECT_FALSE(decodeMessage("\x9b\xff\xff\xff\xff\xff\xff\xff\xff\x01"));
-    EXPECT_FALSE(decodeMessage("\x83\x04\x61x\xf7\x61y")) << "undefined is no date";
-    EXPECT_FALSE(decodeMessage(std::string("\x82\x06\xf9\x7e\x00", 5))) << "nor is no number";
+    EXPECT_FALSE(decodeMessage("\x84\x03\x61x\xf7\x61y")) << "undefined is no date";
+    EXPECT_FALSE(decodeMessage("\x82\x06\xfb\x7f\xf8\x00\x00\x00\x00\x00\x00"s))
+        << "nor is no number";
 }
 
 }  // namespace
