@@ -14,8 +14,7 @@ namespace siftwell {
 
 class PrivateDatabase {
 public:
-    // Copied again when it was written meanwhile, a few times; what is torn nevertheless shows when
-    // it is read.
+    // As it was at one moment: copied again when it was written meanwhile, a few times; then Busy.
     static Result<PrivateDatabase> copyOf(const std::string& path);
 
     ~PrivateDatabase() { remove(); }
