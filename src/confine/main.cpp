@@ -19,30 +19,20 @@
 // without Landlock is none.
 
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
 #include "confine/Failure.h"
 #include "confine/FileRules.h"
+#include "confine/Limits.h"
 #include "confine/SystemCallFilter.h"
 
 namespace siftwell {
 
 namespace {
-
-// Lower ones stay.
-void limit(decltype(RLIMIT_AS) resource, rlim_t amount, rlim_t atLast) {
-    rlimit limits{};
-    require(getrlimit(resource, &limits), "read a limit");
-    limits.rlim_max = std::min(limits.rlim_max, atLast);
-    limits.rlim_cur = std::min(limits.rlim_max, amount);
-    require(setrlimit(resource, &limits), "set a limit");
-}
 
 void limitResources() {
     constexpr rlim_t kSeconds = 30;
