@@ -19,11 +19,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kTimeToEnd(1000);
 
-bool isFolder(const std::string& path) {
-    const auto info = fileInfo(path);
-    return info && info->isFolder;
-}
-
 // A page may stand in several indexes, from each of which it is to go.
 bool removeEverywhere(IndexController& indexes, const Url& url) {
     bool isRemoved = false;

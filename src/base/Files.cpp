@@ -65,6 +65,11 @@ std::optional<FileInfo> fileInfo(const std::string& path) {
                     .modified = Date::fromUnix(modified)};
 }
 
+bool isFolder(const std::string& path) {
+    const auto info = fileInfo(path);
+    return info && info->isFolder;
+}
+
 Result<std::string> readFile(const std::string& path, std::size_t maxBytes) {
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!file.isOpen()) return Status::fromErrno(errno, "open the file " + path);

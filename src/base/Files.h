@@ -22,6 +22,7 @@ struct FileInfo {
 
 // Follows symbolic links; none when there is nothing or it cannot be examined.
 std::optional<FileInfo> fileInfo(const std::string& path);
+bool isFolder(const std::string& path);
 
 // At most `maxBytes` from the start of the file.
 Result<std::string> readFile(const std::string& path, std::size_t maxBytes);
