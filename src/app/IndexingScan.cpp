@@ -12,6 +12,7 @@
 #include "base/ThreadPriority.h"
 #include "base/Translate.h"
 #include "indexers/Indexers.h"
+#include "records/IndexerNames.h"
 
 namespace siftwell {
 

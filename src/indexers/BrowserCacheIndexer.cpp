@@ -36,7 +36,13 @@ std::optional<ObjectPlace> placeIn(const std::string& objectPath) {
 
 // The retriever takes texts alone, and markup is read as markup whatever it is called.
 std::string typeOfText(const std::string& mimeType) {
-    return mimeType == "application/xhtml+xml" ? "text/html" : mimeType;
+    if (mimeType == "application/xhtml+xml") return "text/html";
+    return mimeType == "application/xml" ? "text/xml" : mimeType;
+}
+
+// The tool is not trusted with paths.
+bool isName(const std::string& entry) {
+    return !entry.empty() && entry.find('/') == std::string::npos;
 }
 
 }  // namespace
@@ -46,9 +52,10 @@ void BrowserCacheIndexer::performIndexingScan() {
     performIndexingScanInTask();
 }
 
-void BrowserCacheIndexer::takePage(const std::string& folder, wire::Page page) {
+void BrowserCacheIndexer::takePage(const std::string& folder, wire::Page&& page) {
     auto url = Url::parse(page.page.url);
-    if (!url || !m_surroundings.indexes.canProcessURL(*url)) return;
+    if (!url || !isName(page.place.entry)) return;
+    if (!m_surroundings.indexes.canProcessURL(*url)) return;
     yieldForPriorityThread();
     reportStatus();
     reportProgressStarting(1);
@@ -61,7 +68,7 @@ void BrowserCacheIndexer::takePage(const std::string& folder, wire::Page page) {
 
 std::optional<CachedData> BrowserCacheIndexer::dataFromCache(const std::string& objectPath) {
     const auto place = placeIn(objectPath);
-    if (!place) return std::nullopt;
+    if (!place || !isName(place->entry)) return std::nullopt;
     auto page =
         pageFromTool(m_surroundings.paths.indexerTool, className(), place->folder, place->entry);
     if (!page) return std::nullopt;

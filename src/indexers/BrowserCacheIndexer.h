@@ -15,7 +15,7 @@ public:
     std::optional<CachedData> dataFromCache(const std::string& objectPath) override;
 
 protected:
-    void takePage(const std::string& folder, wire::Page page) override;
+    void takePage(const std::string& folder, wire::Page&& page) override;
 };
 
 }  // namespace siftwell

@@ -55,6 +55,7 @@ IndexerTool::~IndexerTool() {
 }
 
 IndexerTool::Event IndexerTool::next(wire::Message& message, Milliseconds longest) {
+    const auto end = std::chrono::steady_clock::now() + longest;
     while (!m_isMalformed) {
         if (const auto frame = m_reader.next()) {
             auto decoded = wire::decodeMessage(*frame);
@@ -65,9 +66,12 @@ IndexerTool::Event IndexerTool::next(wire::Message& message, Milliseconds longes
             return Event::Message;
         }
         if (m_reader.isBroken()) break;
-        const std::size_t before = m_reader.input().size();
-        if (!m_conversation->read(m_reader.input(), longest)) return Event::End;
-        if (m_reader.input().size() == before) return Event::Silence;
+        // However slowly it comes.
+        const auto left = end - std::chrono::steady_clock::now();
+        if (left.count() <= 0) return Event::Silence;
+        if (!m_conversation->read(m_reader.input(), std::chrono::ceil<Milliseconds>(left))) {
+            return Event::End;
+        }
     }
     m_isMalformed = true;
     m_conversation->kill();

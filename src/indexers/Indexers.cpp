@@ -11,6 +11,7 @@
 #include "indexers/LocalFiles.h"
 #include "indexers/SingleURL.h"
 #include "indexers/URLExtractor.h"
+#include "records/IndexerNames.h"
 
 namespace siftwell {
 
@@ -19,17 +20,17 @@ namespace {
 using Surroundings = SiftwellIndexer::Surroundings;
 using Record = std::shared_ptr<SearchItemRecord>;
 
-using Make = std::unique_ptr<SiftwellIndexer> (*)(const Surroundings&, Record, std::string);
+using Make = std::unique_ptr<SiftwellIndexer> (*)(const Surroundings&, Record, const std::string&);
 
 template <typename Indexer>
 std::unique_ptr<SiftwellIndexer> makeNamed(const Surroundings& surroundings, Record searchItem,
-                                           std::string className) {
-    return std::make_unique<Indexer>(surroundings, std::move(searchItem), std::move(className));
+                                           const std::string& className) {
+    return std::make_unique<Indexer>(surroundings, std::move(searchItem), className);
 }
 
 template <typename Indexer>
 std::unique_ptr<SiftwellIndexer> make(const Surroundings& surroundings, Record searchItem,
-                                      std::string) {
+                                      const std::string&) {
     return std::make_unique<Indexer>(surroundings, std::move(searchItem));
 }
 
@@ -70,10 +71,6 @@ bool hasIndexer(const std::string& className) {
     return std::any_of(kIndexers.begin(), kIndexers.end(), [&className](const auto& registration) {
         return registration.className == className;
     });
-}
-
-bool readsCache(const std::string& className) {
-    return className == "ChromeCache" || className == "FirefoxCache" || className == "SafariCache";
 }
 
 bool worksWithoutNetwork(const SearchItem& item) {

@@ -18,9 +18,6 @@ std::unique_ptr<SiftwellIndexer> makeIndexer(const std::string& className,
 // Whether there is a class of that name.
 bool hasIndexer(const std::string& className);
 
-// Whether indexers of that class scan a cache, for which histories wait.
-bool readsCache(const std::string& className);
-
 // Whether the indexer reads files of this computer alone, so that a scan without a network loses
 // nothing: the addresses that other indexers hand over would count as tried.
 bool worksWithoutNetwork(const SearchItem& item);

@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "base/Translate.h"
+#include "index/IndexController.h"
 #include "indexers/IndexerTool.h"
+#include "records/IndexerNames.h"
 
 namespace siftwell {
 
@@ -19,9 +21,14 @@ using std::chrono::seconds;
 // Browsers write what was visited some ten seconds late, so that an entry may come behind newer
 // ones. What is handed over again is up to date already.
 constexpr double kSecondsLate = 60;
-constexpr int kMaxDeaths = 20;
-constexpr int kMaxSilence = 120;  // looks of a second each
+// They date a visit when they show the page, and what they keep of it when it has come: of a short
+// page that is some moments earlier.
+constexpr double kSecondsUntilShown = 2;
+constexpr int kMaxDeaths = 500;
+constexpr std::size_t kMaxWaiting = 5000;  // documents
+constexpr int kMaxSilence = 120;           // looks of a second each
 constexpr milliseconds kBetweenLooks = seconds(1);
+constexpr milliseconds kTimeToEnd = seconds(10);
 constexpr seconds kDownloadTime(600);
 constexpr milliseconds kCancelTime = seconds(15);
 constexpr int kAsksToEnd = 5;
@@ -75,27 +82,32 @@ TaskIndexer::RunEnd TaskIndexer::listen(IndexerTool& tool, Scan& scan) {
     wire::Message message;
     for (int silence = 0; indexingEnabled(); ++silence) {
         const auto event = tool.next(message, kBetweenLooks);
-        if (event == IndexerTool::Event::End) {
-            if (!tool.hasEndedWithin(kBetweenLooks)) tool.kill();
-            static_cast<void>(tool.hasEndedWithin(kBetweenLooks));
-            return tool.exitStatus() ? RunEnd::Complete : RunEnd::Died;
-        }
+        if (event == IndexerTool::Event::End) return endOf(tool);
         if (event == IndexerTool::Event::Message) {
             silence = 0;
             note(std::move(message), scan);
         } else if (silence > kMaxSilence) {
             tool.kill();
+            return endOf(tool);
         }
     }
     stop(tool);
     return RunEnd::SwitchedOff;
 }
 
+// It may take its time to end: it has the lowest priority.
+TaskIndexer::RunEnd TaskIndexer::endOf(IndexerTool& tool) {
+    if (!tool.hasEndedWithin(kTimeToEnd)) tool.kill();
+    static_cast<void>(tool.hasEndedWithin(kBetweenLooks));
+    return tool.exitStatus() ? RunEnd::Complete : RunEnd::Died;
+}
+
 void TaskIndexer::note(wire::Message message, Scan& scan) {
     if (auto* const start = std::get_if<wire::StartOf>(&message)) {
         scan.current = std::move(start->place);
     } else if (auto* const some = std::get_if<wire::Entries>(&message)) {
-        takeEntries(std::move(*some));
+        // That of a cache would wait for itself.
+        if (!readsCache(className())) takeEntries(std::move(*some));
     } else if (auto* const page = std::get_if<wire::Page>(&message)) {
         const std::size_t path = page->place.path;
         if (path < scan.task.paths.size()) takePage(scan.task.paths[path], std::move(*page));
@@ -109,10 +121,15 @@ void TaskIndexer::note(wire::Message message, Scan& scan) {
 
 void TaskIndexer::takeEntries(wire::Entries some) {
     if (!std::exchange(m_hasWaitedForCaches, true)) waitForCacheIndexing();
+    waitForRoom();
     std::vector<BatchEntry> entries;
     for (BrowserEntry& entry : some.entries) {
         auto url = Url::parse(entry.url);
         if (!url || !m_surroundings.indexes.canProcessURL(*url)) continue;
+        if (entry.date && isIndexedFromCache(*url, *entry.date)) {
+            m_newestEntry = std::max(m_newestEntry.value_or(*entry.date), *entry.date);
+            continue;
+        }
         entries.push_back({.url = *std::move(url),
                            .date = entry.date,
                            .title = std::move(entry.title),
@@ -124,7 +141,29 @@ void TaskIndexer::takeEntries(wire::Entries some) {
     m_newestEntry = std::max(m_newestEntry.value_or(newest), newest);
 }
 
-void TaskIndexer::takePage(const std::string&, wire::Page) {}
+// Whether the bytes that were shown at that visit are in the index.
+bool TaskIndexer::isIndexedFromCache(const Url& url, Date visited) const {
+    IndexController& indexes = m_surroundings.indexes;
+    const auto document = indexes.skDocumentForURL(url);
+    if (!document) return false;
+    const SKIndex index = indexes.skIndexForSKDocument(*document, visited - kSecondsUntilShown);
+    if (index == nullptr) return false;
+    const auto number = index->index->documentWith(*document);
+    const auto record =
+        number && *number ? indexes.propertiesForDocumentID(**number, index) : std::nullopt;
+    return record && readsCache(record->indexer);
+}
+
+// However long a history is, the documents of it that wait take little memory: the tool waits with
+// the rest.
+void TaskIndexer::waitForRoom() {
+    DocumentRetriever& retriever = m_surroundings.retriever;
+    while (indexingEnabled() && retriever.waitingDocuments(name()) > kMaxWaiting) {
+        retriever.waitForDownloadsForSource(name(), kBetweenLooks / 10);
+    }
+}
+
+void TaskIndexer::takePage(const std::string&, wire::Page&&) {}
 
 // Goes on behind what the tool died on, and says so. False when it died before it began anything:
 // it would do so again.
@@ -164,7 +203,8 @@ void TaskIndexer::finish(const Scan& scan, RunEnd end) {
     setIndexingScanResult(end == RunEnd::Complete ? scan.exitStatus : scanResult::kUnexpectedError);
     // Pages that did not come in time are handed over again.
     if (end != RunEnd::Complete || scan.exitStatus != 0 || !scan.isWhole || !isAllHere) return;
-    if (scan.changed > lastScanDate()) setLastScanDate(scan.changed);
+    const Date changed = std::min(scan.changed, m_surroundings.clock.now());
+    if (changed > lastScanDate()) setLastScanDate(changed);
     if (m_newestEntry) setLastURLDate(*m_newestEntry);
 }
 

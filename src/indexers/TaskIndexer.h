@@ -30,7 +30,7 @@ protected:
     // What the tool reads. One that is not there is no error.
     virtual std::vector<std::string> pathsToRead() { return paths(); }
     // A page out of one of those folders.
-    virtual void takePage(const std::string& folder, wire::Page page);
+    virtual void takePage(const std::string& folder, wire::Page&& page);
 
 private:
     // How one run of the tool ended.
@@ -50,7 +50,10 @@ private:
     std::string newToken() const;
     RunEnd run(Scan& scan);
     void takeEntries(wire::Entries some);
+    bool isIndexedFromCache(const Url& url, Date visited) const;
     RunEnd listen(IndexerTool& tool, Scan& scan);
+    static RunEnd endOf(IndexerTool& tool);
+    void waitForRoom();
     void note(wire::Message message, Scan& scan);
     bool passOver(Scan& scan);
     void stop(IndexerTool& tool);

@@ -56,6 +56,12 @@ void DocumentQueue::unpark(const std::shared_ptr<const HostChecks::Answer>& answ
     m_parked.erase(parked);
 }
 
+std::size_t DocumentQueue::count(const std::string& source) const {
+    MutexLock lock(m_mutex);
+    const auto count = m_counts.find(source);
+    return count == m_counts.end() ? 0 : count->second;
+}
+
 bool DocumentQueue::hasAny(const std::optional<std::string>& source) const {
     MutexLock lock(m_mutex);
     return source ? m_counts.contains(*source) : !m_counts.empty();

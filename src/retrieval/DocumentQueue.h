@@ -47,6 +47,7 @@ public:
 
     // Whether documents of the source wait, or any when there is none.
     bool hasAny(const std::optional<std::string>& source) const;
+    std::size_t count(const std::string& source) const;
     // Takes out those of the source, or all when there is none; how many they were.
     std::size_t remove(const std::optional<std::string>& source);
 

@@ -75,6 +75,7 @@ public:
     // Whether documents of the source (of any when there is none) are queued; whether some are
     // under way that were not cancelled.
     bool downloadWaitingForSource(const std::optional<std::string>& source) const;
+    std::size_t waitingDocuments(const std::string& source) const { return m_queue.count(source); }
     bool downloadInProgressForSource(const std::optional<std::string>& source) const;
     // Either of both, though a document moves from one to the other meanwhile.
     bool isAtWorkForSource(const std::optional<std::string>& source) const;

@@ -4,14 +4,14 @@
 
 #ifndef SIFTWELL_SANITIZED
 #include <sys/prctl.h>
-#include <sys/resource.h>
 
-#include <algorithm>
+#include <csignal>
 #include <ctime>
 
 #include "base/Translate.h"
 #include "confine/Failure.h"
 #include "confine/FileRules.h"
+#include "confine/Limits.h"
 #include "confine/SystemCallFilter.h"
 #endif
 
@@ -25,15 +25,6 @@ wire::Hello confineTo(const std::vector<std::string>&, const std::string&) { ret
 
 namespace {
 
-// Lower ones stay.
-void limit(decltype(RLIMIT_AS) resource, rlim_t amount) {
-    rlimit limits{};
-    require(getrlimit(resource, &limits), "read a limit");
-    limits.rlim_max = std::min(limits.rlim_max, amount);
-    limits.rlim_cur = std::min(limits.rlim_cur, limits.rlim_max);
-    require(setrlimit(resource, &limits), "set a limit");
-}
-
 // What libraries read from files at their first use: the time zone, the translated texts.
 void readWhatIsNeeded() {
     tzset();
@@ -45,9 +36,13 @@ void readWhatIsNeeded() {
 wire::Hello confineTo(const std::vector<std::string>& files, const std::string& privateFolder) {
     constexpr rlim_t kMemory = rlim_t{1} << 30;  // several times a page of the largest size
     constexpr rlim_t kFiles = 64;
-    limit(RLIMIT_CORE, 0);
-    limit(RLIMIT_AS, kMemory);
-    limit(RLIMIT_NOFILE, kFiles);
+    constexpr rlim_t kFileSize = rlim_t{4} << 30;
+    limit(RLIMIT_CORE, 0, 0);
+    limit(RLIMIT_AS, kMemory, kMemory);
+    limit(RLIMIT_NOFILE, kFiles, kFiles);
+    // A copy that would be larger fails like one on a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
+    limit(RLIMIT_FSIZE, kFileSize, kFileSize);
     readWhatIsNeeded();
     require(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), "give up new rights");
     const bool hasFileRules = allowOnly(files, privateFolder);

@@ -24,11 +24,6 @@ namespace {
 
 constexpr std::size_t kMaxFileBytes = std::size_t{128} << 20;  // of one that is read whole
 
-bool isFolder(const std::string& path) {
-    const auto info = fileInfo(path);
-    return info && info->isFolder;
-}
-
 // A folder of backups stands for the newest of them.
 std::string fileFor(const std::string& path) {
     if (!isFolder(path)) return path;
@@ -38,7 +33,7 @@ std::string fileFor(const std::string& path) {
 bool isDatabase(std::string_view path) { return path.ends_with(".sqlite"); }
 
 using DatabaseReader = Status (*)(BrowserDatabase& database, Date after, const TakeEntry& take);
-using BytesReader = Status (*)(std::string_view bytes, Date after, const TakeEntry& take);
+using BytesReader = Status (*)(std::string_view bytes, const TakeEntry& take);
 
 template <DatabaseReader kRead>
 Status readCopy(const std::string& path, Date after, const TakeEntry& take) {
@@ -49,24 +44,24 @@ Status readCopy(const std::string& path, Date after, const TakeEntry& take) {
 }
 
 template <BytesReader kRead>
-Status readWhole(const std::string& path, Date after, const TakeEntry& take) {
+Status readWhole(const std::string& path, Date, const TakeEntry& take) {
     const auto bytes = readFile(path, kMaxFileBytes);
-    return bytes ? kRead(*bytes, after, take) : bytes.status();
+    return bytes ? kRead(*bytes, take) : bytes.status();
 }
 
-Status readShiira(std::string_view bytes, Date, const TakeEntry& take) {
-    return readShiiraBookmarks(bytes, take);
+Status readFirefoxDatabase(BrowserDatabase& database, Date, const TakeEntry& take) {
+    return readFirefoxBookmarks(database, take);
 }
 
 // Its profiles hold a database, or, in a folder or named themselves, backups of it.
 Status readFirefox(const std::string& path, Date after, const TakeEntry& take) {
     const std::string file = fileFor(path);
-    return isDatabase(file) ? readCopy<readFirefoxBookmarks>(file, after, take)
+    return isDatabase(file) ? readCopy<readFirefoxDatabase>(file, after, take)
                             : readWhole<readFirefoxBookmarkBackup>(file, after, take);
 }
 
 Status readFlock(const std::string& path, Date after, const TakeEntry& take) {
-    return isDatabase(path) ? readCopy<readFirefoxBookmarks>(path, after, take)
+    return isDatabase(path) ? readCopy<readFirefoxDatabase>(path, after, take)
                             : readWhole<readFlockBookmarks>(path, after, take);
 }
 
@@ -78,7 +73,7 @@ constexpr std::array<std::pair<std::string_view, EntryReader>, 8> kReaders = {
      {"FirefoxHistory", readCopy<readFirefoxVisits>},
      {"FlockBookmarks", readFlock},
      {"QutebrowserHistory", readCopy<readQutebrowserVisits>},
-     {"ShiiraBookmarks", readWhole<readShiira>}}};
+     {"ShiiraBookmarks", readWhole<readShiiraBookmarks>}}};
 
 }  // namespace
 

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/Clock.h"
 #include "base/Translate.h"
+#include "records/IndexerNames.h"
 #include "sources/BrowserCache.h"
 #include "text/Utf8Prefix.h"
 #include "tool/EntryReaders.h"
@@ -13,6 +15,7 @@ namespace siftwell {
 namespace {
 
 constexpr std::size_t kEntriesAtOnce = 250;
+constexpr double kSecondsToSettle = 60;
 
 // Sends entries a few at a time.
 class EntrySender {
@@ -35,10 +38,6 @@ private:
 };
 
 }  // namespace
-
-bool readsCache(const std::string& indexer) {
-    return indexer == "FirefoxCache" || indexer == "ChromeCache";
-}
 
 std::vector<std::string> ToolRun::files() const {
     if (readsCache(m_task.indexer)) return m_task.paths;
@@ -89,7 +88,9 @@ void ToolRun::readEntries(const std::string& path, Date changed) {
 
 void ToolRun::scanCaches() {
     for (std::size_t i = 0; i < m_task.paths.size(); ++i) {
-        const bool isDone = m_task.behind && i < m_task.behind->path;
+        // One that was not even opened is not opened again.
+        const bool isDone =
+            m_task.behind && (i < m_task.behind->path || m_task.behind == wire::Place{.path = i});
         if (!isDone) scanCache(i);
     }
 }
@@ -97,12 +98,13 @@ void ToolRun::scanCaches() {
 void ToolRun::scanCache(std::size_t path) {
     wire::Place place{.path = path};
     if (isBehind(place)) m_channel.send(wire::StartOf{place});
+    // What the browser was still writing then is no page yet, and may bear an older date later.
+    const Date settled = SystemClock().now() - kSecondsToSettle;
     const auto cache = BrowserCache::open(m_task.paths[path]);
-    const auto entries = cache ? (*cache)->entriesChangedAfter(m_task.lastScanDate)
-                               : Result<std::vector<BrowserCache::Entry>>(cache.status());
-    if (!entries) return m_channel.send(wire::Problem{repairedUtf8(entries.status().message())});
+    if (!cache) return m_channel.send(wire::Problem{repairedUtf8(cache.status().message())});
+    const auto listing = (*cache)->entriesChangedAfter(m_task.lastScanDate);
     Date newest = Date::distantPast();
-    for (const BrowserCache::Entry& entry : *entries) {
+    for (const BrowserCache::Entry& entry : listing.entries) {
         newest = std::max(newest, entry.changed);
         place.entry = entry.name;
         if (!isBehind(place)) continue;
@@ -110,7 +112,11 @@ void ToolRun::scanCache(std::size_t path) {
         auto page = (*cache)->page(entry.name);
         if (page) m_channel.send(wire::Page{place, *std::move(page)});
     }
-    m_channel.send(wire::EndOf{newest});
+    if (listing.status.isOk()) {
+        m_channel.send(wire::EndOf{std::min(newest, settled)});
+    } else {
+        m_channel.send(wire::Problem{repairedUtf8(listing.status.message())});
+    }
 }
 
 void ToolRun::lookUp() {

@@ -31,7 +31,4 @@ private:
     const Channel& m_channel;
 };
 
-// Whether the indexer of that class reads a cache.
-bool readsCache(const std::string& indexer);
-
 }  // namespace siftwell
