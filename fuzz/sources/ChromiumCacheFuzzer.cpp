@@ -48,7 +48,7 @@ void readBlockFiles(std::string_view bytes) {
         if (file == folder.files.end()) return nullptr;
         return std::make_unique<BytesInMemory>(file->second);
     });
-    const auto entries = reader.entries();
+    const auto entries = reader.entries().entries;
     require(entries.size() <= 4 * (bytes.size() / 256 + 1));  // of one to four blocks each
     for (const auto& entry : entries) fuzz::requirePage(reader.page(entry.address));
 }

@@ -1,8 +1,9 @@
 // The first byte says which reader gets the others, the bytes of a database. Whatever they hold,
-// what is handed over is an address within its bounds that is later than was asked for.
+// what is handed over is an address within its bounds; of a visit, later than was asked for.
 
 #include <array>
 #include <filesystem>
+#include <utility>
 
 #include "Require.h"
 #include "base/Log.h"
@@ -22,7 +23,14 @@ using fuzz::require;
 constexpr Date kAfter = Date::fromUnix(1'000'000'000);
 
 using Reader = Status (*)(BrowserDatabase&, Date, const TakeEntry&);
-constexpr std::array<Reader, 6> kReaders{readFirefoxVisits, readFirefoxBookmarks,
+Status readFirefoxMarks(BrowserDatabase& database, Date after, const TakeEntry& take) {
+    return readFirefoxBookmarks(database, [&](BrowserEntry entry) {
+        const bool isEarlier = entry.date && *entry.date <= after;
+        return isEarlier || take(std::move(entry));
+    });
+}
+
+constexpr std::array<Reader, 6> kReaders{readFirefoxVisits, readFirefoxMarks,
                                          readChromeVisits,  readGnomeWebVisits,
                                          readFalkonVisits,  readQutebrowserVisits};
 

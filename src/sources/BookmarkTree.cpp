@@ -16,8 +16,7 @@ using Json = nlohmann::json;
 // Sees the members of all objects one after the other; an answer of false ends the parser.
 class TreeReader : public nlohmann::json_sax<Json> {
 public:
-    TreeReader(const BookmarkNames& names, Date after, const TakeEntry& take)
-        : m_names(names), m_after(after), m_take(take) {}
+    TreeReader(const BookmarkNames& names, const TakeEntry& take) : m_names(names), m_take(take) {}
 
     bool isDamaged() const { return m_isDamaged; }
 
@@ -105,12 +104,10 @@ private:
     bool handOver(Level level) {
         const BrowserEntry& entry = level.entry;
         if (level.isHidden || !isTakenBookmark(entry.url)) return true;
-        if (entry.date && *entry.date <= m_after) return true;
         return ++m_taken <= kMaxAddresses && m_take(std::move(level.entry));
     }
 
     const BookmarkNames& m_names;
-    const Date m_after;
     const TakeEntry& m_take;
     std::vector<Level> m_open;
     std::size_t m_taken = 0;
@@ -119,9 +116,8 @@ private:
 
 }  // namespace
 
-Status readBookmarkTree(std::string_view json, const BookmarkNames& names, Date after,
-                        const TakeEntry& take) {
-    TreeReader reader(names, after, take);
+Status readBookmarkTree(std::string_view json, const BookmarkNames& names, const TakeEntry& take) {
+    TreeReader reader(names, take);
     Json::sax_parse(json, &reader);
     if (!reader.isDamaged()) return {};
     return {StatusCode::Damaged, _("The file of bookmarks is damaged.")};

@@ -28,9 +28,7 @@ struct BookmarkNames {
     std::string_view hiddenValue;
 };
 
-// The objects with an address that isTakenBookmark(), without those whose date is not later than
-// `after`; at most kMaxAddresses of Addresses.h.
-Status readBookmarkTree(std::string_view json, const BookmarkNames& names, Date after,
-                        const TakeEntry& take);
+// The objects with an address that isTakenBookmark(); at most kMaxAddresses of Addresses.h.
+Status readBookmarkTree(std::string_view json, const BookmarkNames& names, const TakeEntry& take);
 
 }  // namespace siftwell

@@ -14,11 +14,6 @@ namespace siftwell {
 
 namespace {
 
-bool isFolder(const std::string& path) {
-    const auto info = fileInfo(path);
-    return info && info->isFolder;
-}
-
 std::optional<std::string> firefoxEntriesIn(const std::string& folder) {
     if (lastPathComponent(folder) == "entries" && isFolder(folder)) return folder;
     for (const char* below : {"/cache2/entries", "/entries"}) {

@@ -3,8 +3,9 @@
 // Only what a person could read again is a page: status 200, an address of http or https, a text
 // type, and a body that is there to its end.
 //
-// Threads: one at a time. Errors: what is damaged is no page; a Status where nothing of the folder
-// can be read. Input is hostile: bodies unpack to kMaxPageBytes at most.
+// Threads: one at a time. Errors: a damaged entry is no page. Where a part of the cache cannot be
+// read, the rest is listed beside the first reason, since there may be pages in that part. Input is
+// hostile: bodies unpack to kMaxPageBytes at most.
 #pragma once
 
 #include <cstddef>
@@ -22,6 +23,7 @@ namespace siftwell {
 class BrowserCache {
 public:
     static constexpr std::size_t kMaxPageBytes = std::size_t{64} << 20;
+    static constexpr std::size_t kMaxEntries = 1'000'000;  // of a file with many
 
     struct Entry {
         std::string name;  // within the folder, for page()
@@ -33,8 +35,13 @@ public:
 
     virtual ~BrowserCache() = default;
 
+    struct Listing {
+        std::vector<Entry> entries;
+        Status status;  // OK when everything was listed
+    };
+
     // What was changed after the date, in rising order of the names. Reads no bodies.
-    virtual Result<std::vector<Entry>> entriesChangedAfter(Date date) = 0;
+    virtual Listing entriesChangedAfter(Date date) = 0;
 
     // None when there is no page under that name, or no page of which anything could be read.
     virtual std::optional<CachedPage> page(const std::string& name) = 0;

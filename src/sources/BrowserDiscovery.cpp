@@ -117,11 +117,6 @@ bool isFile(const std::string& path) {
     return info && info->isRegular;
 }
 
-bool isFolder(const std::string& path) {
-    const auto info = fileInfo(path);
-    return info && info->isFolder;
-}
-
 std::string contentsOf(const std::string& path) {
     auto contents = readFile(path, kMaxListBytes);
     return contents ? *std::move(contents) : std::string();
@@ -213,7 +208,8 @@ std::vector<ProfileFolder> foldersIn(const std::string& place, const Family& fam
     return folders;
 }
 
-// The folder that holds the cache of the profile; a profile somewhere else holds its own.
+// The folder of the profile's cache, and never one around it: what lies beside the cache is nobody
+// else's business. A profile somewhere else holds its own.
 std::optional<std::string> cacheFolder(const ProfileFolder& folder, const Caches& caches,
                                        const Family& family) {
     std::vector<std::string> candidates;
@@ -223,7 +219,8 @@ std::optional<std::string> cacheFolder(const ProfileFolder& folder, const Caches
     }
     candidates.push_back(folder.path);
     for (const std::string& candidate : candidates) {
-        if (isFolder(candidate + "/" + family.cache)) return candidate;
+        std::string cache = candidate + "/" + family.cache;
+        if (isFolder(cache)) return cache;
     }
     return std::nullopt;
 }

@@ -29,7 +29,7 @@ struct BrowserSource {
 
     Kind kind = Kind::History;
     std::string indexer;  // the class that reads it
-    std::string path;     // absolute; of a cache the folder of the profile, which holds it
+    std::string path;     // absolute; of a cache its own folder, which holds nothing else
 
     bool operator==(const BrowserSource&) const = default;
 };

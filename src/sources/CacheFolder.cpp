@@ -1,25 +1,24 @@
 #include "sources/CacheFolder.h"
 
 #include <algorithm>
-#include <optional>
+#include <utility>
 
-#include "base/Files.h"
 #include "sources/FolderWalk.h"
 
 namespace siftwell {
 
-Result<std::vector<BrowserCache::Entry>> entryFilesIn(
-    const std::string& folder, const std::function<bool(std::string_view)>& isEntry) {
-    std::optional<Status> error;
-    FolderWalk walk(folder, [&error](const Status& status) { error = status; });
-    std::vector<BrowserCache::Entry> entries;
+BrowserCache::Listing entryFilesIn(const std::string& folder,
+                                   const std::function<bool(std::string_view)>& isEntry) {
+    BrowserCache::Listing listing;
+    FolderWalk walk(folder, [&listing](const Status& status) {
+        if (listing.status.isOk()) listing.status = status;
+    });
     for (std::string path; walk.next(path);) {
         // What lies in folders below has a longer name, and is no entry.
         std::string name = path.substr(std::min(folder.size() + 1, path.size()));
-        if (isEntry(name)) entries.push_back({std::move(name), walk.modified()});
+        if (isEntry(name)) listing.entries.push_back({std::move(name), walk.modified()});
     }
-    if (error && entries.empty()) return *std::move(error);
-    return entries;
+    return listing;
 }
 
 bool isHexadecimal(std::string_view text, std::size_t digits) {

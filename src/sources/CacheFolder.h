@@ -1,20 +1,19 @@
 // CacheFolder: the files of a cache that keeps each entry in a file of its own.
 //
-// Threads: pure functions. Errors: as Status where the folder cannot be read.
+// Threads: pure functions. Errors: the first, beside what could be listed.
 #pragma once
 
 #include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "sources/BrowserCache.h"
 
 namespace siftwell {
 
 // In rising order. `isEntry` is asked about each name.
-Result<std::vector<BrowserCache::Entry>> entryFilesIn(
-    const std::string& folder, const std::function<bool(std::string_view)>& isEntry);
+BrowserCache::Listing entryFilesIn(const std::string& folder,
+                                   const std::function<bool(std::string_view)>& isEntry);
 
 // Whether these are so many hexadecimal digits.
 bool isHexadecimal(std::string_view text, std::size_t digits);

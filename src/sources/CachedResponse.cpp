@@ -23,11 +23,10 @@ bool isWebAddress(std::string_view address) {
             equalsIgnoringCase(url->scheme(), "https"));
 }
 
-// What a browser shows as a page or offers as a feed; what pages are made of is none.
+// What a browser shows as a page; what pages are made of is none, and neither is a feed.
 bool isTypeOfPages(std::string_view type) {
-    constexpr std::array<std::string_view, 5> kApplications = {
-        "application/xhtml+xml", "application/xml", "application/rss+xml", "application/atom+xml",
-        "application/rdf+xml"};
+    constexpr std::array<std::string_view, 2> kApplications = {"application/xhtml+xml",
+                                                               "application/xml"};
     constexpr std::array<std::string_view, 4> kParts = {"text/css", "text/event-stream", "text/vtt",
                                                         "text/cache-manifest"};
     const auto isOneOf = [type](const auto& types) {

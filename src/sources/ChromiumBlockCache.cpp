@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cstdio>
 
+#include "base/Translate.h"
 #include "sources/CacheFolder.h"
 
 namespace siftwell {
@@ -18,19 +19,29 @@ std::string nameOf(ChromiumBlockFiles::Address address) {
     return name.data();
 }
 
+std::string patternFor(StatusCode code) {
+    if (code == StatusCode::UnknownVersion) {
+        return _("The browser cache %@ is of a form that is not known.");
+    }
+    return code == StatusCode::TooLarge ? _("The browser cache %@ has too many entries.")
+                                        : _("The browser cache %@ is damaged.");
+}
+
 }  // namespace
 
 ChromiumBlockCache::ChromiumBlockCache(const std::string& folder)
-    : m_files([folder](const std::string& name) -> std::unique_ptr<ByteSource> {
+    : m_folder(folder), m_files([folder](const std::string& name) -> std::unique_ptr<ByteSource> {
           return BytesOfFile::open(folder + "/" + name);
       }) {}
 
-Result<std::vector<BrowserCache::Entry>> ChromiumBlockCache::entriesChangedAfter(Date date) {
-    std::vector<Entry> entries;
-    for (const auto& [address, lastUsed] : m_files.entries()) {
-        if (lastUsed > date) entries.push_back({nameOf(address), lastUsed});
+BrowserCache::Listing ChromiumBlockCache::entriesChangedAfter(Date date) {
+    const auto [entries, code] = m_files.entries();
+    Listing listing;
+    for (const auto& [address, lastUsed] : entries) {
+        if (lastUsed > date) listing.entries.push_back({nameOf(address), lastUsed});
     }
-    return entries;
+    if (code != StatusCode::Ok) listing.status = {code, filledIn(patternFor(code), m_folder)};
+    return listing;
 }
 
 std::optional<CachedPage> ChromiumBlockCache::page(const std::string& name) {

@@ -14,10 +14,11 @@ class ChromiumBlockCache final : public BrowserCache {
 public:
     explicit ChromiumBlockCache(const std::string& folder);
 
-    Result<std::vector<Entry>> entriesChangedAfter(Date date) override;
+    Listing entriesChangedAfter(Date date) override;
     std::optional<CachedPage> page(const std::string& name) override;
 
 private:
+    const std::string m_folder;
     ChromiumBlockFiles m_files;
 };
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <unordered_set>
 #include <utility>
 
+#include "sources/BrowserCache.h"
 #include "sources/CachedResponse.h"
 #include "sources/ChromiumResponse.h"
 #include "sources/StoredNumbers.h"
@@ -19,7 +19,7 @@ constexpr std::uint32_t kBlockFileMagic = 0xC104CAC3;
 constexpr std::uint64_t kIndexHeadBytes = 368;
 constexpr std::uint64_t kBlockFileHeadBytes = 8192;
 constexpr std::uint32_t kUsualBuckets = 0x10000;
-constexpr std::size_t kMostEntries = 1'000'000;
+constexpr std::uint32_t kMostBuckets = 1 << 20;  // of the largest cache
 constexpr std::uint64_t kRankingsBytes = 36;
 
 // The bits of an address: whether it is one; which kind of file; then the number of a file, or how
@@ -122,40 +122,50 @@ Date ChromiumBlockFiles::lastUsed(Address entry, const Store& store, bool& isOpe
 }
 
 // One for each bucket that is in use; the others of a bucket follow from it.
-std::vector<ChromiumBlockFiles::Address> ChromiumBlockFiles::firstEntries() {
+StatusCode ChromiumBlockFiles::findFirstEntries(std::vector<Address>& addresses) {
     const auto file = m_openFile("index");
     const auto head = file != nullptr ? file->read(0, kIndexHeadBytes) : std::nullopt;
-    if (!head || littleEndianAt<std::uint32_t>(*head, 0) != kIndexMagic) return {};
+    if (!head || littleEndianAt<std::uint32_t>(*head, 0) != kIndexMagic) return StatusCode::Damaged;
     const std::uint32_t version = *littleEndianAt<std::uint32_t>(*head, 4) >> 16;
+    if (version < 2 || version > 3) return StatusCode::UnknownVersion;
     const std::uint32_t stored = *littleEndianAt<std::uint32_t>(*head, 28);
     const std::uint32_t buckets = stored == 0 ? kUsualBuckets : stored;
-    if (version < 2 || version > 3 || buckets > kMostEntries) return {};
+    if (buckets > kMostBuckets) return StatusCode::Damaged;
     const auto table = file->read(kIndexHeadBytes, std::uint64_t{buckets} * 4);
-    std::vector<Address> addresses;
-    for (std::size_t i = 0; table && i < buckets; ++i) {
+    if (!table) return StatusCode::Damaged;
+    for (std::size_t i = 0; i < buckets; ++i) {
         const Address address = *littleEndianAt<Address>(*table, i * 4);
         if (isOfKind(address, kEntries)) addresses.push_back(address);
     }
-    return addresses;
+    return StatusCode::Ok;
 }
 
-std::vector<ChromiumBlockFiles::Entry> ChromiumBlockFiles::entries() {
-    std::vector<Entry> entries;
-    std::unordered_set<Address> seen;
-    for (Address address : firstEntries()) {
-        while (seen.size() < kMostEntries && seen.insert(address).second) {
-            const auto store = storeAt(address);
-            if (!store) break;
-            bool isOpen = false;
-            if (store->isNormal()) {
-                entries.push_back({address, lastUsed(address, *store, isOpen)});
-            }
-            address = store->next();
-        }
+// Those that follow an entry which cannot be read are lost with it.
+StatusCode ChromiumBlockFiles::followEntries(Address address, std::unordered_set<Address>& seen,
+                                             std::vector<Entry>& entries) {
+    while ((address & kIsUsed) != 0 && seen.insert(address).second) {
+        if (seen.size() > BrowserCache::kMaxEntries) return StatusCode::TooLarge;
+        const auto store = storeAt(address);
+        if (!store) return StatusCode::Damaged;
+        bool isOpen = false;
+        if (store->isNormal()) entries.push_back({address, lastUsed(address, *store, isOpen)});
+        address = store->next();
     }
-    std::sort(entries.begin(), entries.end(),
+    return StatusCode::Ok;
+}
+
+ChromiumBlockFiles::Listing ChromiumBlockFiles::entries() {
+    std::vector<Address> first;
+    Listing listing{.entries = {}, .code = findFirstEntries(first)};
+    std::unordered_set<Address> seen;
+    for (const Address address : first) {
+        const StatusCode code = followEntries(address, seen, listing.entries);
+        if (code != StatusCode::Ok) listing.code = code;
+        if (code == StatusCode::TooLarge) break;
+    }
+    std::sort(listing.entries.begin(), listing.entries.end(),
               [](const Entry& a, const Entry& b) { return a.address < b.address; });
-    return entries;
+    return listing;
 }
 
 std::optional<CachedPage> ChromiumBlockFiles::page(Address address) {

@@ -1,8 +1,8 @@
 // ChromiumBlockFiles: the older form of the Chrome family's cache. An index leads to entries, which
 // lie in blocks of a few large files, as do their heads and bodies unless these are long.
 //
-// Threads: one at a time. Errors: input is hostile; what is damaged is left out. At most a million
-// entries are followed, and none twice. Checksums are not verified.
+// Threads: one at a time. Errors: input is hostile; what is damaged is left out. At most
+// BrowserCache::kMaxEntries are followed, and none twice. Checksums are not verified.
 #pragma once
 
 #include <cstdint>
@@ -12,9 +12,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "base/Date.h"
+#include "base/Status.h"
 #include "records/CachedPage.h"
 #include "sources/ByteSource.h"
 
@@ -32,14 +35,20 @@ public:
         Address address = 0;
         Date lastUsed;
     };
-    std::vector<Entry> entries();  // in rising order; none without an index
+    struct Listing {
+        std::vector<Entry> entries;        // in rising order; none without an index
+        StatusCode code = StatusCode::Ok;  // why there may be more: damage, unknown form, too many
+    };
+    Listing entries();
 
     std::optional<CachedPage> page(Address address);
 
 private:
     struct Store;
 
-    std::vector<Address> firstEntries();
+    StatusCode findFirstEntries(std::vector<Address>& addresses);
+    StatusCode followEntries(Address address, std::unordered_set<Address>& seen,
+                             std::vector<Entry>& entries);
     const ByteSource* blockFile(std::uint32_t number, std::uint32_t blockBytes);
     std::optional<std::string> blocksAt(Address address, std::uint64_t length);
     std::optional<std::string> streamAt(Address address, std::uint64_t length);

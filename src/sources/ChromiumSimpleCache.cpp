@@ -33,12 +33,11 @@ Date ChromiumSimpleCache::lastUsed(const std::string& name, Date modified) const
     return found != m_index.end() ? std::max(found->second, modified) : modified;
 }
 
-Result<std::vector<BrowserCache::Entry>> ChromiumSimpleCache::entriesChangedAfter(Date date) {
-    auto entries = entryFilesIn(m_folder, isEntryName);
-    if (!entries) return entries;
-    for (Entry& entry : *entries) entry.changed = lastUsed(entry.name, entry.changed);
-    std::erase_if(*entries, [date](const Entry& entry) { return entry.changed <= date; });
-    return entries;
+BrowserCache::Listing ChromiumSimpleCache::entriesChangedAfter(Date date) {
+    Listing listing = entryFilesIn(m_folder, isEntryName);
+    for (Entry& entry : listing.entries) entry.changed = lastUsed(entry.name, entry.changed);
+    std::erase_if(listing.entries, [date](const Entry& entry) { return entry.changed <= date; });
+    return listing;
 }
 
 std::optional<CachedPage> ChromiumSimpleCache::page(const std::string& name) {

@@ -16,7 +16,7 @@ public:
     explicit ChromiumSimpleCache(std::string folder);
 
     // An entry that was used again counts as changed, though its file is as it was.
-    Result<std::vector<Entry>> entriesChangedAfter(Date date) override;
+    Listing entriesChangedAfter(Date date) override;
     std::optional<CachedPage> page(const std::string& name) override;
 
 private:

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cstdio>
-#include <set>
-#include <utility>
 
-#include "base/Exception.h"
 #include "base/Translate.h"
 #include "sources/CacheFolder.h"
 #include "sources/CachedResponse.h"
@@ -17,179 +15,175 @@ namespace siftwell {
 
 namespace {
 
-constexpr std::size_t kRowDigits = 19;
+constexpr std::string_view kPrefix = "sqldb";
+constexpr std::size_t kDatabaseDigits = 3;
 
-std::string nameOf(const std::string& database, std::int64_t row) {
-    std::array<char, kRowDigits + 2> digits{};
-    std::snprintf(digits.data(), digits.size(), "%019lld", static_cast<long long>(row));
-    return database + ":" + digits.data();
+// Of the processor's, for one database; what becomes of its pages in this thread counts as well.
+constexpr std::chrono::minutes kTime(5);
+
+template <typename Number>
+std::optional<Number> numberIn(std::string_view digits) {
+    Number number = 0;
+    const char* const end = digits.data() + digits.size();
+    const auto [last, error] = std::from_chars(digits.data(), end, number);
+    if (error != std::errc() || last != end || number < 0) return std::nullopt;
+    return number;
+}
+
+std::optional<std::uint16_t> numberOfDatabase(std::string_view name) {
+    const std::string_view digits = name.substr(std::min(kPrefix.size(), name.size()));
+    if (!name.starts_with(kPrefix) || digits.size() > kDatabaseDigits) return std::nullopt;
+    return numberIn<std::uint16_t>(digits);
+}
+
+std::string fileOf(std::uint16_t database) {
+    return std::string(kPrefix) + std::to_string(database);
+}
+
+bool isDatabaseFile(std::string_view name) {
+    const auto number = numberOfDatabase(name);
+    return number && name == fileOf(*number);
+}
+
+std::string nameOf(std::uint16_t database, std::int64_t row) {
+    std::array<char, 40> name{};
+    std::snprintf(name.data(), name.size(), "sqldb%03u:%019lld", static_cast<unsigned>(database),
+                  static_cast<long long>(row));
+    return name.data();
 }
 
 struct Place {
-    std::string database;
+    std::uint16_t database = 0;
     std::int64_t row = 0;
 };
 
-std::optional<Place> placeOf(const std::string& name) {
-    const std::size_t colon = name.find(':');
-    Place place{name.substr(0, colon)};
-    if (colon == std::string::npos || !ChromiumSqliteCache::isDatabaseName(place.database)) {
-        return std::nullopt;
-    }
-    const char* const end = name.data() + name.size();
-    const auto [last, error] = std::from_chars(name.data() + colon + 1, end, place.row);
-    if (error != std::errc() || last != end) return std::nullopt;
-    return place;
+std::optional<Place> placeOf(std::string_view name) {
+    const std::size_t colon = std::min(name.find(':'), name.size());
+    const auto database = numberOfDatabase(name.substr(0, colon));
+    const auto row = numberIn<std::int64_t>(name.substr(std::min(colon + 1, name.size())));
+    if (!database || !row) return std::nullopt;
+    return Place{*database, *row};
 }
 
-// Computed columns, which could make up anything, are not among them.
-std::set<std::string> columnsOf(PLSqliteDatabase& database, const std::string& table) {
-    std::set<std::string> columns;
-    if (!database.tableExists(table)) return columns;
-    const auto rows = database.executeQuery("PRAGMA table_info(" + table + ")");
-    while (rows != nullptr && rows->next()) columns.insert(rows->stringForColumn("name"));
-    return columns;
-}
-
-bool hasAll(const std::set<std::string>& columns, std::initializer_list<const char*> names) {
-    return std::all_of(names.begin(), names.end(),
-                       [&](const char* name) { return columns.contains(name); });
-}
-
-// The pieces one after another, without a gap.
-std::optional<std::string> bodyOf(PLSqliteDatabase& database, std::int64_t row,
-                                  std::uint64_t bytes) {
-    const auto pieces = database.executeQuery(
-        "SELECT \"start\", \"end\", \"blob\" FROM blobs WHERE res_id = ? AND length(\"blob\") <= ? "
-        "ORDER BY \"start\"",
-        {row, static_cast<std::int64_t>(BrowserCache::kMaxPageBytes)});
-    std::string body;
-    while (pieces != nullptr && pieces->next()) {
-        const std::string piece = pieces->dataForColumnIndex(2);
-        const auto size = static_cast<std::int64_t>(body.size());
-        const auto end = static_cast<std::int64_t>(body.size() + piece.size());
-        const bool isNext =
-            pieces->bigIntForColumnIndex(0) == size && pieces->bigIntForColumnIndex(1) == end;
-        if (!isNext || body.size() + piece.size() > bytes) return std::nullopt;
-        body += piece;
-    }
-    return body;
-}
-
-}  // namespace
-
-bool ChromiumSqliteCache::isDatabaseName(std::string_view name) {
-    constexpr std::string_view kPrefix = "sqldb";
-    return name.starts_with(kPrefix) && name.size() <= kPrefix.size() + 3 &&
-           name.find_first_not_of("0123456789", kPrefix.size()) == std::string_view::npos;
-}
-
-Result<std::unique_ptr<ChromiumSqliteCache::Database>> ChromiumSqliteCache::openCopyOf(
-    const std::string& name) const {
-    const std::string path = m_folder + "/" + name;
-    auto copy = PrivateDatabase::copyOf(path);
-    if (!copy) return copy.status();
-    auto database = std::make_unique<Database>(Database{*std::move(copy), nullptr});
-    database->connection = PLSqliteDatabase::databaseWithPath(database->copy.path());
-    PlausibleError error;
-    if (!database->connection->openWithFlags(PLSqliteDatabase::kReadWrite, &error)) {
-        return {StatusCode::Damaged, error.localizedDescription()};
-    }
-    const auto resources = columnsOf(*database->connection, "resources");
-    const auto blobs = columnsOf(*database->connection, "blobs");
-    if (!hasAll(resources, {"res_id", "cache_key", "head"}) ||
-        !hasAll(blobs, {"res_id", "start", "end", "blob"})) {
-        return {StatusCode::UnknownVersion,
-                filledIn(_("The browser cache %@ is of a form that is not known."), path)};
-    }
-    if (resources.contains("last_used")) database->lastUsed = "last_used";
-    if (resources.contains("doomed")) database->isLive = "doomed = 0";
-    if (resources.contains("body_end")) database->bodyEnd = "body_end";
-    return database;
-}
-
-Result<ChromiumSqliteCache::Database*> ChromiumSqliteCache::databaseNamed(const std::string& name) {
-    const auto found = m_databases.find(name);
-    if (found != m_databases.end()) return found->second.get();
-    try {
-        auto database = openCopyOf(name);
-        if (!database) return database.status();
-        return m_databases.emplace(name, *std::move(database)).first->second.get();
-    } catch (const NamedException& exception) {
-        return {StatusCode::Damaged, exception.reason()};
-    }
-}
-
-Result<std::vector<BrowserCache::Entry>> ChromiumSqliteCache::entriesChangedAfter(Date date) {
-    const auto files = entryFilesIn(m_folder, isDatabaseName);
-    if (!files) return files.status();
-    std::vector<Entry> entries;
-    std::optional<Status> failure;
-    for (const Entry& file : *files) {
-        const auto database = databaseNamed(file.name);
-        if (Status status =
-                database ? addEntries(**database, file, date, entries) : database.status();
-            !status.isOk()) {
-            failure = std::move(status);
-        }
-    }
-    if (failure && entries.empty()) return *std::move(failure);
-    return entries;
-}
-
-Status ChromiumSqliteCache::addEntries(const Database& database, const Entry& file, Date after,
-                                       std::vector<Entry>& entries) {
-    try {
-        const auto rows = database.connection->executeQuery("SELECT res_id, " + database.lastUsed +
-                                                            " FROM resources WHERE " +
-                                                            database.isLive + " ORDER BY res_id");
-        while (rows != nullptr && rows->next()) {
-            const Date changed = rows->isNullForColumnIndex(1)
-                                     ? file.changed
-                                     : chromiumDate(rows->bigIntForColumnIndex(1));
-            if (changed <= after) continue;
-            entries.push_back({nameOf(file.name, rows->bigIntForColumnIndex(0)), changed});
-        }
-        return {};
-    } catch (const NamedException& exception) {
-        return {StatusCode::Damaged, exception.reason()};
-    }
-}
-
-std::optional<CachedResponse> ChromiumSqliteCache::responseIn(const Database& database,
-                                                              std::int64_t row) {
-    const auto found = database.connection->executeQuery(
-        "SELECT cache_key, head, " + database.lastUsed + ", " + database.bodyEnd +
-            " FROM resources WHERE res_id = ? AND " + database.isLive +
-            " AND length(head) <= ? AND length(cache_key) <= ?",
-        {row, static_cast<std::int64_t>(kMaxChromiumHeadBytes),
-         static_cast<std::int64_t>(kMaxChromiumKeyBytes)});
-    if (found == nullptr || !found->next()) return std::nullopt;
-    const std::string key = found->stringForColumnIndex(0);
+std::optional<CachedResponse> responseIn(const PLSqliteResultSet& row) {
+    const std::string key = row.stringForColumnIndex(0);
     const auto address = addressInChromiumKey(key);
-    auto stored = readChromiumResponse(found->dataForColumnIndex(1));
-    const std::int64_t bytes = found->bigIntForColumnIndex(3);
+    auto stored = readChromiumResponse(row.dataForColumnIndex(1));
+    const std::int64_t bytes = row.bigIntForColumnIndex(2);
     if (!address || !stored || bytes < 0) return std::nullopt;
-    const Date used = found->isNullForColumnIndex(2) ? Date::distantPast()
-                                                     : chromiumDate(found->bigIntForColumnIndex(2));
+    const Date used = row.isNullForColumnIndex(3) ? Date::distantPast()
+                                                  : chromiumDate(row.bigIntForColumnIndex(3));
     return CachedResponse{.url = std::string(*address),
                           .head = std::move(stored->head),
                           .bodyBytes = static_cast<std::uint64_t>(bytes),
                           .lastUsed = std::max(used, stored->received)};
 }
 
+const std::string kLastUsed = "CASE typeof(last_used) WHEN 'integer' THEN last_used END";
+
+std::optional<CachedResponse> responseAt(BrowserDatabase& database, std::int64_t row) {
+    std::optional<CachedResponse> response;
+    const Status status = database.forEachRow(
+        "SELECT cache_key, head, body_end, " + kLastUsed +
+            " FROM resources WHERE res_id = ? AND doomed = 0 AND length(head) <= ? AND "
+            "length(cache_key) <= ?",
+        {row, static_cast<std::int64_t>(kMaxChromiumHeadBytes),
+         static_cast<std::int64_t>(kMaxChromiumKeyBytes)},
+        [&response](const PLSqliteResultSet& found) {
+            response = responseIn(found);
+            return false;
+        });
+    return status.isOk() ? response : std::nullopt;
+}
+
+// The pieces one after another, without a gap.
+std::optional<std::string> bodyOf(BrowserDatabase& database, std::int64_t row,
+                                  std::uint64_t bytes) {
+    std::string body;
+    bool isWhole = true;
+    const auto append = [&](const PLSqliteResultSet& found) {
+        const std::string piece = found.dataForColumnIndex(2);
+        const std::size_t end = body.size() + piece.size();
+        isWhole = std::cmp_equal(found.bigIntForColumnIndex(0), body.size()) &&
+                  std::cmp_equal(found.bigIntForColumnIndex(1), end) && end <= bytes;
+        if (isWhole) body += piece;
+        return isWhole;
+    };
+    const Status status = database.forEachRow(
+        R"(SELECT "start", "end", "blob" FROM blobs WHERE res_id = ? AND length("blob") <= ? )"
+        R"(ORDER BY "start")",
+        {row, static_cast<std::int64_t>(bytes)}, append);
+    if (!status.isOk() || !isWhole) return std::nullopt;
+    return body;
+}
+
+}  // namespace
+
+Result<BrowserDatabase*> ChromiumSqliteCache::database(Number number) {
+    if (m_open && m_open->number == number) return &m_open->database;
+    m_open.reset();
+    const std::string path = m_folder + "/" + fileOf(number);
+    auto found = m_copies.find(number);
+    if (found == m_copies.end()) {
+        auto copy = PrivateDatabase::copyOf(path);
+        if (!copy) return copy.status();
+        found = m_copies.emplace(number, *std::move(copy)).first;
+    }
+    auto database = BrowserDatabase::open(found->second.path(), path, kTime);
+    if (!database) return database.status();
+    const auto resources = database->columnsOf(
+        "resources", {"res_id", "last_used", "body_end", "doomed", "cache_key", "head"});
+    const auto blobs = database->columnsOf("blobs", {"res_id", "start", "end", "blob"});
+    if (!resources || !blobs) return resources ? blobs.status() : resources.status();
+    m_open = Open{number, *std::move(database)};
+    return &m_open->database;
+}
+
+BrowserCache::Listing ChromiumSqliteCache::entriesChangedAfter(Date date) {
+    auto [files, failure] = entryFilesIn(m_folder, isDatabaseFile);
+    std::map<Number, Date> changes;
+    for (const Entry& file : files) changes[*numberOfDatabase(file.name)] = file.changed;
+    Listing listing{.entries = {}, .status = std::move(failure)};
+    for (const auto& [number, changed] : changes) {
+        Status status = addEntries(number, changed, date, listing.entries);
+        if (listing.status.isOk()) listing.status = std::move(status);
+    }
+    return listing;
+}
+
+Status ChromiumSqliteCache::addEntries(Number number, Date fileChanged, Date after,
+                                       std::vector<Entry>& entries) {
+    const auto opened = database(number);
+    if (!opened) return opened.status();
+    std::size_t rows = 0;
+    const Status status = (*opened)->forEachRow(
+        "SELECT res_id, " + kLastUsed +
+            " FROM resources WHERE typeof(res_id) = 'integer' AND res_id >= 0 AND doomed = 0 "
+            "ORDER BY res_id",
+        {}, [&](const PLSqliteResultSet& row) {
+            const Date changed = row.isNullForColumnIndex(1)
+                                     ? fileChanged
+                                     : chromiumDate(row.bigIntForColumnIndex(1));
+            if (++rows > kMaxEntries) return false;
+            if (changed > after) {
+                entries.push_back({nameOf(number, row.bigIntForColumnIndex(0)), changed});
+            }
+            return true;
+        });
+    if (!status.isOk() || rows <= kMaxEntries) return status;
+    return {StatusCode::TooLarge,
+            filledIn(_("The browser cache %@ has too many entries."), m_folder)};
+}
+
 std::optional<CachedPage> ChromiumSqliteCache::page(const std::string& name) {
     const auto place = placeOf(name);
-    const auto database = place ? databaseNamed(place->database) : Status();
-    if (!place || !database) return std::nullopt;
-    try {
-        const auto response = responseIn(**database, place->row);
-        if (!response || !response->isPage()) return std::nullopt;
-        auto body = bodyOf(*(*database)->connection, place->row, response->bodyBytes);
-        return body ? response->pageWith(*std::move(body)) : std::nullopt;
-    } catch (const NamedException&) {
-        return std::nullopt;  // a row of strange types, or damaged: no page
-    }
+    if (!place) return std::nullopt;
+    const auto opened = database(place->database);
+    if (!opened) return std::nullopt;
+    const auto response = responseAt(**opened, place->row);
+    if (!response || !response->isPage()) return std::nullopt;
+    auto body = bodyOf(**opened, place->row, response->bodyBytes);
+    return body ? response->pageWith(*std::move(body)) : std::nullopt;
 }
 
 }  // namespace siftwell

@@ -1,21 +1,23 @@
 // ChromiumSqliteCache: the newest form of the Chrome family's cache, one or more databases (sqldb0,
-// sqldb1, …) of responses and the pieces of their bodies. An entry is named DATABASE:ROW.
+// sqldb1, …) of responses and the pieces of their bodies. An entry is named DATABASE:ROW, with the
+// zeros in front of both numbers that put the names in the order of the numbers.
 //
-// The browser holds them locked, so they are copied, once, when the first of them is asked for.
-// Checksums are not verified, since SQLite's log has its own.
+// The browser holds them locked, so each is copied, once, when the first of its entries is asked
+// for; one copy is open at a time. Checksums are not verified, since SQLite's log has its own.
 //
-// Threads and errors: as BrowserCache.
+// Threads and errors: as BrowserCache and BrowserDatabase.
 #pragma once
 
+#include <cstdint>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "sources/BrowserCache.h"
-#include "sources/CachedResponse.h"
+#include "sources/BrowserDatabase.h"
 #include "sources/PrivateDatabase.h"
-#include "sqlite/PLSqliteDatabase.h"
 
 namespace siftwell {
 
@@ -23,30 +25,22 @@ class ChromiumSqliteCache final : public BrowserCache {
 public:
     explicit ChromiumSqliteCache(std::string folder) : m_folder(std::move(folder)) {}
 
-    static bool isDatabaseName(std::string_view name);
-
-    Result<std::vector<Entry>> entriesChangedAfter(Date date) override;
+    Listing entriesChangedAfter(Date date) override;
     std::optional<CachedPage> page(const std::string& name) override;
 
 private:
-    struct Database {
-        PrivateDatabase copy;
-        std::shared_ptr<PLSqliteDatabase> connection;  // goes before the copy does
-        // What is asked for where there is no such column.
-        std::string lastUsed = "NULL";
-        std::string isLive = "1";
-        std::string bodyEnd =
-            "(SELECT max(\"end\") FROM blobs b WHERE b.res_id = resources.res_id)";
+    using Number = std::uint16_t;  // of a database
+    struct Open {
+        Number number;
+        BrowserDatabase database;
     };
 
-    Result<Database*> databaseNamed(const std::string& name);
-    Result<std::unique_ptr<Database>> openCopyOf(const std::string& name) const;
-    static Status addEntries(const Database& database, const Entry& file, Date after,
-                             std::vector<Entry>& entries);
-    static std::optional<CachedResponse> responseIn(const Database& database, std::int64_t row);
+    Result<BrowserDatabase*> database(Number number);
+    Status addEntries(Number number, Date fileChanged, Date after, std::vector<Entry>& entries);
 
     const std::string m_folder;
-    std::map<std::string, std::unique_ptr<Database>> m_databases;
+    std::map<Number, PrivateDatabase> m_copies;
+    std::optional<Open> m_open;  // goes before its copy does
 };
 
 }  // namespace siftwell

@@ -50,11 +50,11 @@ std::optional<std::string> newestBookmarkBackup(const std::string& folder) {
     return newest;
 }
 
-Status readFirefoxBookmarkBackup(std::string_view bytes, Date after, const TakeEntry& take) {
-    if (!isMozLz4(bytes)) return readBookmarkTree(bytes, kNames, after, take);
+Status readFirefoxBookmarkBackup(std::string_view bytes, const TakeEntry& take) {
+    if (!isMozLz4(bytes)) return readBookmarkTree(bytes, kNames, take);
     const auto unpacked = unpackMozLz4(bytes);
     if (!unpacked) return unpacked.status();
-    return readBookmarkTree(*unpacked, kNames, after, take);
+    return readBookmarkTree(*unpacked, kNames, take);
 }
 
 }  // namespace siftwell

@@ -17,8 +17,7 @@ namespace siftwell {
 // "bookmarks-2012-10-28.json".
 std::optional<std::string> newestBookmarkBackup(const std::string& folder);
 
-// The bookmarks in the bytes of a backup, packed or not, that were added after the date, or at a
-// time that is not known. Tags are none.
-Status readFirefoxBookmarkBackup(std::string_view bytes, Date after, const TakeEntry& take);
+// The bookmarks in the bytes of a backup, packed or not. Tags are none.
+Status readFirefoxBookmarkBackup(std::string_view bytes, const TakeEntry& take);
 
 }  // namespace siftwell

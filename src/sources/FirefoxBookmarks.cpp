@@ -16,13 +16,12 @@ std::string folderOfTags(BrowserDatabase& database, const BrowserDatabase::Colum
     return "SELECT NULL";
 }
 
-std::optional<BrowserEntry> bookmarkIn(const PLSqliteResultSet& row, Date after) {
+std::optional<BrowserEntry> bookmarkIn(const PLSqliteResultSet& row) {
     if (row.isNullForColumnIndex(0)) return std::nullopt;
     BrowserEntry entry;
     if (!row.isNullForColumnIndex(2)) {
         entry.date = kFirefoxDates.date(row.bigIntForColumnIndex(2));
     }
-    if (entry.date && *entry.date <= after) return std::nullopt;
     entry.url = row.stringForColumnIndex(0);
     if (!isTakenBookmark(entry.url)) return std::nullopt;
     if (!row.isNullForColumnIndex(1)) entry.title = takenTitle(row.stringForColumnIndex(1));
@@ -31,7 +30,7 @@ std::optional<BrowserEntry> bookmarkIn(const PLSqliteResultSet& row, Date after)
 
 }  // namespace
 
-Status readFirefoxBookmarks(BrowserDatabase& database, Date after, const TakeEntry& take) {
+Status readFirefoxBookmarks(BrowserDatabase& database, const TakeEntry& take) {
     const auto columns =
         database.columnsOf("moz_bookmarks", {"id", "type", "fk", "parent", "title", "dateAdded"});
     const auto pages = database.columnsOf("moz_places", {"id", "url"});
@@ -44,7 +43,7 @@ Status readFirefoxBookmarks(BrowserDatabase& database, Date after, const TakeEnt
         folderOfTags(database, *columns) + "))";
     std::size_t taken = 0;
     return database.forEachRow(query, {}, [&](const PLSqliteResultSet& row) {
-        auto entry = bookmarkIn(row, after);
+        auto entry = bookmarkIn(row);
         return !entry || (++taken <= kMaxAddresses && take(*std::move(entry)));
     });
 }

@@ -8,9 +8,10 @@
 
 namespace siftwell {
 
-// The bookmarks that were added after the date, or at a time that is not known, in the order in
-// which they were made. Tags are none, though they are stored as bookmarks of their own; neither
-// are programs and queries of the browser. At most kMaxAddresses of Addresses.h.
-Status readFirefoxBookmarks(BrowserDatabase& database, Date after, const TakeEntry& take);
+// All bookmarks, in the order in which they were made; those that were imported, restored or came
+// from another computer bear the dates that they had there. Tags are none, though they are stored
+// as bookmarks of their own; neither are programs and queries of the browser. At most kMaxAddresses
+// of Addresses.h.
+Status readFirefoxBookmarks(BrowserDatabase& database, const TakeEntry& take);
 
 }  // namespace siftwell

@@ -13,10 +13,10 @@ bool isEntryName(std::string_view name) { return isHexadecimal(name, 40); }
 
 }  // namespace
 
-Result<std::vector<BrowserCache::Entry>> FirefoxCache::entriesChangedAfter(Date date) {
-    auto entries = entryFilesIn(m_entries, isEntryName);
-    if (entries) std::erase_if(*entries, [date](const Entry& e) { return e.changed <= date; });
-    return entries;
+BrowserCache::Listing FirefoxCache::entriesChangedAfter(Date date) {
+    Listing listing = entryFilesIn(m_entries, isEntryName);
+    std::erase_if(listing.entries, [date](const Entry& entry) { return entry.changed <= date; });
+    return listing;
 }
 
 std::optional<CachedPage> FirefoxCache::page(const std::string& name) {

@@ -14,7 +14,7 @@ class FirefoxCache final : public BrowserCache {
 public:
     explicit FirefoxCache(std::string entries) : m_entries(std::move(entries)) {}
 
-    Result<std::vector<Entry>> entriesChangedAfter(Date date) override;
+    Listing entriesChangedAfter(Date date) override;
     std::optional<CachedPage> page(const std::string& name) override;
 
 private:

@@ -2,14 +2,14 @@
 
 namespace siftwell {
 
-Status readFlockBookmarks(std::string_view bytes, Date after, const TakeEntry& take) {
+Status readFlockBookmarks(std::string_view bytes, const TakeEntry& take) {
     constexpr BookmarkNames kNames{.address = "url",
                                    .title = "name",
                                    .date = "date_added",
                                    .dates = kChromeDates,
                                    .hiddenKey = {},
                                    .hiddenValue = {}};
-    return readBookmarkTree(bytes, kNames, after, take);
+    return readBookmarkTree(bytes, kNames, take);
 }
 
 }  // namespace siftwell

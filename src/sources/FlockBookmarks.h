@@ -8,8 +8,7 @@
 
 namespace siftwell {
 
-// The bookmarks in the bytes of that file that were added after the date, or at a time that is not
-// known.
-Status readFlockBookmarks(std::string_view bytes, Date after, const TakeEntry& take);
+// The bookmarks in the bytes of that file.
+Status readFlockBookmarks(std::string_view bytes, const TakeEntry& take);
 
 }  // namespace siftwell

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -18,7 +20,8 @@ namespace siftwell {
 
 namespace {
 
-// Two threads may ask in the same tick for the copies of files of the same name.
+// Tried, since two threads may ask in the same tick for the copies of files of the same name; and
+// looked at, where something may be left over.
 constexpr int kMostNames = 1000;
 
 Status failure(int error, const std::string& path) {
@@ -40,6 +43,31 @@ Result<std::string> temporaryFolder() {
                        (info.st_mode & (S_IRWXG | S_IRWXO)) == 0;
     if (!isOwn) return failure(EPERM, folder);
     return folder;
+}
+
+// Whether the process whose number the name begins with is gone. One that was just made is left, in
+// case that this cannot be told rightly.
+bool isLeftOver(const std::filesystem::path& path) {
+    constexpr time_t kSeconds = 60;
+    const std::string name = path.filename().string();
+    pid_t process = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), process);
+    if (error != std::errc() || *end != '.' || process <= 0) return false;
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0 && info.st_mtime < time(nullptr) - kSeconds &&
+           kill(process, 0) != 0 && errno == ESRCH;
+}
+
+// What processes that were killed left behind.
+void removeLeftOvers(const std::string& folder) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    int looked = 0;
+    for (fs::directory_iterator each(folder, error), end;
+         !error && each != end && looked < kMostNames; each.increment(error), ++looked) {
+        std::error_code ignored;
+        if (isLeftOver(each->path())) fs::remove_all(each->path(), ignored);
+    }
 }
 
 Status copyBytes(int from, int to, const std::string& path) {
@@ -77,6 +105,7 @@ Status copyFilePrivately(const std::string& from, const std::string& to) {
 Result<std::string> makePrivateFolder() {
     const auto folder = temporaryFolder();
     if (!folder) return folder.status();
+    removeLeftOvers(*folder);
     std::string name = *folder + "/" + std::to_string(getpid()) + ".XXXXXX";
     if (mkdtemp(name.data()) == nullptr) return failure(errno, name);
     return name;

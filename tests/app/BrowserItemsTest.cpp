@@ -20,12 +20,12 @@ protected:
     BrowserProfile profile(const std::string& browser, const std::string& packaging,
                            const std::string& name) {
         const std::string folder = std::to_string(++m_profiles);
-        std::filesystem::create_directories(m_home.file(folder));
+        std::filesystem::create_directories(m_home.file(folder + "/Cache"));
         using Kind = BrowserSource::Kind;
         return {browser,
                 packaging,
                 name,
-                {{Kind::Cache, "ChromeCache", m_home.file(folder)},
+                {{Kind::Cache, "ChromeCache", m_home.file(folder + "/Cache")},
                  {Kind::History, "ChromeHistory", m_home.write(folder + "/History", "")},
                  {Kind::Bookmarks, "URLExtractor", m_home.write(folder + "/Bookmarks", "")}}};
     }

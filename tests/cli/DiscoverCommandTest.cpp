@@ -56,7 +56,8 @@ TEST_F(DiscoverCommandTest, NothingIsWrittenUntilItIsAskedFor) {
     EXPECT_THAT(outcome.out,
                 AllOf(HasSubstr("Firefox: work\n  Firefox History (work)  [new]\n    " +
                                 m_home.file(".mozilla/firefox/a.work/places.sqlite\n")),
-                      HasSubstr("Chromium: Default\n  Chromium Cache  [new]\n")));
+                      HasSubstr("Chromium: Default\n  Chromium Cache  [new]\n    " +
+                                m_home.file("cache/chromium/Default/Cache\n"))));
     EXPECT_THAT(outcome.err, HasSubstr("siftwell sources discover --enable"));
     EXPECT_EQ(linesOf(siftwell({"sources", "--json"})), before);
     EXPECT_EQ(linesOf(siftwell({"sources", "discover", "--json"})).back(),

@@ -43,11 +43,13 @@ constexpr const char* kBackup =
 
 class BrowserBookmarksTest : public BrowserDatabaseFixture {
 protected:
-    static Lines backup(std::string_view bytes, StatusCode code = StatusCode::Ok,
-                        Date after = Date::distantPast()) {
+    static Lines backup(std::string_view bytes, StatusCode code = StatusCode::Ok) {
         Lines lines;
-        EXPECT_EQ(readFirefoxBookmarkBackup(bytes, after, into(lines)).code(), code);
+        EXPECT_EQ(readFirefoxBookmarkBackup(bytes, into(lines)).code(), code);
         return lines;
+    }
+    static Status allOf(BrowserDatabase& database, Date, const TakeEntry& take) {
+        return readFirefoxBookmarks(database, take);
     }
     static StatusCode unpacking(const std::string& bytes) {
         return unpackMozLz4(bytes).status().code();
@@ -71,17 +73,14 @@ TEST_F(BrowserBookmarksTest, FirefoxTagsAndQueriesAreNoBookmarks) {
          "(6, 1, 1, 2, 'A', 1795225088865000, 'a'), (7, 1, 1, 5, NULL, 1795225088917000, 'b'),"
          "(8, 1, 4, 2, NULL, 'when', 'c'), (9, 1, 2, 2, 'Q', 1, 'd'), (10, 1, 3, 2, 'J', 1, 'e'),"
          "(11, 3, NULL, 2, '', 1, 'f'), (12, 1, 99, 2, 'lost', 1, 'g');");
-    EXPECT_THAT(read(readFirefoxBookmarks),
-                ElementsAre("http://a/|1795225088.865000|A", "http://b/|-|"));
-    EXPECT_THAT(read(readFirefoxBookmarks, Date::fromUnix(1795225088.865)),
-                ElementsAre("http://b/|-|"));
+    EXPECT_THAT(read(allOf), ElementsAre("http://a/|1795225088.865000|A", "http://b/|-|"));
     make(tables +
          "CREATE TABLE moz_bookmarks (id INTEGER PRIMARY KEY, type, fk, parent, title, dateAdded);"
          "CREATE TABLE moz_bookmarks_roots (root_name, folder_id);"
          "INSERT INTO moz_bookmarks_roots VALUES ('menu', 2), ('tags', 4);"
          "INSERT INTO moz_bookmarks VALUES (5, 2, NULL, 4, 'winter', 0), (6, 1, 1, 5, NULL, 1),"
          " (7, 1, 4, 2, 'B', 1000000);");
-    EXPECT_THAT(read(readFirefoxBookmarks), ElementsAre("http://b/|1.000000|B"));
+    EXPECT_THAT(read(allOf), ElementsAre("http://b/|1.000000|B"));
 }
 
 TEST_F(BrowserBookmarksTest, FirefoxBackupsAreTreesPackedOrNot) {
@@ -89,8 +88,6 @@ TEST_F(BrowserBookmarksTest, FirefoxBackupsAreTreesPackedOrNot) {
                     "http://odd/|-|"};
     EXPECT_EQ(backup(kBackup), all);
     EXPECT_EQ(backup(packed(kBackup, std::string_view(kBackup).size())), all);
-    EXPECT_THAT(backup(kBackup, StatusCode::Ok, Date::fromUnix(1795225088.865)),
-                ElementsAre("http://odd/|-|"));
     EXPECT_EQ(backup(std::string(kBackup).substr(0, 700), StatusCode::Damaged), all);
     EXPECT_THAT(backup(std::string(1000, '['), StatusCode::Damaged), IsEmpty());
     EXPECT_THAT(backup("", StatusCode::Damaged), IsEmpty());
@@ -124,7 +121,7 @@ TEST_F(BrowserBookmarksTest, FlockKeepsThemAsTheChromeFamilyDoes) {
     const Status status = readFlockBookmarks(
         R"({"roots":{"bookmark_bar":{"children":[{"date_added":"13439698874750772","name":"A",
             "type":"url","url":"http://a/"}],"name":"Bar","type":"folder"}},"version":1})",
-        Date::distantPast(), into(lines));
+        into(lines));
     EXPECT_TRUE(status.isOk());
     EXPECT_THAT(lines, ElementsAre("http://a/|1795225274.750772|A"));
 }

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <functional>
 
 #include "CacheBytes.h"
@@ -17,6 +19,7 @@ namespace {
 
 using namespace cachebytes;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 const Date kLongAgo = Date::fromUnix(1'000'000'000);
@@ -61,14 +64,27 @@ protected:
         return cache ? *std::move(cache) : nullptr;
     }
 
-    std::vector<std::string> namesAfter(BrowserCache& cache, Date date) {
+    std::vector<std::string> namesAfter(BrowserCache& cache, Date date,
+                                        StatusCode code = StatusCode::Ok,
+                                        const std::string& says = "") {
         std::vector<std::string> names;
-        const auto entries = cache.entriesChangedAfter(date);
-        EXPECT_TRUE(entries) << entries.status().message();
-        for (const auto& entry : entries ? *entries : std::vector<BrowserCache::Entry>()) {
-            names.push_back(entry.name);
-        }
+        const auto [entries, status] = cache.entriesChangedAfter(date);
+        EXPECT_EQ(status.code(), code) << status.message();
+        EXPECT_THAT(status.message(), HasSubstr(says));
+        for (const auto& entry : entries) names.push_back(entry.name);
         return names;
+    }
+
+    // With one page, unless told otherwise.
+    void makeDatabase(const std::string& name, const std::string& rows = "") {
+        execute(name, kTables);
+        execute(name, rows.empty() ? pageAt("1") : rows);
+    }
+    static std::string pageAt(const std::string& row) {
+        return "INSERT INTO resources VALUES (" + row + ", " + std::to_string(k2023) +
+               ", 36, 0, '1/0/" + kAddress + "', " + blob(StoredResponse().bytes()) +
+               "); INSERT INTO blobs VALUES (" + row + ", 10, 36, " + blob(kBody.substr(10)) +
+               "), (" + row + ", 0, 10, " + blob(kBody.substr(0, 10)) + ");";
     }
 
     void execute(const std::string& file, const std::string& statements) {
@@ -89,6 +105,10 @@ protected:
         return text + "'";
     }
 
+    static constexpr const char* kTables =
+        "CREATE TABLE resources(res_id INTEGER PRIMARY KEY, last_used, body_end, doomed, cache_key,"
+        " head);"
+        "CREATE TABLE blobs(res_id, start, end, blob);";
     TemporaryFolder m_folder;
 };
 
@@ -123,7 +143,7 @@ TEST(FirefoxCacheEntryTest, WhatIsNoWholePageOfTheWebIsLeft) {
         EXPECT_TRUE(with({{"response-head", headOf({}, type)}})) << type;
     }
     for (const char* type :
-         {"text/css", "text/javascript", "image/svg+xml", "application/json", ""}) {
+         {"text/css", "text/javascript", "image/svg+xml", "application/atom+xml", ""}) {
         EXPECT_FALSE(with({{"response-head", headOf({}, type)}})) << type;
     }
 }
@@ -226,7 +246,9 @@ TEST(ChromiumBlockFilesTest, EntriesOfAllSizesAreRead) {
     folder.add(kBody, kAddress, StoredResponse().bytes(), k2023, 1);  // evicted
     auto reader = readerOf(folder);
     std::vector<std::uint32_t> addresses;
-    for (const auto& entry : reader.entries()) {
+    const auto [entries, code] = reader.entries();
+    EXPECT_EQ(code, StatusCode::Ok);
+    for (const auto& entry : entries) {
         addresses.push_back(entry.address);
         EXPECT_EQ(entry.lastUsed, k2023Ends);
     }
@@ -241,7 +263,8 @@ TEST(ChromiumBlockFilesTest, CirclesAndWildAddressesEnd) {
     const auto first = folder.add();
     folder.add();
     folder.files["data_1"].replace(8192 + 4, 4, littleEndian(first + 1));  // the first leads back
-    EXPECT_EQ(readerOf(folder).entries().size(), 2U);
+    EXPECT_EQ(readerOf(folder).entries().entries.size(), 2U);
+    EXPECT_EQ(readerOf(folder).entries().code, StatusCode::Ok);
 
     std::string& entries = folder.files["data_1"];
     const std::string whole = entries;
@@ -250,12 +273,17 @@ TEST(ChromiumBlockFilesTest, CirclesAndWildAddressesEnd) {
         [&](const std::string& bytes) {
             entries = bytes;
             auto reader = readerOf(folder);
-            for (const auto& entry : reader.entries()) reader.page(entry.address);
+            for (const auto& entry : reader.entries().entries) reader.page(entry.address);
             reader.page(first);
         },
         8192);
+    entries = whole;
+    entries.replace(8192 + 256 + 4, 4, littleEndian(first + 9));  // what follows is not there
+    EXPECT_EQ(readerOf(folder).entries().entries.size(), 1U);
+    EXPECT_EQ(readerOf(folder).entries().code, StatusCode::Damaged);
     entries.clear();
-    EXPECT_THAT(readerOf(folder).entries(), IsEmpty());
+    EXPECT_THAT(readerOf(folder).entries().entries, IsEmpty());
+    EXPECT_EQ(readerOf(folder).entries().code, StatusCode::Damaged);
     EXPECT_FALSE(readerOf(folder).page(first));
 }
 
@@ -274,6 +302,11 @@ TEST_F(FolderOfCache, FirefoxIsFoundFromAnyOfItsFolders) {
         EXPECT_FALSE(cache->page("other"));
         EXPECT_FALSE(cache->page("../entries/" + name));
     }
+    std::string deep = "cache2/entries/d";
+    for (int i = 0; i < 512; ++i) deep += "/d";
+    std::filesystem::create_directories(m_folder.file(deep));
+    EXPECT_THAT(namesAfter(*open(), kLongAgo, StatusCode::TooLarge, "nested too deeply"),
+                ElementsAre(name));
 }
 
 TEST_F(FolderOfCache, SimpleEntriesThatWereUsedAgainHaveChanged) {
@@ -307,50 +340,75 @@ TEST_F(FolderOfCache, BlockFilesAreFound) {
     EXPECT_THAT(namesAfter(*cache, k2023Ends), ElementsAre("a0010000"));
     expectThePage(cache->page("a0010001"));
     EXPECT_FALSE(cache->page("a001000"));
+    std::string& index = files.files["index"];
+    m_folder.write("Cache/index", index.substr(0, index.size() - 1));
+    EXPECT_THAT(namesAfter(*open(), kLongAgo, StatusCode::Damaged, "/Cache is damaged"), IsEmpty());
+    m_folder.write("Cache/index", index.replace(4, 4, littleEndian(9U << 16)));
+    EXPECT_THAT(namesAfter(*open(), kLongAgo, StatusCode::UnknownVersion, "/Cache"), IsEmpty());
 }
 
-TEST_F(FolderOfCache, DatabasesAreReadWhileTheBrowserHoldsThem) {
+TEST_F(FolderOfCache, DatabasesHoldPagesInPieces) {
     const std::string response = blob(StoredResponse().bytes());
     m_folder.write("index", "SQLCache2");
-    execute(
-        "sqldb0",
-        "CREATE TABLE resources(res_id INTEGER PRIMARY KEY, last_used INTEGER, body_end INTEGER,"
-        " doomed INTEGER, cache_key TEXT, head BLOB);"
-        "CREATE TABLE blobs(blob_id INTEGER PRIMARY KEY, res_id INTEGER, start INTEGER,"
-        " end INTEGER, blob BLOB);"
-        "INSERT INTO resources VALUES (1, " +
-            std::to_string(k2023) + ", 36, 0, '1/0/" + kAddress + "', " + response +
-            "), (2, 5, 36, 0, '" + kAddress + "', " + response +
-            "),"
-            "(3, 5, 36, 1, '" +
-            kAddress + "', " + response +
-            "), (4, 'x', 36, 0, 7, 7);"
-            "INSERT INTO blobs(res_id, start, end, blob) VALUES (1, 10, 36, " +
-            blob(kBody.substr(10)) + "), (1, 0, 10, " + blob(kBody.substr(0, 10)) +
-            "), (2, 1, 36, " + blob(kBody.substr(1)) + "), (3, 0, 36, " + blob(kBody) +
-            "), (4, 0, 36, " + blob(kBody) + ");");
-    execute("sqldb1",
-            "CREATE TABLE resources(res_id INTEGER PRIMARY KEY, cache_key TEXT, head BLOB);"
-            "CREATE TABLE blobs(res_id INTEGER, start INTEGER, end INTEGER, blob BLOB);"
-            "INSERT INTO resources VALUES (1, '" +
-                kAddress + "', " + response +
-                ");"
-                "INSERT INTO blobs VALUES (1, 0, 36, " +
-                blob(kBody) + ");");
-    execute("sqldb2", "CREATE TABLE unknown(a)");
-    const std::string zeros(18, '0');
+    makeDatabase("sqldb0", pageAt("1") + "INSERT INTO resources VALUES (2, 5, 36, 0, '" + kAddress +
+                               "', " + response + "), (3, 5, 36, 1, '" + kAddress + "', " +
+                               response + "), (4, 'x', 36, 0, 7, 7), (-5, 5, 36, 0, '" + kAddress +
+                               "', " + response + ");" + "INSERT INTO blobs VALUES (2, 1, 36, " +
+                               blob(kBody.substr(1)) + "), (3, 0, 36, " + blob(kBody) +
+                               "), (4, 0, 36, " + blob(kBody) + "), (-5, 0, 36, " + blob(kBody) +
+                               ");");
     const auto cache = open();
     ASSERT_NE(cache, nullptr);
+    const std::string name = "sqldb000:000000000000000000";
+    EXPECT_THAT(namesAfter(*cache, kLongAgo), ElementsAre(name + "1", name + "4"));
+    EXPECT_THAT(namesAfter(*cache, Date::distantFuture()), IsEmpty());
     expectThePage(cache->page("sqldb0:1"));
-    expectThePage(cache->page("sqldb1:" + zeros + "1"));
-    for (const char* name : {"sqldb0:2", "sqldb0:3", "sqldb0:4", "sqldb0:9", "sqldb2:1", "sqldb3:1",
-                             "../sqldb0:1", "sqldb0", "sqldb0:", "sqldb0:1x"}) {
-        EXPECT_FALSE(cache->page(name)) << name;
+    expectThePage(cache->page(name + "1"));
+    for (const char* other :
+         {"sqldb0:2", "sqldb0:3", "sqldb0:4", "sqldb0:-5", "sqldb0:9", "sqldb3:1", "../sqldb0:1",
+          "sqldb0", "sqldb0:", "sqldb0:1x", "sqldb:1", ":", ""}) {
+        EXPECT_FALSE(cache->page(other)) << other;
     }
-    execute("sqldb0", "DELETE FROM resources WHERE res_id = 4");
-    const auto again = open();
-    EXPECT_THAT(namesAfter(*again, kLongAgo),
-                ElementsAre("sqldb0:" + zeros + "1", "sqldb1:" + zeros + "1"));
+}
+
+TEST_F(FolderOfCache, EntriesOfManyDatabasesStandInTheOrderOfTheirNames) {
+    m_folder.write("index", "SQLCache2");
+    for (const char* each : {"sqldb0", "sqldb2", "sqldb9", "sqldb10", "sqldb11"}) {
+        makeDatabase(each, pageAt("2") + pageAt("12"));
+    }
+    for (const char* other : {"sqldb", "sqldb07", "sqldb1000", "sqldb1-wal"}) {
+        m_folder.write(other, "no database of the cache");
+    }
+    const auto cache = open();
+    const auto names = namesAfter(*cache, kLongAgo);
+    EXPECT_EQ(names.size(), 10U);
+    EXPECT_TRUE(std::is_sorted(names.begin(), names.end())) << testing::PrintToString(names);
+    for (const std::string& name : names) expectThePage(cache->page(name));
+}
+
+TEST_F(FolderOfCache, TheRestIsListedBesideWhatCannotBeRead) {
+    m_folder.write("index", "SQLCache2");
+    makeDatabase("sqldb0");
+    makeDatabase("sqldb2");
+    const auto expectFailure = [this](StatusCode code, const std::string& says) {
+        const auto cache = open();
+        EXPECT_EQ(namesAfter(*cache, kLongAgo, code, says).size(), 2U);
+        EXPECT_FALSE(cache->page("sqldb1:1"));
+        std::filesystem::remove(m_folder.file("sqldb1"));
+    };
+    m_folder.write("sqldb1", std::string(8192, 'x'));
+    expectFailure(StatusCode::Damaged, "/sqldb1 is encrypted, damaged or no database.");
+    execute("sqldb1", "CREATE TABLE resources(res_id)");
+    expectFailure(StatusCode::UnknownVersion, "/sqldb1 has an unknown form: no such column");
+    execute("sqldb1",
+            "CREATE VIEW resources AS SELECT 1 AS res_id, 2 AS last_used, 0 AS doomed,"
+            " 36 AS body_end, 'k' AS cache_key, 'h' AS head;"
+            "CREATE TABLE blobs(res_id, start, end, blob)");
+    expectFailure(StatusCode::UnknownVersion, "no such table: resources");
+    makeDatabase("sqldb1");
+    m_folder.write("sqldb1-journal",
+                   std::string(512, '\1') + "/other" + "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7");
+    expectFailure(StatusCode::Damaged, "/sqldb1 is damaged.");
 }
 
 TEST_F(FolderOfCache, WhatIsNoCacheIsNotFound) {

@@ -109,7 +109,7 @@ TEST_F(BrowserDiscoveryTest, EveryBrowserIsFoundInEachOfItsPlaces) {
             const std::string places = profiles + "/" + profile + "/places.sqlite";
             make({places, caches + "/" + profile + "/cache2/"});
             const std::string title = browser + ", work: Firefox";
-            expected.push_back(title + "Cache " + caches + "/" + profile);
+            expected.push_back(title + "Cache " + caches + "/" + profile + "/cache2");
             expected.push_back(title + "History " + places);
             expected.push_back(title + "Bookmarks " + places);
         }
@@ -119,7 +119,7 @@ TEST_F(BrowserDiscoveryTest, EveryBrowserIsFoundInEachOfItsPlaces) {
     for (const auto& [browser, profiles, caches] : chrome) {
         const std::string profile = profiles + "/Default/";
         make({profile + "History", profile + "Bookmarks", caches + "/Default/Cache/Cache_Data/"});
-        expected.push_back(browser + ", Default: ChromeCache " + caches + "/Default");
+        expected.push_back(browser + ", Default: ChromeCache " + caches + "/Default/Cache");
         expected.push_back(browser + ", Default: ChromeHistory " + profile + "History");
         expected.push_back(browser + ", Default: URLExtractor " + profile + "Bookmarks");
     }
@@ -136,7 +136,7 @@ TEST_F(BrowserDiscoveryTest, OtherBaseFoldersAreFollowedAndNothingIsMadeUp) {
           "c/chromium/Guest Profile/History", "c/chromium/a/b/History",
           ".config/vivaldi/Default/History", "c/opera/Default/Preferences"});
     m_folders = {m_home.path(), m_home.file("c"), m_home.file("k"), m_home.file("d")};
-    EXPECT_THAT(found(), ElementsAre("Chromium, Default: ChromeCache k/chromium/Default",
+    EXPECT_THAT(found(), ElementsAre("Chromium, Default: ChromeCache k/chromium/Default/Cache",
                                      "Chromium, Default: ChromeHistory c/chromium/Default/History",
                                      "GNOME Web: EpiphanyHistory d/epiphany/ephy-history.db"));
     m_folders = {};
@@ -157,10 +157,10 @@ TEST_F(BrowserDiscoveryTest, TheListOfProfilesSaysWhereTheyAreAndWhatTheyAreCall
                      "\n[Profile4]\nIsRelative=0\nPath=outside\n[Profile5]\nPath=gone\n"
                      "[Install1]\nPath=forgotten\n[Profile6]\nPath=a.x/../../outside");
     EXPECT_THAT(found(),
-                ElementsAre("Firefox, work: FirefoxCache .cache/mozilla/firefox/a.x",
+                ElementsAre("Firefox, work: FirefoxCache .cache/mozilla/firefox/a.x/cache2",
                             "Firefox, work: FirefoxHistory .mozilla/firefox/a.x/places.sqlite",
                             "Firefox, work: FirefoxBookmarks .mozilla/firefox/a.x/places.sqlite",
-                            "Firefox, far away: FirefoxCache elsewhere/b",
+                            "Firefox, far away: FirefoxCache elsewhere/b/cache2",
                             "Firefox, far away: FirefoxHistory elsewhere/b/places.sqlite",
                             "Firefox, far away: FirefoxBookmarks elsewhere/b/places.sqlite"));
     m_home.write(".mozilla/firefox/profiles.ini", "");
@@ -184,10 +184,10 @@ TEST_F(BrowserDiscoveryTest, OperaMayKeepOneProfileInTheFolderItself) {
     make({".config/opera/History", ".config/opera/Bookmarks", ".cache/opera/Cache/",
           ".config/opera/Default/History", ".config/opera/Default/Cache/"});
     EXPECT_THAT(found(),
-                ElementsAre("Opera, opera: ChromeCache .cache/opera",
+                ElementsAre("Opera, opera: ChromeCache .cache/opera/Cache",
                             "Opera, opera: ChromeHistory .config/opera/History",
                             "Opera, opera: URLExtractor .config/opera/Bookmarks",
-                            "Opera, Default: ChromeCache .config/opera/Default",
+                            "Opera, Default: ChromeCache .config/opera/Default/Cache",
                             "Opera, Default: ChromeHistory .config/opera/Default/History"));
 }
 
