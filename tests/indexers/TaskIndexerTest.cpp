@@ -214,6 +214,19 @@ TEST_F(TaskIndexerTest, PagesOfACacheAreIndexedWithoutBeingAskedForAndReadAgain)
     EXPECT_EQ(data->mimeType, "text/html");
     EXPECT_FALSE(indexer->dataFromCache(folder + "/" + std::string(40, 'C')));
     EXPECT_FALSE(indexer->dataFromCache("nowhere"));
+
+    // The visit that it served is dated a moment later; the next one was another.
+    useFakeTool();
+    m_item = {.Name = "History", .Path = m_folder.file("visits")};
+    const auto visit = [&](double later) {
+        m_folder.write("visits", std::to_string(seconds(record->date) + later) + " " +
+                                     cachebytes::kAddress + " Title\n");
+    };
+    visit(1);
+    EXPECT_THAT(scanned("FirefoxHistory"), IsEmpty());
+    m_site.text(cachebytes::kAddress, html("", "word"));
+    visit(10);
+    EXPECT_THAT(scanned("FirefoxHistory"), ElementsAre(cachebytes::kAddress));
 }
 
 TEST_F(RealToolTest, ItSaysHowItIsConfined) {
