@@ -46,7 +46,7 @@ public:
         Alerts& alerts;
         NetworkActivity& network;
         IndexerFactory makeIndexer;
-        CacheScans& cacheScans;  // that its indexers wait for
+        CacheScans& cacheScans;                // that its indexers wait for
         std::function<void()> checkForUpdate;  // after each complete scan
         std::function<void()> cameToRest;      // after each scan, whatever came of it
         std::function<void()> emptyURLCache;   // at most once a day

@@ -156,7 +156,7 @@ Status ChromiumSqliteCache::addEntries(Number number, Date fileChanged, Date aft
     const auto opened = database(number);
     if (!opened) return opened.status();
     std::size_t rows = 0;
-    const Status status = (*opened)->forEachRow(
+    Status status = (*opened)->forEachRow(
         "SELECT res_id, " + kLastUsed +
             " FROM resources WHERE typeof(res_id) = 'integer' AND res_id >= 0 AND doomed = 0 "
             "ORDER BY res_id",
