@@ -4,12 +4,12 @@
 #include <string>
 
 #include "Require.h"
-#include "sources/ArchivedResponse.h"
-#include "sources/ArchivedURLResponse.h"
-#include "sources/ArchivedValues.h"
-#include "sources/BrindleArchive.h"
-#include "sources/KeyedArchive.h"
-#include "sources/TypedArchive.h"
+#include "sources/archives/ArchivedResponse.h"
+#include "sources/archives/ArchivedURLResponse.h"
+#include "sources/archives/ArchivedValues.h"
+#include "sources/archives/BrindleArchive.h"
+#include "sources/archives/KeyedArchive.h"
+#include "sources/archives/TypedArchive.h"
 #include "text/Ascii.h"
 #include "text/Utf8.h"
 

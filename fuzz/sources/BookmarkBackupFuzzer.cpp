@@ -2,10 +2,10 @@
 // over is an address within its bounds.
 
 #include "Require.h"
-#include "sources/FirefoxBookmarkBackup.h"
-#include "sources/FlockBookmarks.h"
-#include "sources/MozLz4.h"
-#include "sources/ShiiraBookmarks.h"
+#include "sources/browsers/FirefoxBookmarkBackup.h"
+#include "sources/browsers/FlockBookmarks.h"
+#include "sources/browsers/MozLz4.h"
+#include "sources/browsers/ShiiraBookmarks.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "Require.h"
-#include "sources/BrowserProfiles.h"
+#include "sources/browsers/BrowserProfiles.h"
 #include "text/Utf8.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "Require.h"
 #include "base/Url.h"
 #include "records/CachedPage.h"
-#include "sources/BrowserCache.h"
+#include "sources/caches/BrowserCache.h"
 
 namespace siftwell::fuzz {
 

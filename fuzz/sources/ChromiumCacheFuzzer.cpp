@@ -3,9 +3,9 @@
 
 #include "CachedPageRules.h"
 #include "sources/CacheBytes.h"
-#include "sources/ChromiumBlockFiles.h"
-#include "sources/ChromiumResponse.h"
-#include "sources/ChromiumSimpleEntry.h"
+#include "sources/caches/ChromiumBlockFiles.h"
+#include "sources/caches/ChromiumResponse.h"
+#include "sources/caches/ChromiumSimpleEntry.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "Require.h"
-#include "sources/ContentDecoding.h"
+#include "sources/caches/ContentDecoding.h"
 
 using namespace siftwell;
 

@@ -1,7 +1,7 @@
 // Any bytes as an entry of Firefox's cache.
 
 #include "CachedPageRules.h"
-#include "sources/FirefoxCacheEntry.h"
+#include "sources/caches/FirefoxCacheEntry.h"
 
 using namespace siftwell;
 

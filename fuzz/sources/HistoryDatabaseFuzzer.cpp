@@ -7,12 +7,12 @@
 
 #include "Require.h"
 #include "base/Log.h"
-#include "sources/ChromeHistory.h"
-#include "sources/FalkonHistory.h"
-#include "sources/FirefoxBookmarks.h"
-#include "sources/FirefoxHistory.h"
-#include "sources/GnomeWebHistory.h"
-#include "sources/QutebrowserHistory.h"
+#include "sources/browsers/ChromeHistory.h"
+#include "sources/browsers/FalkonHistory.h"
+#include "sources/browsers/FirefoxBookmarks.h"
+#include "sources/browsers/FirefoxHistory.h"
+#include "sources/browsers/GnomeWebHistory.h"
+#include "sources/browsers/QutebrowserHistory.h"
 #include "support/TemporaryFolder.h"
 
 namespace {

@@ -11,7 +11,7 @@
 
 #include "base/Paths.h"
 #include "records/SearchItem.h"
-#include "sources/BrowserDiscovery.h"
+#include "sources/browsers/BrowserDiscovery.h"
 
 namespace siftwell {
 

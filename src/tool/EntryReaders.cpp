@@ -6,17 +6,17 @@
 #include <vector>
 
 #include "base/Files.h"
-#include "sources/BrowserDatabase.h"
-#include "sources/ChromeHistory.h"
-#include "sources/FalkonHistory.h"
-#include "sources/FirefoxBookmarkBackup.h"
-#include "sources/FirefoxBookmarks.h"
-#include "sources/FirefoxHistory.h"
-#include "sources/FlockBookmarks.h"
-#include "sources/GnomeWebHistory.h"
 #include "sources/PrivateDatabase.h"
-#include "sources/QutebrowserHistory.h"
-#include "sources/ShiiraBookmarks.h"
+#include "sources/browsers/BrowserDatabase.h"
+#include "sources/browsers/ChromeHistory.h"
+#include "sources/browsers/FalkonHistory.h"
+#include "sources/browsers/FirefoxBookmarkBackup.h"
+#include "sources/browsers/FirefoxBookmarks.h"
+#include "sources/browsers/FirefoxHistory.h"
+#include "sources/browsers/FlockBookmarks.h"
+#include "sources/browsers/GnomeWebHistory.h"
+#include "sources/browsers/QutebrowserHistory.h"
+#include "sources/browsers/ShiiraBookmarks.h"
 
 namespace siftwell {
 

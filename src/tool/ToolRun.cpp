@@ -6,7 +6,7 @@
 #include "base/Clock.h"
 #include "base/Translate.h"
 #include "records/IndexerNames.h"
-#include "sources/BrowserCache.h"
+#include "sources/caches/BrowserCache.h"
 #include "text/Utf8Prefix.h"
 #include "tool/EntryReaders.h"
 

@@ -1,12 +1,12 @@
 #include <gmock/gmock.h>
 #include <plist/plist.h>
 
-#include "sources/ArchivedResponse.h"
-#include "sources/ArchivedValues.h"
-#include "sources/BrindleArchive.h"
-#include "sources/KeyedArchive.h"
-#include "sources/TypedArchive.h"
 #include "sources/TypedArchiveWriter.h"
+#include "sources/archives/ArchivedResponse.h"
+#include "sources/archives/ArchivedValues.h"
+#include "sources/archives/BrindleArchive.h"
+#include "sources/archives/KeyedArchive.h"
+#include "sources/archives/TypedArchive.h"
 
 namespace siftwell {
 namespace {

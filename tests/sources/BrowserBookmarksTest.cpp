@@ -4,11 +4,11 @@
 
 #include "BrowserDatabaseFixture.h"
 #include "base/PropertyListFormat.h"
-#include "sources/FirefoxBookmarkBackup.h"
-#include "sources/FirefoxBookmarks.h"
-#include "sources/FlockBookmarks.h"
-#include "sources/MozLz4.h"
-#include "sources/ShiiraBookmarks.h"
+#include "sources/browsers/FirefoxBookmarkBackup.h"
+#include "sources/browsers/FirefoxBookmarks.h"
+#include "sources/browsers/FlockBookmarks.h"
+#include "sources/browsers/MozLz4.h"
+#include "sources/browsers/ShiiraBookmarks.h"
 
 namespace siftwell {
 namespace {

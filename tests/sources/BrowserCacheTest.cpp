@@ -1,4 +1,4 @@
-#include "sources/BrowserCache.h"
+#include "sources/caches/BrowserCache.h"
 
 #include <gmock/gmock.h>
 #include <sqlite3.h>
@@ -8,10 +8,10 @@
 #include <functional>
 
 #include "CacheBytes.h"
-#include "sources/ChromiumBlockFiles.h"
-#include "sources/ChromiumResponse.h"
-#include "sources/ChromiumSimpleEntry.h"
-#include "sources/FirefoxCacheEntry.h"
+#include "sources/caches/ChromiumBlockFiles.h"
+#include "sources/caches/ChromiumResponse.h"
+#include "sources/caches/ChromiumSimpleEntry.h"
+#include "sources/caches/FirefoxCacheEntry.h"
 #include "support/TemporaryFolder.h"
 
 namespace siftwell {

@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "base/Log.h"
-#include "sources/BrowserDatabase.h"
+#include "sources/browsers/BrowserDatabase.h"
 #include "support/TemporaryFolder.h"
 
 namespace siftwell {

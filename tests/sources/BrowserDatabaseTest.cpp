@@ -1,10 +1,10 @@
 // Databases that are mid-write, damaged, of another form or made to do harm.
 
-#include "sources/BrowserDatabase.h"
+#include "sources/browsers/BrowserDatabase.h"
 
 #include "BrowserDatabaseFixture.h"
-#include "sources/ChromeHistory.h"
-#include "sources/FalkonHistory.h"
+#include "sources/browsers/ChromeHistory.h"
+#include "sources/browsers/FalkonHistory.h"
 
 namespace siftwell {
 namespace {

@@ -1,9 +1,9 @@
-#include "sources/BrowserDiscovery.h"
+#include "sources/browsers/BrowserDiscovery.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "sources/BrowserProfiles.h"
+#include "sources/browsers/BrowserProfiles.h"
 #include "support/TemporaryFolder.h"
 
 namespace siftwell {

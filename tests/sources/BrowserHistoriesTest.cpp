@@ -1,11 +1,11 @@
 // Which visits the histories of browsers hand over, and what of them.
 
 #include "BrowserDatabaseFixture.h"
-#include "sources/ChromeHistory.h"
-#include "sources/FalkonHistory.h"
-#include "sources/FirefoxHistory.h"
-#include "sources/GnomeWebHistory.h"
-#include "sources/QutebrowserHistory.h"
+#include "sources/browsers/ChromeHistory.h"
+#include "sources/browsers/FalkonHistory.h"
+#include "sources/browsers/FirefoxHistory.h"
+#include "sources/browsers/GnomeWebHistory.h"
+#include "sources/browsers/QutebrowserHistory.h"
 
 namespace siftwell {
 namespace {

@@ -1,4 +1,4 @@
-#include "sources/ContentDecoding.h"
+#include "sources/caches/ContentDecoding.h"
 
 #include <gmock/gmock.h>
 
