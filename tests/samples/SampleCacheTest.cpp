@@ -29,15 +29,21 @@ protected:
         m_variables["XDG_STATE_HOME"] = home + "/.local/state";
     }
 
+    static bool isText(const json& contentType) {
+        if (!contentType.is_string()) return false;
+        const std::string type = contentType;
+        return type.starts_with("text/") || type.starts_with("application/xhtml+xml") ||
+               type.starts_with("application/xml");
+    }
+
     std::set<std::string> cachedTexts(const std::string& item) {
         std::set<std::string> urls;
         for (const json& each : m_expected["items"]) {
             if (each["id"] != item) continue;
             for (const json& entry : each["entries"]) {
-                const std::string type = entry["content_type"].is_string()
-                                             ? entry["content_type"].get<std::string>()
-                                             : "";
-                if (entry["status"] == 200 && type.starts_with("text/")) urls.insert(entry["url"]);
+                if (entry["status"] == 200 && isText(entry["content_type"])) {
+                    urls.insert(entry["url"]);
+                }
             }
         }
         // These are refused, from wherever they come.
