@@ -29,9 +29,10 @@ constexpr std::size_t kMaxTaskBytes = 1 << 20;
 std::string inputToItsEnd() {
     std::string bytes;
     std::array<char, 4096> buffer;  // NOLINT(*-member-init)
-    for (ssize_t count = 0; bytes.size() <= kMaxTaskBytes; bytes.append(buffer.data(), count)) {
-        count = read(STDIN_FILENO, buffer.data(), buffer.size());
+    while (bytes.size() <= kMaxTaskBytes) {
+        const ssize_t count = read(STDIN_FILENO, buffer.data(), buffer.size());
         if (count <= 0) break;
+        bytes.append(buffer.data(), static_cast<std::size_t>(count));
     }
     return bytes;
 }
