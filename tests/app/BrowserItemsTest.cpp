@@ -63,7 +63,7 @@ protected:
     }
 
     TemporaryFolder m_home;
-    const Paths m_paths;
+    const Paths m_paths{};
     int m_profiles = 0;
     std::vector<SearchItem> m_list = defaultSearchItems();
 };
@@ -103,7 +103,8 @@ TEST_F(BrowserItemsTest, WhatIsThereIsKnownByItsFileAndSwitchedOnWhenAsked) {
     add(found, true);
     add(found, false);  // leaves on what is on
     EXPECT_EQ(m_list.size(), 23U);
-    for (const BrowserItem& each : items(found)[0].items) EXPECT_EQ(each.state, State::On);
+    const BrowserItems now = items(found)[0];
+    for (const BrowserItem& each : now.items) EXPECT_EQ(each.state, State::On);
     EXPECT_TRUE(m_list.back().Index);
     EXPECT_TRUE(m_list[0].UserItem && m_list[0].Search && m_list[0].Expire);
     EXPECT_EQ(m_list[0].LastScanDate, Date::distantPast());
