@@ -6,6 +6,8 @@
 // walking the same rows in this process; and a cache of N entries (20,000) of 30 kB each, beside
 // reading its files.
 
+#include <sys/resource.h>
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -105,6 +107,13 @@ private:
     IndexerLocks m_locks;
 };
 
+// The most that any child had, in MiB.
+double memoryOfTool() {
+    rusage usage{};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    return static_cast<double>(usage.ru_maxrss) / 1024;
+}
+
 void run(PLSqliteDatabase& database, const std::string& statement) {
     const auto rows = database.executeQuery(statement);
     while (rows != nullptr && rows->next()) {
@@ -157,8 +166,9 @@ void benchHistory(std::size_t visits) {
     const double seconds = run.scan("FirefoxHistory", path);
     std::printf(
         "history: %zu visits, %zu handed over, %.2f s; SQLite alone %.2f s: %.2f x; "
-        "memory %.1f MiB, %.1f before\n",
-        visits, run.retriever().documents, seconds, sqlite, seconds / sqlite, ownMemory(), before);
+        "memory %.1f MiB, %.1f before; the tool %.1f at most\n",
+        visits, run.retriever().documents, seconds, sqlite, seconds / sqlite, ownMemory(), before,
+        memoryOfTool());
 }
 
 // An entry of the cache that keeps a file for each: body, hashes, what belongs to it, its place.
@@ -221,9 +231,9 @@ void benchCache(std::size_t entries) {
     const double seconds = run.scan("FirefoxCache", folder.path());
     std::printf(
         "cache: %zu entries, %zu pages of %.0f MB handed over, %.2f s; reading its files "
-        "%.2f s: %.2f x; memory %.1f MiB, %.1f before\n",
+        "%.2f s: %.2f x; memory %.1f MiB, %.1f before; the tool %.1f at most\n",
         entries, run.retriever().documents, static_cast<double>(run.retriever().bytes) / 1e6,
-        seconds, reading, seconds / reading, ownMemory(), before);
+        seconds, reading, seconds / reading, ownMemory(), before, memoryOfTool());
 }
 
 }  // namespace

@@ -4,10 +4,10 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <string_view>
 #include <utility>
 
 #include "app/DefaultSearchItems.h"
+#include "records/IndexerNames.h"
 #include "sources/PathExpansion.h"
 
 namespace siftwell {
@@ -135,9 +135,8 @@ SearchItem itemFor(const BrowserSource& source) {
 // ---- Places in the list
 
 int rankOf(const SearchItem& item) {
-    const std::string_view indexer = item.Indexer;
-    if (indexer.ends_with("Cache")) return 0;
-    return indexer.ends_with("History") ? 1 : 2;
+    if (readsCache(item.Indexer)) return 0;
+    return item.Indexer.ends_with("History") ? 1 : 2;
 }
 
 // Before the items that the program brings along, and behind those of a rank as high.

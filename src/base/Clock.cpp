@@ -1,5 +1,7 @@
 #include "base/Clock.h"
 
+#include <ctime>
+
 #include <thread>
 
 namespace siftwell {
@@ -11,6 +13,12 @@ Date SystemClock::now() const {
 
 void SystemClock::sleepFor(std::chrono::milliseconds duration) {
     std::this_thread::sleep_for(duration);
+}
+
+std::chrono::nanoseconds processorTimeOfThread() {
+    timespec used{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
 }
 
 }  // namespace siftwell

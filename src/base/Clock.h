@@ -21,4 +21,8 @@ public:
     void sleepFor(std::chrono::milliseconds duration) override;
 };
 
+// That the calling thread has used since it began: what counts where work is bounded, so that a
+// busy machine ends none of it early.
+std::chrono::nanoseconds processorTimeOfThread();
+
 }  // namespace siftwell

@@ -65,7 +65,7 @@ bool Conversation::read(std::string& into, Milliseconds longest) {
         if (watched[1].revents != 0) readErrors();
         if (watched[2].revents != 0) write();
         if (watched[0].revents != 0) {
-            constexpr std::size_t kAtOnce = 256 << 10;
+            constexpr std::size_t kAtOnce = 64 << 10;  // what a pipe holds
             const std::size_t before = into.size();
             into.resize(before + kAtOnce);
             const ssize_t count = ::read(m_output.get(), into.data() + before, kAtOnce);

@@ -37,10 +37,10 @@ constexpr int kAsksToEnd = 5;
 
 void TaskIndexer::performIndexingScanInTask() {
     std::vector<std::string> files = pathsToRead();
+    if (files.empty()) return setScanResultOfWholeScan();
     Scan scan{.task = taskFor(std::move(files)), .token = newToken()};
     searchItem()->change([&scan](SearchItem& item) { item.ProcessName = scan.token; });
-    RunEnd end = scan.task.paths.empty() ? RunEnd::Complete : run(scan);
-    if (scan.task.paths.empty()) scan.exitStatus = scanResult::kSuccess;
+    RunEnd end = run(scan);
     for (int deaths = 1; end == RunEnd::Died && passOver(scan) && deaths < kMaxDeaths; ++deaths) {
         end = run(scan);
     }

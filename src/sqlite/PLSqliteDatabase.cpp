@@ -2,10 +2,10 @@
 
 #include <sqlite3.h>
 
-#include <ctime>
 #include <limits>
 #include <utility>
 
+#include "base/Clock.h"
 #include "base/Log.h"
 #include "base/Translate.h"
 #include "sqlite/PLSqliteException.h"
@@ -32,12 +32,6 @@ void distrustSchema(sqlite3* connection) {
 
 // Few, since one of them may work on a value of megabytes.
 constexpr int kStepsBetweenLooksAtTheClock = 1000;
-
-std::chrono::nanoseconds processorTimeOfThread() {
-    timespec used{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
-    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
-}
 
 int isOver(void* lastProcessorTime) {
     return processorTimeOfThread() > *static_cast<std::chrono::nanoseconds*>(lastProcessorTime) ? 1

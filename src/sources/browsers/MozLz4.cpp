@@ -3,6 +3,7 @@
 #include <lz4.h>
 
 #include "base/Translate.h"
+#include "sources/StoredNumbers.h"
 
 namespace siftwell {
 
@@ -14,14 +15,6 @@ constexpr std::size_t kHeadBytes = 12;
 // memory.
 constexpr std::size_t kMostExpansion = 255;
 
-std::size_t claimedSize(std::string_view bytes) {
-    std::size_t size = 0;
-    for (std::size_t i = kHeadBytes; i > kMagic.size(); --i) {
-        size = size << 8 | static_cast<unsigned char>(bytes[i - 1]);
-    }
-    return size;
-}
-
 Status damaged() { return {StatusCode::Damaged, _("The packed file is damaged.")}; }
 
 }  // namespace
@@ -30,7 +23,7 @@ bool isMozLz4(std::string_view bytes) { return bytes.starts_with(kMagic); }
 
 Result<std::string> unpackMozLz4(std::string_view bytes) {
     if (!isMozLz4(bytes) || bytes.size() < kHeadBytes) return damaged();
-    const std::size_t size = claimedSize(bytes);
+    const std::size_t size = *littleEndianAt<std::uint32_t>(bytes, kMagic.size());
     const std::string_view block = bytes.substr(kHeadBytes);
     if (size > kMaxUnpackedBytes || block.size() > kMaxUnpackedBytes) {
         return Status(StatusCode::TooLarge, _("The packed file is too large."));

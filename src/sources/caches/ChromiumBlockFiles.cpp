@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <utility>
 
+#include "sources/StoredNumbers.h"
 #include "sources/caches/BrowserCache.h"
 #include "sources/caches/CachedResponse.h"
 #include "sources/caches/ChromiumResponse.h"
-#include "sources/caches/StoredNumbers.h"
 
 namespace siftwell {
 

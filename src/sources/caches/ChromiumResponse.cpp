@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
+#include "sources/StoredNumbers.h"
+#include "sources/browsers/BrowserRows.h"
 #include "sources/caches/CachedResponse.h"
-#include "sources/caches/StoredNumbers.h"
 
 namespace siftwell {
 
@@ -65,9 +66,8 @@ std::optional<std::string_view> addressInChromiumKey(std::string_view key) {
 }
 
 Date chromiumDate(std::int64_t microseconds) {
-    constexpr double kFrom1601To1970 = 11644473600;
-    if (microseconds <= 0) return Date::distantPast();
-    return endOfSecond(Date::fromUnix(static_cast<double>(microseconds) / 1e6 - kFrom1601To1970));
+    const auto date = kChromeDates.date(microseconds);
+    return date ? endOfSecond(*date) : Date::distantPast();
 }
 
 std::optional<ChromiumResponse> readChromiumResponse(std::string_view bytes) {

@@ -20,7 +20,8 @@ constexpr std::size_t kMaxChromiumKeyBytes = std::size_t{1} << 20;
 // parts of what is kept in parts.
 std::optional<std::string_view> addressInChromiumKey(std::string_view key);
 
-// Microseconds since 1601. One of whole seconds stands for the whole second; none is long past.
+// Microseconds since 1601. One of whole seconds stands for the whole second; what is no date of a
+// visit (see DateCount) is long past.
 Date chromiumDate(std::int64_t microseconds);
 
 struct ChromiumResponse {

@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
+#include "sources/StoredNumbers.h"
 #include "sources/caches/CachedResponse.h"
 #include "sources/caches/ChromiumResponse.h"
-#include "sources/caches/StoredNumbers.h"
 
 namespace siftwell {
 

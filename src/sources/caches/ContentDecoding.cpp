@@ -6,24 +6,18 @@
 
 #include <algorithm>
 #include <array>
-#include <ctime>
 #include <memory>
 #include <string_view>
+
+#include "base/Clock.h"
 
 namespace siftwell {
 
 namespace {
 
 constexpr std::size_t kMostCodings = 3;
-constexpr double kMostSeconds = 3;
+constexpr std::chrono::seconds kMostTime(3);
 constexpr int kLargestZstdWindow = 23;  // what servers may use: 8 MiB
-
-// Of this thread, so that a busy machine loses no pages.
-double processorTime() {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
 
 // A piece of what is to be unpacked, and room for a piece of what comes out.
 struct Step {
@@ -141,7 +135,7 @@ std::unique_ptr<Decoder> decoderFor(std::string_view coding, std::string_view by
 
 // In small pieces, so that the time is looked at even while nothing comes out.
 std::optional<std::string> unpacked(Decoder& decoder, std::string_view bytes, std::size_t maxBytes,
-                                    double deadline) {
+                                    std::chrono::nanoseconds deadline) {
     constexpr std::size_t kPiece = 16 << 10;
     std::array<unsigned char, 4 * kPiece> room;
     std::string result;
@@ -161,7 +155,7 @@ std::optional<std::string> unpacked(Decoder& decoder, std::string_view bytes, st
         if (progress == Progress::End) return result;
         const bool isStill = count == 0 && given == step.inLeft;
         if (isStill || (rest == 0 && decoder.isWhole())) break;
-        if (processorTime() > deadline) return std::nullopt;
+        if (processorTimeOfThread() > deadline) return std::nullopt;
     }
     if (rest == 0 && decoder.isWhole()) return result;
     return std::nullopt;
@@ -187,7 +181,7 @@ std::optional<std::string> decodedContent(std::string bytes,
                                           std::size_t maxBytes) {
     // A little that was packed many times over unpacks for ever.
     if (codings.size() > kMostCodings || isAnyTwice(codings)) return std::nullopt;
-    const double deadline = processorTime() + kMostSeconds;
+    const auto deadline = processorTimeOfThread() + kMostTime;
     for (std::size_t i = codings.size(); i-- > 0;) {
         const auto decoder = decoderFor(codings[i], bytes);
         auto result =

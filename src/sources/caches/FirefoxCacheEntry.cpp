@@ -6,8 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "sources/StoredNumbers.h"
 #include "sources/caches/CachedResponse.h"
-#include "sources/caches/StoredNumbers.h"
 
 namespace siftwell {
 
