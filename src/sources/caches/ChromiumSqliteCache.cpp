@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <chrono>
 #include <cstdio>
 
 #include "base/Translate.h"
@@ -17,9 +16,6 @@ namespace {
 
 constexpr std::string_view kPrefix = "sqldb";
 constexpr std::size_t kDatabaseDigits = 3;
-
-// Of the processor's, for one database; what becomes of its pages in this thread counts as well.
-constexpr std::chrono::minutes kTime(5);
 
 template <typename Number>
 std::optional<Number> numberIn(std::string_view digits) {
@@ -129,7 +125,7 @@ Result<BrowserDatabase*> ChromiumSqliteCache::database(Number number) {
         if (!copy) return copy.status();
         found = m_copies.emplace(number, *std::move(copy)).first;
     }
-    auto database = BrowserDatabase::open(found->second.path(), path, kTime);
+    auto database = BrowserDatabase::open(found->second.path(), path, m_time);
     if (!database) return database.status();
     const auto resources = database->columnsOf(
         "resources", {"res_id", "last_used", "body_end", "doomed", "cache_key", "head"});

@@ -8,6 +8,7 @@
 // Threads and errors: as BrowserCache and BrowserDatabase.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -23,7 +24,12 @@ namespace siftwell {
 
 class ChromiumSqliteCache final : public BrowserCache {
 public:
-    explicit ChromiumSqliteCache(std::string folder) : m_folder(std::move(folder)) {}
+    // Of the processor's, for one database; what becomes of its pages in this thread counts as
+    // well.
+    static constexpr std::chrono::milliseconds kTime = std::chrono::minutes(5);
+
+    explicit ChromiumSqliteCache(std::string folder, std::chrono::milliseconds time = kTime)
+        : m_folder(std::move(folder)), m_time(time) {}
 
     Listing entriesChangedAfter(Date date) override;
     std::optional<CachedPage> page(const std::string& name) override;
@@ -39,6 +45,7 @@ private:
     Status addEntries(Number number, Date fileChanged, Date after, std::vector<Entry>& entries);
 
     const std::string m_folder;
+    const std::chrono::milliseconds m_time;
     std::map<Number, PrivateDatabase> m_copies;
     std::optional<Open> m_open;  // goes before its copy does
 };
