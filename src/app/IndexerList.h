@@ -15,8 +15,4 @@ struct IndexerChoice {
 
 std::vector<IndexerChoice> indexerList();
 
-// Whether items of that class are left alone: the list offers it, but its reader comes with a later
-// version of the program.
-bool isStillToCome(const std::string& indexer);
-
 }  // namespace siftwell

@@ -6,13 +6,13 @@
 #include <thread>
 #include <utility>
 
-#include "app/IndexerList.h"
 #include "base/Faults.h"
 #include "base/Log.h"
 #include "base/ThreadPriority.h"
 #include "base/Translate.h"
 #include "indexers/Indexers.h"
 #include "records/IndexerNames.h"
+#include "sources/PrivateCopy.h"
 
 namespace siftwell {
 
@@ -49,6 +49,7 @@ IndexingScan::Outcome IndexingScan::run() {
     }
     m_surroundings.purgeURLCache();
     if (!mayStart()) return {};
+    removeLeftOverCopies();
     scanItems(dates);
     m_indexes.setPendingDocumentCount(0);
     const bool isWhole = m_scope == Driver::ScanScope::Everything;
@@ -81,7 +82,7 @@ bool IndexingScan::mayStart() const {
 }
 
 bool IndexingScan::takesPart(const SearchItem& item) const {
-    if (!item.Index || isStillToCome(item.Indexer)) return false;
+    if (!item.Index) return false;
     return m_scope == Driver::ScanScope::Everything || worksWithoutNetwork(item);
 }
 

@@ -63,14 +63,22 @@ void SiftwellIndexer::appendChangedFilesInFolder(const std::string& folder,
     setLastScanDate(newest);
 }
 
-void SiftwellIndexer::forEachReadableFile(
+void SiftwellIndexer::forEachFile(
     const std::string& inFolder,
     const std::function<void(const std::string& path, Date modified)>& take) {
     FolderWalk files(inFolder, [&](const Status& status) { reportUnreadable(inFolder, status); });
     for (std::string path; indexingEnabled() && files.next(path);) {
         yieldForPriorityThread();
-        if (canParseContentWithType(0, pathExtension(path))) take(path, files.modified());
+        take(path, files.modified());
     }
+}
+
+void SiftwellIndexer::forEachReadableFile(
+    const std::string& inFolder,
+    const std::function<void(const std::string& path, Date modified)>& take) {
+    forEachFile(inFolder, [&](const std::string& path, Date modified) {
+        if (canParseContentWithType(0, pathExtension(path))) take(path, modified);
+    });
 }
 
 void SiftwellIndexer::reportUnreadable(const std::string& path, const Status& status) {

@@ -6,9 +6,16 @@
 #include <utility>
 
 #include "indexers/BrowserCacheIndexer.h"
+#include "indexers/CaminoBookmarks.h"
 #include "indexers/FirefoxBookmarks.h"
+#include "indexers/IndexSalvager.h"
 #include "indexers/InternetExplorer.h"
 #include "indexers/LocalFiles.h"
+#include "indexers/OmniWebHistory.h"
+#include "indexers/Opera.h"
+#include "indexers/SafariBookmarks.h"
+#include "indexers/SafariCache.h"
+#include "indexers/SafariHistory.h"
 #include "indexers/SingleURL.h"
 #include "indexers/URLExtractor.h"
 #include "records/IndexerNames.h"
@@ -39,8 +46,9 @@ struct Registration {
     Make make;
 };
 
-constexpr std::array<Registration, 14> kIndexers = {
-    {{"ChromeCache", makeNamed<BrowserCacheIndexer>},
+constexpr std::array<Registration, 21> kIndexers = {
+    {{"CaminoBookmarks", make<CaminoBookmarks>},
+     {"ChromeCache", makeNamed<BrowserCacheIndexer>},
      {"ChromeHistory", makeNamed<TaskIndexer>},
      {"EpiphanyHistory", makeNamed<TaskIndexer>},
      {"FalkonHistory", makeNamed<TaskIndexer>},
@@ -48,9 +56,15 @@ constexpr std::array<Registration, 14> kIndexers = {
      {"FirefoxCache", makeNamed<BrowserCacheIndexer>},
      {"FirefoxHistory", makeNamed<TaskIndexer>},
      {"FlockBookmarks", makeNamed<TaskIndexer>},
+     {"IndexSalvager", make<IndexSalvager>},
      {"InternetExplorer", make<InternetExplorer>},
      {"LocalFiles", make<LocalFiles>},
+     {"OmniWebHistory", make<OmniWebHistory>},
+     {"Opera", make<Opera>},
      {"QutebrowserHistory", makeNamed<TaskIndexer>},
+     {"SafariBookmarks", make<SafariBookmarks>},
+     {"SafariCache", make<SafariCache>},
+     {"SafariHistory", make<SafariHistory>},
      {"ShiiraBookmarks", makeNamed<TaskIndexer>},
      {"SingleURL", make<SingleURL>},
      {"URLExtractor", make<URLExtractor>}}};

@@ -6,6 +6,7 @@
 
 #include "base/Exception.h"
 #include "base/Files.h"
+#include "base/Log.h"
 #include "base/Translate.h"
 #include "sources/PathExpansion.h"
 #include "text/Ascii.h"
@@ -133,6 +134,27 @@ void SiftwellIndexer::waitForCachesOfThisScan() {
     }
 }
 
+void SiftwellIndexer::waitForRoom() {
+    constexpr std::size_t kMostWaiting = 5000;  // documents
+    constexpr std::chrono::milliseconds kBetweenLooks(100);
+    DocumentRetriever& retriever = m_surroundings.retriever;
+    while (indexingEnabled() && retriever.waitingDocuments(m_name) > kMostWaiting) {
+        retriever.waitForDownloadsForSource(m_name, kBetweenLooks);
+    }
+}
+
+void SiftwellIndexer::reportStopped(const std::string& what, const std::string& reason) {
+    m_surroundings.notifier.reportError(
+        filledIn(_("%@ indexer stopped.  %@ : %@"), m_className, what, reason), 5, "",
+        _("This index scan will be retried next time."));
+}
+
+void SiftwellIndexer::reportStopped(const NamedException& exception) {
+    writeLog(
+        filledIn("Exception: %@ : %@ : %@", m_className, exception.name(), exception.reason()));
+    reportStopped(exception.name(), exception.reason());
+}
+
 SiftwellIndexer::Hold SiftwellIndexer::lockDirectory() {
     reportProgress("Waiting...");
     auto hold = std::make_unique<GateHold>(m_surroundings.locks.currentDirectoryLock);
@@ -144,10 +166,14 @@ SiftwellIndexer::Hold SiftwellIndexer::beginCacheIndexing() {
     return std::make_unique<GateHold>(m_surroundings.locks.cacheLock);
 }
 
+// Asked before each of many thousand entries: only a wait that there is is worth telling.
 void SiftwellIndexer::waitForCacheIndexing() {
+    IndexerLocks& locks = m_surroundings.locks;
+    const bool isNoneUnderWay = locks.cacheScans.waitUntilNone(std::chrono::milliseconds(0));
+    if (isNoneUnderWay && !locks.cacheLock.isHeld()) return;
     reportProgress("Waiting...");
     waitForCachesOfThisScan();
-    m_surroundings.locks.cacheLock.passThrough();
+    locks.cacheLock.passThrough();
     reportProgressDone("Waiting...");
 }
 

@@ -20,6 +20,7 @@
 
 #include "base/Clock.h"
 #include "base/Date.h"
+#include "base/Exception.h"
 #include "base/Gate.h"
 #include "base/Paths.h"
 #include "base/SWNotifier.h"
@@ -27,6 +28,7 @@
 #include "base/Url.h"
 #include "index/IndexController.h"
 #include "indexers/CacheScans.h"
+#include "records/BatchEntry.h"
 #include "records/CachedObject.h"
 #include "records/SearchItemRecord.h"
 #include "retrieval/DocumentRetriever.h"
@@ -41,15 +43,6 @@ struct IndexerLocks {
     // Held while a cache is scanned; histories wait for it.
     Gate cacheLock{Gate::Guards::Turns};
     CacheScans cacheScans;
-};
-
-// An entry of a history or of bookmarks, as it is handed over.
-struct BatchEntry {
-    Url url;
-    std::optional<Date> date;
-    std::optional<std::string> title;
-    std::optional<std::string> source;   // the indexer's own when there is none
-    std::optional<std::string> indexer;  // likewise
 };
 
 // What an indexer can read again of a document that it handed over.
@@ -165,6 +158,17 @@ protected:
     // Success, or failure when indexing is off by now.
     void setScanResultOfWholeScan();
 
+    // Waits while many documents of this source wait for their turn: however long a list is, those
+    // that wait take little memory.
+    void waitForRoom();
+
+    // That a source, or one part of it, could not be read to its end.
+    void reportStopped(const std::string& what, const std::string& reason);
+    void reportStopped(const NamedException& exception);  // and logs it
+
+    // All files of a walk, as forEachReadableFile().
+    void forEachFile(const std::string& inFolder,
+                     const std::function<void(const std::string& path, Date modified)>& take);
     // A walk's readable files with their dates, links to files not followed for those. Folders that
     // cannot be read are reported and passed over.
     void forEachReadableFile(

@@ -25,8 +25,7 @@ constexpr double kSecondsLate = 60;
 // page that is some moments earlier.
 constexpr double kSecondsUntilShown = 2;
 constexpr int kMaxDeaths = 500;
-constexpr std::size_t kMaxWaiting = 5000;  // documents
-constexpr int kMaxSilence = 120;           // looks of a second each
+constexpr int kMaxSilence = 120;  // looks of a second each
 constexpr milliseconds kBetweenLooks = seconds(1);
 constexpr milliseconds kTimeToEnd = seconds(10);
 constexpr seconds kDownloadTime(600);
@@ -121,7 +120,7 @@ void TaskIndexer::note(wire::Message message, Scan& scan) {
 
 void TaskIndexer::takeEntries(wire::Entries some) {
     if (!std::exchange(m_hasWaitedForCaches, true)) waitForCacheIndexing();
-    waitForRoom();
+    waitForRoom();  // the tool waits with the rest
     std::vector<BatchEntry> entries;
     for (BrowserEntry& entry : some.entries) {
         auto url = Url::parse(entry.url);
@@ -152,15 +151,6 @@ bool TaskIndexer::isIndexedFromCache(const Url& url, Date visited) const {
     const auto record =
         number && *number ? indexes.propertiesForDocumentID(**number, index) : std::nullopt;
     return record && readsCache(record->indexer);
-}
-
-// However long a history is, the documents of it that wait take little memory: the tool waits with
-// the rest.
-void TaskIndexer::waitForRoom() {
-    DocumentRetriever& retriever = m_surroundings.retriever;
-    while (indexingEnabled() && retriever.waitingDocuments(name()) > kMaxWaiting) {
-        retriever.waitForDownloadsForSource(name(), kBetweenLooks / 10);
-    }
 }
 
 void TaskIndexer::takePage(const std::string&, wire::Page&&) {}
@@ -206,12 +196,6 @@ void TaskIndexer::finish(const Scan& scan, RunEnd end) {
     const Date changed = std::min(scan.changed, m_surroundings.clock.now());
     if (changed > lastScanDate()) setLastScanDate(changed);
     if (m_newestEntry) setLastURLDate(*m_newestEntry);
-}
-
-void TaskIndexer::reportStopped(const std::string& path, const std::string& reason) {
-    m_surroundings.notifier.reportError(
-        filledIn(_("%@ indexer stopped.  %@ : %@"), className(), path, reason), 5, "",
-        _("This index scan will be retried next time."));
 }
 
 std::string TaskIndexer::nameOf(const Scan& scan) const {

@@ -53,12 +53,10 @@ private:
     bool isIndexedFromCache(const Url& url, Date visited) const;
     RunEnd listen(IndexerTool& tool, Scan& scan);
     static RunEnd endOf(IndexerTool& tool);
-    void waitForRoom();
     void note(wire::Message message, Scan& scan);
     bool passOver(Scan& scan);
     void stop(IndexerTool& tool);
     void finish(const Scan& scan, RunEnd end);
-    void reportStopped(const std::string& path, const std::string& reason);
     std::string nameOf(const Scan& scan) const;
 
     std::string m_reasonOfDeath;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/FilePieces.h"
 #include "base/Files.h"
 #include "indexers/InternetExplorer.h"
 #include "sources/FileDates.h"
@@ -16,9 +17,16 @@ namespace siftwell {
 namespace {
 
 constexpr std::string_view kTextEndTokens = "\t\r\n\";>";
+constexpr std::string_view kFrontOfDump = "<DL><P><DT>";
+constexpr std::size_t kPieceBytes = std::size_t{4} << 20;
 
 std::string smallExtensionOf(const std::string& path) {
     return lowerCasedAscii(pathExtension(path));
+}
+
+bool isDump(const std::string& path) {
+    const auto front = readFile(path, kFrontOfDump.size());
+    return front && *front == kFrontOfDump;
 }
 
 }  // namespace
@@ -52,7 +60,26 @@ void URLExtractor::indexMonitors() {
     }
 }
 
+// A dump of the program's own may be larger than what is read of other files: all pages of an index
+// that is rebuilt stand in it. It is read and handed over piece by piece.
+Date URLExtractor::indexDump(const std::string& path) {
+    const InternetExplorer lists(m_surroundings, searchItem());
+    Date newest = lastURLDate();
+    FilePieces pieces(path, "</DL>\n", kPieceBytes);
+    while (indexingEnabled()) {
+        reportProgress("Checking URL dates...");
+        const auto piece = pieces.next();
+        const std::vector<BatchEntry> entries =
+            piece ? lists.parseEntriesInString(*piece) : std::vector<BatchEntry>();
+        reportProgressDone("Checking URL dates...");
+        if (!piece) break;
+        newest = std::max(newest, indexURLAndDateArray(entries));
+    }
+    return newest;
+}
+
 Date URLExtractor::indexFileWithPath(const std::string& path) {
+    if (isDump(path)) return indexDump(path);
     const std::string extension = smallExtensionOf(path);
     const std::vector<BatchEntry> entries =
         extension == "webloc" ? entriesInLinkFile(path) : entriesInFile(path, extension);

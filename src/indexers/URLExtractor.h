@@ -22,6 +22,7 @@ private:
     // The newest date that was handed over, or lastURLDate() when nothing was found.
     Date indexFileWithPath(const std::string& path);
     void indexMonitors();
+    Date indexDump(const std::string& path);
     std::vector<BatchEntry> entriesInLinkFile(const std::string& path) const;
     std::vector<BatchEntry> entriesInFile(const std::string& path, const std::string& extension);
     std::vector<BatchEntry> entriesInText(const std::string& text, const std::string& extension);

@@ -14,11 +14,41 @@ namespace {
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kBlanksAndQuotes = "\" \t\r\n";
 
+// What the program's own dumps escape: quotation marks, brackets and the like.
+bool isEscapedInDumps(std::int64_t code) {
+    constexpr std::string_view kEscaped = "\"<>&=";
+    return (code > 0 && code <= ' ') ||
+           (code < 0x7F && kEscaped.find(static_cast<char>(code)) != std::string_view::npos);
+}
+
+// Decodes such numeric entities and no others: an address may hold what looks like one.
+std::string withoutEscapes(std::string_view text) {
+    std::string result;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t entity = std::min(text.find("&#", at), text.size());
+        result += text.substr(at, entity - at);
+        at = entity;
+        if (at == text.size()) break;
+        constexpr std::size_t kLongest = 5;
+        const std::size_t end = text.substr(at, kLongest).find(';');
+        const std::int64_t code =
+            end == std::string_view::npos ? 0 : leadingInteger(text.substr(at + 2, end - 2));
+        if (isEscapedInDumps(code)) {
+            result += static_cast<char>(code);
+            at += end + 1;
+        } else {
+            result += text[at++];
+        }
+    }
+    return result;
+}
+
 // Takes the first HREF that there is, be it the front of another attribute's name.
 std::optional<Url> addressIn(std::string_view tag) {
     TextScanner scanner(tag);
     if (!scanner.scanUpTo("HREF") || !scanner.scan("HREF=")) return std::nullopt;
-    return Url::parse(stringByRemovingQuotationMarks(scanner.scanUpToAnyOf(kBlanks)));
+    return Url::parse(
+        withoutEscapes(stringByRemovingQuotationMarks(scanner.scanUpToAnyOf(kBlanks))));
 }
 
 // 0 when the tag has no such attribute, or one without a number.
@@ -55,13 +85,13 @@ std::optional<std::string> quotedIn(std::string_view tag, std::string_view attri
     if (!scanner.scanPast(attribute)) return std::nullopt;
     const std::string_view value = scanner.scanUpToAnyOf("\"");
     if (value.empty()) return std::nullopt;
-    return std::string(value);
+    return withoutEscapes(value);
 }
 
 }  // namespace
 
-std::vector<Anchor> anchorsInText(std::string_view text, Date newerThan, const GoOn& goOn) {
-    std::vector<Anchor> anchors;
+std::vector<BatchEntry> anchorsInText(std::string_view text, Date newerThan, const GoOn& goOn) {
+    std::vector<BatchEntry> anchors;
     TextScanner scanner(text);
     scanner.scanUpTo("<a");
     while (!scanner.isAtEnd() && anchors.size() < kMaxAddresses && goOn()) {
@@ -71,8 +101,10 @@ std::vector<Anchor> anchorsInText(std::string_view text, Date newerThan, const G
         if (!url) continue;
         const auto date = dateIn(tag);
         if (date && *date <= newerThan) continue;
-        anchors.push_back(
-            {*std::move(url), date, quotedIn(tag, "SOURCE=\""), quotedIn(tag, "INDEXER=\"")});
+        anchors.push_back({.url = *std::move(url),
+                           .date = date,
+                           .source = quotedIn(tag, "SOURCE=\""),
+                           .indexer = quotedIn(tag, "INDEXER=\"")});
     }
     return anchors;
 }

@@ -5,28 +5,19 @@
 // linear in the text; for the number of anchors see Addresses.h.
 #pragma once
 
-#include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
-#include "base/Date.h"
-#include "base/Url.h"
+#include "records/BatchEntry.h"
 #include "sources/Addresses.h"
 
 namespace siftwell {
 
-struct Anchor {
-    Url url;  // as it stands in the tag: "&amp;" is not decoded
-    std::optional<Date> date;
-    std::optional<std::string> source;
-    std::optional<std::string> indexer;
-};
-
 // The anchors in their order, without those whose date is not later than `newerThan`. An anchor is
-// whatever begins with "<a" in any letter case. Its date is the latest of its attributes
-// LAST_VISIT, ADD_DATE and LAST_MODIFIED (seconds since 1970) and LASTCHECKEDTIME (seconds since
-// 2001).
-std::vector<Anchor> anchorsInText(std::string_view text, Date newerThan, const GoOn& goOn);
+// whatever begins with "<a" in any letter case. Its address is as it stands in the tag: "&amp;" is
+// not decoded; only what the program's own dumps escape is ("&#34;"). Its date is the latest of its
+// attributes LAST_VISIT, ADD_DATE and LAST_MODIFIED (seconds since 1970) and LASTCHECKEDTIME
+// (seconds since 2001).
+std::vector<BatchEntry> anchorsInText(std::string_view text, Date newerThan, const GoOn& goOn);
 
 }  // namespace siftwell

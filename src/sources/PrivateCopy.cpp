@@ -22,7 +22,7 @@ namespace {
 
 // Tried, since two threads may ask in the same tick for the copies of files of the same name; and
 // looked at, where something may be left over.
-constexpr int kMostNames = 1000;
+constexpr int kMostNames = 10'000;
 
 Status failure(int error, const std::string& path) {
     // The code as everywhere; the text is put together by the indexer.
@@ -46,20 +46,23 @@ Result<std::string> temporaryFolder() {
 }
 
 // Whether the process whose number the name begins with is gone. One that was just made is left, in
-// case that this cannot be told rightly.
+// case that this cannot be told rightly; a copy that is older than a day goes in any case, since
+// that number may be another process's by now, and what is open stays readable.
 bool isLeftOver(const std::filesystem::path& path) {
     constexpr time_t kSeconds = 60;
+    constexpr time_t kDay = 86'400;
     const std::string name = path.filename().string();
     pid_t process = 0;
     const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), process);
     if (error != std::errc() || *end != '.' || process <= 0) return false;
     struct stat info {};
-    return lstat(path.c_str(), &info) == 0 && info.st_mtime < time(nullptr) - kSeconds &&
-           kill(process, 0) != 0 && errno == ESRCH;
+    if (lstat(path.c_str(), &info) != 0) return false;
+    const time_t age = time(nullptr) - info.st_mtime;
+    if (age > kDay && S_ISREG(info.st_mode)) return true;
+    return age > kSeconds && kill(process, 0) != 0 && errno == ESRCH;
 }
 
-// What processes that were killed left behind.
-void removeLeftOvers(const std::string& folder) {
+void removeLeftOversIn(const std::string& folder) {
     namespace fs = std::filesystem;
     std::error_code error;
     int looked = 0;
@@ -102,10 +105,14 @@ Status copyFilePrivately(const std::string& from, const std::string& to) {
     return status;
 }
 
+void removeLeftOverCopies() {
+    if (const auto folder = temporaryFolder()) removeLeftOversIn(*folder);
+}
+
 Result<std::string> makePrivateFolder() {
     const auto folder = temporaryFolder();
     if (!folder) return folder.status();
-    removeLeftOvers(*folder);
+    removeLeftOversIn(*folder);
     std::string name = *folder + "/" + std::to_string(getpid()) + ".XXXXXX";
     if (mkdtemp(name.data()) == nullptr) return failure(errno, name);
     return name;

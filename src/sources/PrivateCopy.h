@@ -17,8 +17,11 @@ namespace siftwell {
 // Copies the file under a new name, "PROCESS.TICKS.NAME"; the copy's path.
 Result<std::string> copyToTemporaryFolder(const std::string& path);
 
-// A new folder of the user's own, beside those copies, for the copies of a child program. What lies
-// there of processes that are gone is removed first.
+// What processes that are gone left there, and copies that are older than a day whoever made them.
+void removeLeftOverCopies();
+
+// A new folder of the user's own, beside those copies, for the copies of a child program. What is
+// left over there is removed first.
 Result<std::string> makePrivateFolder();
 
 // Copies a plain file to where there is none yet; nothing is left of a copy that failed.

@@ -53,6 +53,8 @@ public:
     // Views and triggers do not run, nothing longer than kMaxConfinedBytes is read, and once this
     // thread has used so much more of the processor, whatever runs fails as interrupted.
     void confine(std::chrono::milliseconds processorTime);
+    // For what the thread did meanwhile that is not the database's.
+    void extendProcessorTime(std::chrono::nanoseconds by) { m_lastProcessorTime += by; }
 
     // Whether a connection is held. One that could not be opened may be held as well.
     bool goodConnection() const { return m_sqlite != nullptr; }

@@ -9,12 +9,14 @@
 namespace siftwell {
 
 std::optional<std::string_view> TextScanner::scanUpTo(std::string_view token) {
+    const std::string_view before = scanUpToOrEnd(token);
+    return m_rest.empty() ? std::nullopt : std::optional(before);
+}
+
+std::string_view TextScanner::scanUpToOrEnd(std::string_view token) {
     const std::string_view from = trimmingLeadingWhiteSpace(m_rest);
-    const std::size_t found = Needle(token, Needle::Letters::AnyCase).find(from);
-    if (found == std::string_view::npos) {
-        m_rest = {};
-        return std::nullopt;
-    }
+    const std::size_t found =
+        std::min(Needle(token, Needle::Letters::AnyCase).find(from), from.size());
     m_rest = from.substr(found);
     return from.substr(0, found);
 }

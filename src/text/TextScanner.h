@@ -21,7 +21,10 @@ public:
     // What stands before the next `token`, which comes next then; none when there is no such token.
     std::optional<std::string_view> scanUpTo(std::string_view token);
 
-    // The same, and passes the token.
+    // The same, or all that is left when there is no such token.
+    std::string_view scanUpToOrEnd(std::string_view token);
+
+    // As scanUpTo(), and passes the token.
     std::optional<std::string_view> scanPast(std::string_view token);
 
     // Passes the token if it comes next.

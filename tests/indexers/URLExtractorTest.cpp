@@ -83,7 +83,46 @@ TEST_F(URLExtractorTest, HistoriesOfAnchorsAreHandedOverFileByFile) {
     EXPECT_EQ(filed("http://h/1"), "300 Item InternetExplorer");
     EXPECT_EQ(seconds(m_item.LastScanDate), 200);  // an empty file moves nothing
     EXPECT_THAT(asked("InternetExplorer"), IsEmpty());
-    EXPECT_THAT(m_progress, ElementsAre("Checking URL dates...", "/Checking URL dates..."));
+    EXPECT_THAT(m_progress, IsEmpty());
+}
+
+TEST_F(URLExtractorTest, ADumpGivesBackAddressesDatesSourcesAndIndexers) {
+    const std::vector<std::string> pages = {"http://h/plain?a=b&c=d&amp;e#f",
+                                            "http://h/\"quoted\"",
+                                            "http://h/'s'",
+                                            "http://h/<a>x>y",
+                                            "http://h/?LAST_VISIT=99999999999&add_date=\"7\"",
+                                            "http://h/?SOURCE=",
+                                            "http://h/?indexer=",
+                                            "http://h/&#34;&#61;&",
+                                            "http://h/%22%3C;",
+                                            "HTTP://H/u",
+                                            "http://h/" + std::string(5000, 'x')};
+    const std::vector<std::string> sources = {"Plain & simple", "My \"old\" <pages>", " blank",
+                                              "ADD_DATE=99999999999",
+                                              "Gr\u00fc\u00dfe\nSOURCE=\"x"};
+    std::vector<PropertyRecord> records;
+    for (std::size_t i = 0; i < pages.size(); ++i) {
+        const double date = 1000.9 + static_cast<double>(i);
+        add(pages[i], "old", sources[i % sources.size()], date);
+        records.push_back(*recordOf(pages[i]));
+        m_site.text(pages[i], html("", "new"));
+    }
+    const std::string path = m_folder.file("files/dump.html");
+    file("dump.html", "");
+    ASSERT_TRUE(store().dumpIndices(path, true).isOk());
+    store().expireOlderThan(Date::distantFuture(), std::nullopt);
+    setChanged(path, 1e8);
+    m_item.Path = path;
+    EXPECT_THAT(asked(), testing::UnorderedElementsAreArray(pages));
+    for (PropertyRecord& record : records) {
+        record.date = Date::fromUnix(std::trunc(record.date.secondsSinceUnix()));
+        const auto again = recordOf(record.url);
+        ASSERT_TRUE(again) << record.url;
+        EXPECT_EQ(again->url, record.url);
+        EXPECT_EQ(again->date, record.date) << record.url;
+        EXPECT_EQ(again->source + "/" + again->indexer, record.source + "/" + record.indexer);
+    }
 }
 
 class SingleURLTest : public URLExtractorTest {

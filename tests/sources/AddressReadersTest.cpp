@@ -13,13 +13,13 @@ using testing::IsEmpty;
 
 bool always() { return true; }
 
-std::vector<Anchor> anchors(std::string_view text, Date newerThan = Date::distantPast()) {
+std::vector<BatchEntry> anchors(std::string_view text, Date newerThan = Date::distantPast()) {
     return anchorsInText(text, newerThan, always);
 }
 
 std::vector<std::string> addresses(std::string_view text, Date newerThan = Date::distantPast()) {
     std::vector<std::string> found;
-    for (const Anchor& anchor : anchors(text, newerThan)) {
+    for (const BatchEntry& anchor : anchors(text, newerThan)) {
         found.push_back(anchor.url.absoluteString());
     }
     return found;

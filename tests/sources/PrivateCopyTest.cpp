@@ -31,8 +31,8 @@ protected:
         EXPECT_EQ(waitpid(process, nullptr, 0), process);
         return std::to_string(process);
     }
-    static void age(const std::string& path) {
-        fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::minutes(2));
+    static void age(const std::string& path, std::chrono::minutes age = std::chrono::minutes(2)) {
+        fs::last_write_time(path, fs::file_time_type::clock::now() - age);
     }
 
     TemporaryFolder m_folder;
@@ -60,10 +60,14 @@ TEST_F(PrivateCopyTest, WhatProcessesThatAreGoneLeftIsRemoved) {
     const std::string young = m_folder.write(place + gone + ".18.History", "bytes");
     const std::vector<std::string> others = {write(parent + ".17.History"), write(gone),
                                              write(gone + "x.17"), write("-1.x"), write("0.x")};
-    age(*own);
+    // The number of a process may be another's by now; a folder may be in use for long.
+    const std::string oldCopy = write(parent + ".18.History");
+    age(oldCopy, std::chrono::hours(25));
+    age(*own, std::chrono::hours(25));
 
     ASSERT_TRUE(makePrivateFolder());
     EXPECT_FALSE(fs::exists(copy));
+    EXPECT_FALSE(fs::exists(oldCopy));
     EXPECT_FALSE(fs::exists(m_folder.file(place + gone + ".abcdef")));
     for (const std::string& kept : {*own, precious, young}) EXPECT_TRUE(fs::exists(kept)) << kept;
     for (const std::string& kept : others) EXPECT_TRUE(fs::exists(kept)) << kept;

@@ -119,6 +119,7 @@ RawSite::RawSite(Answer answer)
 
 RawSite::~RawSite() {
     m_isEnding = true;
+    m_isEnding.notify_all();
     m_thread.join();
     m_connections.clear();
 }

@@ -78,8 +78,9 @@ public:
     std::string address(const std::string& path) const {
         return "http://127.0.0.1:" + std::to_string(m_port) + path;
     }
-    // Whether the site is about to go: an answer that waits asks now and then.
+    // Whether the site is about to go: an answer that waits asks now and then, or waits for it.
     bool isEnding() const { return m_isEnding; }
+    void waitForEnd() const { m_isEnding.wait(false); }
 
     static bool send(int connection, std::string_view bytes);
     // The peer sees a broken connection, not an end.
