@@ -10,22 +10,11 @@
 #include <memory>
 
 #include "base/FileDescriptor.h"
+#include "base/FileReplacement.h"
 
 namespace siftwell {
 
 namespace {
-
-Status writeAll(int file, std::string_view bytes, const std::string& path) {
-    while (!bytes.empty()) {
-        const ssize_t written = write(file, bytes.data(), bytes.size());
-        if (written < 0) {
-            if (errno == EINTR) continue;
-            return Status::fromErrno(errno, "write the file " + path);
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return {};
-}
 
 Status writeNewFile(const std::string& path, std::string_view bytes) {
     const FileDescriptor file(
@@ -34,17 +23,6 @@ Status writeNewFile(const std::string& path, std::string_view bytes) {
     if (Status status = writeAll(file.get(), bytes, path); !status.isOk()) return status;
     if (fsync(file.get()) != 0) return Status::fromErrno(errno, "sync the file " + path);
     return {};
-}
-
-// One name for all attempts: what a killed program left behind is overwritten by the next.
-std::string temporaryNameFor(const std::string& path) {
-    return folderOf(path) + "/." + lastPathComponent(path) + ".new";
-}
-
-// Where the file really lies, when a person has put a symbolic link in its place.
-std::string linkTarget(const std::string& path) {
-    const std::unique_ptr<char, void (*)(void*)> resolved(realpath(path.c_str(), nullptr), free);
-    return resolved == nullptr ? path : std::string(resolved.get());
 }
 
 std::string_view withoutTrailingSlashes(std::string_view path) {
@@ -95,19 +73,22 @@ Result<std::string> readFile(const std::string& path, std::size_t maxBytes) {
     return bytes;
 }
 
+Status writeAll(int file, std::string_view bytes, const std::string& path) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(file, bytes.data(), bytes.size());
+        if (written < 0) {
+            if (errno == EINTR) continue;
+            return Status::fromErrno(errno, "write the file " + path);
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return {};
+}
+
 Status writeFileAtomically(const std::string& name, std::string_view bytes) {
-    const std::string path = linkTarget(name);
-    const std::string temporary = temporaryNameFor(path);
-    if (Status status = writeNewFile(temporary, bytes); !status.isOk()) {
-        unlink(temporary.c_str());
-        return status;
-    }
-    if (rename(temporary.c_str(), path.c_str()) != 0) {
-        const int error = errno;
-        unlink(temporary.c_str());
-        return Status::fromErrno(error, "replace the file " + path);
-    }
-    return syncFolder(folderOf(path));
+    FileReplacement file(name);
+    file.append(bytes);
+    return file.finish();
 }
 
 Status makePrivateFolder(const std::string& path) {

@@ -27,9 +27,11 @@ bool isFolder(const std::string& path);
 // At most `maxBytes` from the start of the file.
 Result<std::string> readFile(const std::string& path, std::size_t maxBytes);
 
-// The file holds either its old or its new bytes, whenever the program or the machine stops: a new
-// file (mode 0600) is written beside the old, synced, renamed over it, and the folder synced. A
-// symbolic link is followed. One writer at a time.
+// Writes all of it to an open file, which messages call `path`.
+Status writeAll(int file, std::string_view bytes, const std::string& path);
+
+// The file holds either its old or its new bytes, whenever the program or the machine stops; see
+// FileReplacement.
 Status writeFileAtomically(const std::string& name, std::string_view bytes);
 
 // Makes the folder and the missing ones above it, each with mode 0700.

@@ -109,6 +109,7 @@ private:
     Status stopWhenClosing();
 
     IndexCore& m_index;
+    ContinueCallback m_mayContinue = m_index.untilClosing();
     std::shared_ptr<StorageFile> m_oldFile;
     std::shared_ptr<StorageFile> m_file;
     std::shared_ptr<FileTail> m_tail;
@@ -144,7 +145,7 @@ Status Compaction::run() {
 }
 
 Status Compaction::stopWhenClosing() {
-    if (m_index.untilClosing()()) return {};
+    if (m_mayContinue()) return {};
     return {StatusCode::Busy, _("The index is being closed.")};
 }
 
@@ -193,14 +194,12 @@ Result<std::shared_ptr<const Segment>> Compaction::rewrite(std::span<const LiveS
     const auto newPlace = [this](const SegmentDocument& document) {
         return m_copier->placeOf(document.id);
     };
-    const Result<std::string> header =
-        mergeSegments(segments, newPlace, payload, m_index.untilClosing());
+    const Result<std::string> header = mergeSegments(segments, newPlace, payload, m_mayContinue);
     if (!header) return header.status();
     if (header->empty()) return std::shared_ptr<const Segment>();
     const RecordPlace place = m_tail->reserve(header->size() + payload.size());
     if (Status status = m_file->writeAt(place.offset, *header); !status.isOk()) return status;
-    if (Status status =
-            payload.copyTo(*m_file, place.offset + header->size(), m_index.untilClosing());
+    if (Status status = payload.copyTo(*m_file, place.offset + header->size(), m_mayContinue);
         !status.isOk()) {
         return status;
     }
@@ -253,9 +252,10 @@ Status Compaction::writeCommit() {
 }
 
 // From here on nobody adds. What came since the last commit moves too; then the new file gets its
-// name.
+// name. No giving way meanwhile: the more urgent thread may want to read the file, and would wait.
 Status Compaction::exchangeFiles() {
     const ExclusiveHold hold(m_index.switching);
+    m_mayContinue = [this] { return !m_index.isClosing.load(std::memory_order_relaxed); };
     MemoryDocuments memory;
     std::vector<LiveSegment> segments;
     {

@@ -191,6 +191,12 @@ std::optional<DocumentKey> keyIfReadable(const StorageFile& file, std::uint64_t 
     return std::move(identity->key);
 }
 
+std::string bytesOfKey(const DocumentKey& key) {
+    std::string bytes;
+    appendKey(bytes, key);
+    return bytes;
+}
+
 bool isPayloadSizeSane(std::uint64_t payloadSize) {
     constexpr std::uint64_t kSmallest = 4 + 1 + 5 + 4;  // with an empty key and no text
     return payloadSize >= kSmallest && payloadSize <= kMaxRecord;

@@ -60,6 +60,9 @@ std::optional<StoredIdentity> identityIfReadable(const StorageFile& file, std::u
 std::optional<DocumentKey> keyIfReadable(const StorageFile& file, std::uint64_t offset,
                                          DocumentID id);
 
+// The bytes of the key as they stand in its document's record.
+std::string bytesOfKey(const DocumentKey& key);
+
 // What a document record may hold at most and must hold at least.
 bool isPayloadSizeSane(std::uint64_t payloadSize);
 

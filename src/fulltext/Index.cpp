@@ -205,6 +205,26 @@ Result<std::vector<std::string>> Index::termsOf(DocumentID document) const {
     return std::vector<std::string>(terms.begin(), terms.end());
 }
 
+Result<std::uint32_t> Index::wordsOf(DocumentID document) const {
+    const Status notFound(StatusCode::NotFound, _("The document is not in the index."));
+    std::shared_ptr<const Contents::SegmentList> segments;
+    {
+        MutexLock lock(m_core->mutex);
+        if (!m_core->contents.isLive(document)) return notFound;
+        if (const auto inMemory = m_core->contents.findInMemory(document)) {
+            return inMemory->text->words();
+        }
+        segments = m_core->contents.segmentList();
+    }
+    for (const auto& segment : *segments) {
+        if (!segment->covers(document)) continue;
+        const auto words = segment->wordsOf(document);
+        if (!words) return words.status();
+        return words->value_or(0);
+    }
+    return notFound;
+}
+
 std::unique_ptr<Search> Index::search(std::string_view query) const {
     MutexLock lock(m_core->mutex);
     return std::make_unique<Search>(m_core->contents.snapshot(), query, m_core->filter);

@@ -84,6 +84,8 @@ public:
     Result<DocumentKey> keyOf(DocumentID document) const;
     Result<std::string> readableTextOf(DocumentID document) const;
     Result<std::vector<std::string>> termsOf(DocumentID document) const;  // each once, sorted
+    // Occurrences of all its terms. Cheap: the text is not looked at.
+    Result<std::uint32_t> wordsOf(DocumentID document) const;
 
     // Up to `max` documents behind `document`, in rising order; 0 begins at the front.
     std::vector<DocumentID> documentsBehind(DocumentID document, std::size_t max) const;

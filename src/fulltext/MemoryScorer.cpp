@@ -7,24 +7,6 @@
 
 namespace siftwell::fulltext {
 
-namespace {
-
-bool matches(std::string_view term, const QueryWord& word) {
-    switch (word.match) {
-        case TermMatch::Exact:
-            return term == word.word;
-        case TermMatch::Prefix:
-            return term.starts_with(word.word);
-        case TermMatch::Suffix:
-            return term.ends_with(word.word);
-        case TermMatch::Anywhere:
-            return term.find(word.word) != std::string_view::npos;
-    }
-    return false;
-}
-
-}  // namespace
-
 MemoryScorer::MemoryScorer(const Query& query) : m_query(query) {
     for (const QueryLeaf& leaf : query.leaves) {
         std::vector<WordKey>& keys = m_keys.emplace_back();

@@ -191,6 +191,20 @@ private:
 
 }  // namespace
 
+bool matches(std::string_view term, const QueryWord& word) {
+    switch (word.match) {
+        case TermMatch::Exact:
+            return term == word.word;
+        case TermMatch::Prefix:
+            return term.starts_with(word.word);
+        case TermMatch::Suffix:
+            return term.ends_with(word.word);
+        case TermMatch::Anywhere:
+            return term.find(word.word) != std::string_view::npos;
+    }
+    return false;
+}
+
 Query parseQuery(std::string_view text, const TermFilter& filter) {
     Query query;
     auto part = Parser(utf8Prefix(text, kMaxQueryBytes), filter, query.leaves).parse();

@@ -30,6 +30,9 @@ struct QueryWord {
     bool operator==(const QueryWord&) const = default;
 };
 
+// Whether a word of a text, folded, is one that is asked for.
+bool matches(std::string_view term, const QueryWord& word);
+
 // One word, or a phrase of several.
 struct QueryLeaf {
     std::vector<QueryWord> words;

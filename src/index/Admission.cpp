@@ -15,6 +15,13 @@ bool contains(const std::vector<std::string>& list, const std::string& text) {
 
 }  // namespace
 
+bool isFilteredBy(const std::vector<std::string>& filters, std::string_view address) {
+    const std::string small = lowerCasedAscii(address);
+    return std::any_of(filters.begin(), filters.end(), [&small](const std::string& filter) {
+        return small.find(filter) != std::string::npos;
+    });
+}
+
 Admission::Admission(const Settings& settings)
     : m_settings(settings),
       m_nativeExtensions(settings.strings("NativeExtensions")),
@@ -29,14 +36,21 @@ void Admission::applyPreferences() {
 }
 
 void Admission::applyURLFilters() {
+    const std::vector<URLFilter> all = urlFiltersIn(m_settings.array("URLFilters"));
     std::vector<std::string> filters;
-    for (const URLFilter& filter : urlFiltersIn(m_settings.array("URLFilters"))) {
+    for (const URLFilter& filter : all) {
         if (filter.Enabled && !filter.String.empty()) {
             filters.push_back(lowerCasedAscii(filter.String));
         }
     }
     MutexLock lock(m_mutex);
     m_filters = std::move(filters);
+    m_hasFilters = !all.empty();
+}
+
+std::optional<std::vector<std::string>> Admission::enabledFilters() const {
+    MutexLock lock(m_mutex);
+    return m_hasFilters ? std::optional(m_filters) : std::nullopt;
 }
 
 Verdict Admission::judge(const Url& url) const {
@@ -51,14 +65,7 @@ Verdict Admission::judge(const Url& url) const {
         return Verdict::ExtractorsOff;
     }
     if (m_failedURLs.contains(url.absoluteString())) return Verdict::FailedBefore;
-    return isFiltered(url) ? Verdict::Filtered : Verdict::Accepted;
-}
-
-bool Admission::isFiltered(const Url& url) const {
-    const std::string address = lowerCasedAscii(url.absoluteString());
-    return std::any_of(m_filters.begin(), m_filters.end(), [&address](const std::string& filter) {
-        return address.find(filter) != std::string::npos;
-    });
+    return isFilteredBy(m_filters, url.absoluteString()) ? Verdict::Filtered : Verdict::Accepted;
 }
 
 bool Admission::isReadableFile(const Url& url) const {

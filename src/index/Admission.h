@@ -3,7 +3,9 @@
 // Threads: any.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -24,6 +26,9 @@ enum class Verdict {
     Filtered,           // "URLFilters"
 };
 
+// Whether one of the filters, in small letters, stands in the address, in whatever letters.
+bool isFilteredBy(const std::vector<std::string>& filters, std::string_view address);
+
 class Admission {
 public:
     // Reads the lists of extensions; the rest when applyPreferences is called. Borrows the
@@ -37,6 +42,9 @@ public:
     // The first rule that decides.
     Verdict judge(const Url& url) const;
     bool canProcessURL(const Url& url) const { return judge(url) == Verdict::Accepted; }
+
+    // The texts of the enabled filters, in small letters; none when there is no filter at all.
+    std::optional<std::vector<std::string>> enabledFilters() const;
 
     // Whether a file with the address's extension can be read, whatever it holds.
     bool isReadableFile(const Url& url) const;
@@ -52,8 +60,6 @@ public:
     void addFailedURL(const Url& url);
 
 private:
-    bool isFiltered(const Url& url) const SW_REQUIRES(m_mutex);
-
     const Settings& m_settings;
     const std::vector<std::string> m_nativeExtensions;
     const std::vector<std::string> m_extractorExtensions;
@@ -63,6 +69,7 @@ private:
     bool m_useContentExtractors SW_GUARDED_BY(m_mutex) = false;
     bool m_allowAuthorization SW_GUARDED_BY(m_mutex) = false;
     std::vector<std::string> m_filters SW_GUARDED_BY(m_mutex);  // enabled ones, in small letters
+    bool m_hasFilters SW_GUARDED_BY(m_mutex) = false;           // enabled or not
     std::unordered_set<std::string> m_failedURLs SW_GUARDED_BY(m_mutex);
 };
 

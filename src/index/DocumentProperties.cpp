@@ -359,6 +359,21 @@ Status DocumentProperties::checkAndSetAside() const {
     return status;
 }
 
+Status DocumentProperties::eraseRemoved(bool withRewrite) {
+    const GateHold writing(m_writing);
+    const GateHold hold(m_fileGate);
+    if (file() == nullptr) return m_fileError;
+    const RecordChanges rest = describe({});
+    Status status = rest.forgotten.empty() ? Status() : m_file->write(rest);
+    if (status.isOk()) {
+        noteWritten(rest, true);
+        if (withRewrite) status = m_file->rewrite();
+    }
+    if (status.isOk()) status = m_file->emptyLog();
+    if (status.code() == StatusCode::Damaged) noteFailure(status);
+    return status;
+}
+
 void DocumentProperties::close() {
     const GateHold writing(m_writing);
     const GateHold hold(m_fileGate);

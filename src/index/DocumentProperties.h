@@ -69,6 +69,11 @@ public:
     // The same; a damaged file is treated as one that cannot be read.
     Status checkAndSetAside() const;
 
+    // Deletes for good what was removed, as far as the index has forgotten it durably, and empties
+    // the log beside the file. With a rewrite, no byte of a removed record is left: without, a page
+    // of the file may still hold one that was moved from there before it was deleted.
+    Status eraseRemoved(bool withRewrite);
+
     // Leaves the file in a state that other processes can read without changing it.
     void close();
 

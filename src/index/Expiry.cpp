@@ -3,13 +3,12 @@
 #include <algorithm>
 
 #include "index/IndexNaming.h"
+#include "index/RemovalWalk.h"
 
 namespace siftwell {
 
 namespace {
 
-constexpr std::size_t kDocumentsPerLook = 500;
-constexpr std::size_t kRemovalsPerFlush = 10000;  // what waits to be written is kept in memory
 constexpr std::size_t kRecordsPerLook = 100;
 constexpr std::int64_t kDeletionsWorthForgetting = 101;
 
@@ -22,23 +21,13 @@ std::set<std::string> asNamed(const std::set<std::string>& sources) {
     return names;
 }
 
-bool hasReadableRecords(const OpenIndex& index) { return index.properties->check().isOk(); }
-
 // A side file that cannot be read has no records to show either, and says nothing of the index.
 bool isWithoutRecords(const OpenIndex& index) {
-    return index.properties->recordsBehind(0, kRecordsPerLook).empty() && hasReadableRecords(index);
+    return index.properties->recordsBehind(0, kRecordsPerLook).empty() &&
+           index.properties->check().isOk();
 }
 
 }  // namespace
-
-struct Expiry::Walk {
-    const SKIndex& index;
-    const Date sinceDate;
-    const Sources& fromSources;
-    std::size_t kept = 0;
-    std::size_t removed = 0;                      // since the last flush
-    std::optional<bool> areRecordsReadable = {};  // once it was looked at
-};
 
 void Expiry::expireOlderThan(Date cutOff,
                              const std::optional<std::vector<std::string>>& forSources) {
@@ -77,55 +66,22 @@ void Expiry::expireOlderThan(Date cutOff, const Sources& sources) {
         // Indexes may be let go of before the hold, not while it lasts.
         const SharedHold hold(m_parts.locks.indexGate());
         if (m_parts.indexes.positionOf(index) < 0) return;
-        Walk walk{.index = index, .sinceDate = cutOff, .fromSources = sources};
-        expireDocumentsInIndex(walk);
+        expireDocumentsInIndex(index, cutOff, sources);
         m_parts.flushIndex(index);
     }
 }
 
-void Expiry::expireDocumentsInIndex(Walk& walk) {
-    for (fulltext::DocumentID last = 0;;) {
-        const auto documents = walk.index->documentsBehind(last, kDocumentsPerLook);
-        if (documents.empty()) return;
-        for (const StoredDocument& document : documents) {
-            if (!continueExpiring()) return;
-            judge(walk, document);
-        }
-        last = documents.back().number;
-        if (walk.removed < kRemovalsPerFlush) continue;
-        m_parts.flushIndex(walk.index);
-        walk.removed = 0;
-    }
-}
-
-void Expiry::judge(Walk& walk, const StoredDocument& document) {
-    if (!document.record) {
-        // Only in front of the first document that is kept.
-        if (walk.kept == 0) removeWithoutRecord(walk, document.number);
-        return;
-    }
-    const PropertyRecord& record = *document.record;
-    if (!walk.fromSources.contains(record.source) || !(record.date < walk.sinceDate)) {
-        ++walk.kept;
-        return;
-    }
-    m_parts.notifier.reportStatus("Removing");
-    m_parts.store.removeNumber(document.number, walk.index, record.url, true);
-    ++walk.removed;
-}
-
-// Nobody adds while the pair is held: a document that has no record even then never gets one.
-// It was not counted, and is removed without a word.
-void Expiry::removeWithoutRecord(Walk& walk, fulltext::DocumentID document) {
-    if (!walk.areRecordsReadable) walk.areRecordsReadable = hasReadableRecords(*walk.index);
-    if (!*walk.areRecordsReadable) return;
-    const ExclusiveHold hold(walk.index->pairGate);
-    if (walk.index->properties->propertiesForSKDocument(document)) {
-        ++walk.kept;
-    } else if (walk.index->index->remove(document).isOk()) {
-        walk.index->properties->removeSKDocument(document);  // so that the removal is written
-        ++walk.removed;
-    }
+void Expiry::expireDocumentsInIndex(const SKIndex& index, Date sinceDate,
+                                    const Sources& fromSources) {
+    const auto isKept = [&](fulltext::DocumentID document, const PropertyRecord& record) {
+        if (!fromSources.contains(record.source) || !(record.date < sinceDate)) return true;
+        m_parts.notifier.reportStatus("Removing");
+        m_parts.store.removeNumber(document, index, record.url, true);
+        return false;
+    };
+    walkRemoving(*index, {.mayContinue = [this] { return continueExpiring(); },
+                          .isKept = isKept,
+                          .flush = [&] { m_parts.flushIndex(index); }});
 }
 
 // Whether all were visited. Whoever has the priority goes first, but not once the exclusive hold

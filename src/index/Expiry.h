@@ -48,13 +48,10 @@ public:
 
 private:
     using Sources = std::set<std::string>;
-    struct Walk;
 
     bool continueExpiring();
     void expireOlderThan(Date cutOff, const Sources& sources);
-    void expireDocumentsInIndex(Walk& walk);
-    void judge(Walk& walk, const StoredDocument& document);
-    void removeWithoutRecord(Walk& walk, fulltext::DocumentID document);
+    void expireDocumentsInIndex(const SKIndex& index, Date sinceDate, const Sources& fromSources);
     bool purgeIndexesWithoutRecords();
     void purgeAll();
 

@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -29,8 +30,11 @@
 #include "index/ContentExtractor.h"
 #include "index/ContentParsing.h"
 #include "index/DocumentStore.h"
+#include "index/Erasure.h"
 #include "index/Expiry.h"
+#include "index/FilterPass.h"
 #include "index/IndexCounters.h"
+#include "index/IndexDump.h"
 #include "index/IndexLoader.h"
 #include "index/IndexLocks.h"
 #include "index/IndexSet.h"
@@ -74,12 +78,19 @@ public:
     bool loadIndex();
     // Writes what changed: for each index its records, then, when there were any, the index.
     void flush();
-    // Whether all indexes were visited.
+    // Whether all indexes were visited: not when the program ends meanwhile.
     bool compactIndex();
     // Removes the documents of the sources that are older than the date, and every index without
     // records. Without sources: removes everything. Ends early when indexing is switched off.
     void expireOlderThan(Date cutOff, const std::optional<std::vector<std::string>>& forSources);
-    // Flushes and lets go of all indexes. Always succeeds.
+    // Asks for a filter pass and returns at once.
+    void applyFilters();
+    // The same, and waits for its end; how many documents it removed. Any thread.
+    std::size_t filterDocuments();
+    // Writes every document to a file, as a list of anchors, with its terms on demand. See
+    // IndexDump.
+    Status dumpIndices(const std::string& path, bool showTerms);
+    // Flushes and lets go of all indexes. What walks them is broken off. Always succeeds.
     bool closeIndex();
     // Deletes the index. The caller holds the index lock.
     void purgeIndex(std::size_t position);
@@ -97,6 +108,8 @@ public:
                       std::optional<Date> withDate) const;
     bool isDocument(const Url& url, const std::string& fromSource,
                     std::optional<Date> indexedWithDate);
+    // The document's terms, each with a space before it.
+    std::string termsForSKDocument(const SKDocument& document, const SKIndex& inSKIndex) const;
     std::optional<PropertyRecord> propertiesForDocumentID(fulltext::DocumentID document,
                                                           const SKIndex& inSKIndex) const;
 
@@ -118,6 +131,9 @@ public:
     // Each loses the first index that holds it; how many there were. Ends the current search when
     // it is the main thread's.
     std::size_t removeURLFromIndex(const std::vector<Url>& urls);
+    // Each is removed from every index that holds it, and no byte of it is left in any file of the
+    // index folder; those that there were. See Erasure.
+    std::vector<Url> eraseURLs(const std::vector<Url>& urls);
 
     // ---- Locks, priority, gate, counters
 
@@ -174,6 +190,7 @@ public:
 
 private:
     void endSearchOfThisThread();
+    bool stopWalks();
     void findFolder();
     void loadCounters();
     void observe();
@@ -203,8 +220,12 @@ private:
     std::unique_ptr<DocumentStore> m_store;
     SearchControl m_search;
     std::vector<NotificationCentre::Observation> m_observations;
+    std::stop_source m_ending;  // of the program, for what runs on threads of others
     std::unique_ptr<IndexLoader> m_loader;
+    std::unique_ptr<FilterPass> m_filterPass;
     std::unique_ptr<Expiry> m_expiry;
+    std::unique_ptr<IndexDump> m_dump;
+    std::unique_ptr<Erasure> m_erasure;
 };
 
 }  // namespace siftwell

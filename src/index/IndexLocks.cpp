@@ -14,6 +14,19 @@ void ScanLock::begin() {
     m_isTaken = true;
 }
 
+bool ScanLock::beginPatiently(const std::stop_token& stop) {
+    const std::stop_callback wake(stop, [this] {
+        MutexLock lock(m_mutex);
+        m_ended.notifyAll();
+    });
+    MutexLock lock(m_mutex);
+    while (m_parties > 0 && !stop.stop_requested()) m_ended.wait(m_mutex);
+    if (stop.stop_requested()) return false;
+    ++m_parties;
+    m_isTaken = true;
+    return true;
+}
+
 void ScanLock::end() {
     MutexLock lock(m_mutex);
     --m_parties;

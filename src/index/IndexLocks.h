@@ -7,6 +7,8 @@
 // Threads: any.
 #pragma once
 
+#include <stop_token>
+
 #include "base/Gate.h"
 #include "base/Mutex.h"
 
@@ -19,19 +21,29 @@ public:
     // The party's turn, from construction (which waits for it) to destruction.
     class Turn {
     public:
-        explicit Turn(ScanLock& lock) : m_lock(lock) { m_lock.begin(); }
-        ~Turn() { m_lock.end(); }
+        explicit Turn(ScanLock& lock) : m_lock(lock), m_isTaken(true) { m_lock.begin(); }
+        // Nobody ends for its sake: waits until nobody else wants the indexes, or for the stop,
+        // and then has no turn.
+        Turn(ScanLock& lock, const std::stop_token& stop)
+            : m_lock(lock), m_isTaken(m_lock.beginPatiently(stop)) {}
+        ~Turn() {
+            if (m_isTaken) m_lock.end();
+        }
         Turn(const Turn&) = delete;
         Turn& operator=(const Turn&) = delete;
 
+        bool isTaken() const { return m_isTaken; }
+
     private:
         ScanLock& m_lock;
+        const bool m_isTaken;
     };
 
     int count() const;  // parties that have their turn or wait for it
 
 private:
     void begin();
+    bool beginPatiently(const std::stop_token& stop);
     void end();
 
     mutable Mutex m_mutex;

@@ -111,6 +111,24 @@ bool isExtensionBesideIndexes(std::string_view extension) {
     return std::find(kExtensions.begin(), kExtensions.end(), extension) != kExtensions.end();
 }
 
+std::string_view indexNameOfFile(std::string_view fileName) {
+    for (;;) {
+        const std::size_t dot = fileName.rfind('.');
+        if (dot == std::string_view::npos || !isExtensionBesideIndexes(fileName.substr(dot + 1))) {
+            return fileName;
+        }
+        fileName = fileName.substr(0, dot);
+    }
+}
+
+std::string schemeOfIndexName(std::string_view indexName) {
+    const std::size_t dot = indexName.rfind('.');
+    if (dot == std::string_view::npos) return {};
+    std::string_view scheme = indexName.substr(dot + 1);
+    if (scheme.starts_with('%')) scheme.remove_prefix(1);  // it would pass for a side file's
+    return lowerCasedAscii(scheme);
+}
+
 std::string sourceOfIndexName(std::string_view indexName) {
     const std::string_view name = indexName.substr(0, indexName.rfind('.'));
     std::string source;

@@ -23,6 +23,12 @@ std::string indexNameForSource(std::string_view source, std::string_view scheme)
 // indexes, and damaged ones that were set aside.
 bool isExtensionBesideIndexes(std::string_view extension);
 
+// The name of the index that a file was: without what isExtensionBesideIndexes() tells.
+std::string_view indexNameOfFile(std::string_view fileName);
+
+// The scheme of an index, by its name: its extension. Empty when it has none.
+std::string schemeOfIndexName(std::string_view indexName);
+
 // The source of an index, by its name: what stands before the extension.
 std::string sourceOfIndexName(std::string_view indexName);
 

@@ -29,6 +29,14 @@ std::vector<StoredDocument> OpenIndex::documentsBehind(fulltext::DocumentID numb
     return documents;
 }
 
+Status OpenIndex::eraseRemoved(bool withRewrite) {
+    Status status = flush();
+    if (status.isOk()) status = withRewrite ? index->compact() : index->sync();
+    if (!status.isOk()) return status;
+    const ExclusiveHold hold(pairGate);
+    return properties->eraseRemoved(withRewrite);
+}
+
 Status OpenIndex::close() {
     // An index that is closed flushes by itself; documents whose records could not be written must
     // not become part of it.

@@ -35,6 +35,9 @@ struct OpenIndex {
     // that can be brought to agree. The error of the index; that of the records is told by
     // themselves.
     Status flush();
+    // As flush(), and nothing of what was removed is left in the side file's log. With a rewrite,
+    // no byte of it is left in any file of the pair.
+    Status eraseRemoved(bool withRewrite);
     // To be flushed before: what then still waits, since its records could not be written, is lost.
     Status close();
 

@@ -370,6 +370,19 @@ Status PropertyRecordFile::deleteFrom(DocumentID from) {
     return run("DELETE FROM removed WHERE id >= ?", {std::int64_t{from}});
 }
 
+Status PropertyRecordFile::rewrite() { return run("VACUUM"); }
+
+Status PropertyRecordFile::emptyLog() {
+    const auto isBusy = guarded([this] {
+        const auto rows = query("PRAGMA wal_checkpoint(TRUNCATE)");
+        return rows->next() && rows->bigIntForColumnIndex(0) != 0;
+    });
+    if (!isBusy) return isBusy.status();
+    if (!*isBusy) return {};
+    return {StatusCode::Busy,
+            filledIn(_("The properties file %@ is being read by another program."), m_path)};
+}
+
 void PropertyRecordFile::close() {
     // Refused while another process reads; then the log stays beside the file, which is as good.
     static_cast<void>(guarded([this] { return query("PRAGMA journal_mode=DELETE")->next(); }));

@@ -70,6 +70,12 @@ public:
     // Deletes all records, or those of documents from `from` on.
     Status deleteFrom(fulltext::DocumentID from);
 
+    // Writes the file anew, through the log: pages that SQLite has filled and emptied may hold
+    // bytes of what was deleted.
+    Status rewrite();
+    // Folds the write-ahead log into the file and cuts it; Busy while another process reads.
+    Status emptyLog();
+
     // Folds the write-ahead log into the file, so that it can be read without being changed.
     void close();
 

@@ -58,9 +58,12 @@ void keepFirst(auto& list, std::size_t count) {
 
 }  // namespace
 
-ResultRow ResultRowMaker::rowFor(const FoundDocument& found) const {
+FoundRow ResultRowMaker::rowFor(const FoundDocument& found) const {
     const auto record = m_indexes.propertiesForDocumentID(found.hit.document, found.index);
-    ResultRow row{.score = found.hit.score};
+    FoundRow row;
+    row.index = found.index;
+    row.document = found.hit.document;
+    row.score = found.hit.score;
     if (record) {
         row.url = record->source == kHelpSource ? addressOfHelpPage(record->url) : record->url;
         row.cachePath = record->cachePath.value_or("");
@@ -75,7 +78,8 @@ ResultRow ResultRowMaker::rowFor(const FoundDocument& found) const {
         const auto url = Url::parse(row.url);
         row.title = url ? repairedUtf8(url->lastPathComponent()) : row.url;
     }
-    row.date = row.moment.value_or(m_clock.now()).formattedLocally("%Y/%m/%d %H:%M");
+    const Date date = row.moment ? *row.moment : m_clock.now();
+    row.date = date.formattedLocally("%Y/%m/%d %H:%M");
     return row;
 }
 
@@ -109,9 +113,8 @@ CollectedResults collectResults(const RunningSearches& searches, const ResultLim
     if (!limits.isSortedByDate) keepFirst(found, limits.count);
     for (const FoundDocument& document : found) collected.rows.push_back(maker.rowFor(document));
     if (limits.isSortedByDate) {
-        std::stable_sort(
-            collected.rows.begin(), collected.rows.end(),
-            [](const ResultRow& a, const ResultRow& b) { return a.moment > b.moment; });
+        std::stable_sort(collected.rows.begin(), collected.rows.end(),
+                         [](const FoundRow& a, const FoundRow& b) { return a.moment > b.moment; });
         keepFirst(collected.rows, limits.count);
     }
     return collected;

@@ -1,9 +1,10 @@
 // From hits to result rows.
 //
-// Threads: main, like the searches that the hits come from.
+// Threads: a search and its hits, one at a time; a row maker, any.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,13 +22,20 @@ struct FoundDocument {
     fulltext::Hit hit;
 };
 
+// A row that can be asked for more: it knows its document for as long as the index is open.
+struct FoundRow : ResultRow {
+    std::weak_ptr<OpenIndex> index;
+    fulltext::DocumentID document = 0;
+};
+
 class ResultRowMaker {
 public:
     // The help pages are shown from `resourceFolder`, wherever they lay when they were indexed.
     ResultRowMaker(const IndexController& indexes, const Clock& clock, std::string resourceFolder)
         : m_indexes(indexes), m_clock(clock), m_resourceFolder(std::move(resourceFolder)) {}
 
-    ResultRow rowFor(const FoundDocument& found) const;
+    // The address is empty when the document was removed since.
+    FoundRow rowFor(const FoundDocument& found) const;
 
 private:
     std::string addressOf(const FoundDocument& found) const;
@@ -46,7 +54,7 @@ struct ResultLimits {
 };
 
 struct CollectedResults {
-    std::vector<ResultRow> rows;
+    std::vector<FoundRow> rows;
     std::vector<Status> errors;  // of indexes that could not be searched to the end
 };
 

@@ -6,9 +6,9 @@
 
 #include "base/Alerts.h"
 #include "base/Exception.h"
-#include "base/Log.h"
 #include "base/Timing.h"
 #include "base/TopLevelExceptionHandler.h"
+#include "support/LoggedLines.h"
 
 namespace siftwell {
 namespace {
@@ -18,12 +18,7 @@ using testing::MatchesRegex;
 
 class DiagnosisTest : public testing::Test {
 protected:
-    void SetUp() override {
-        setLogSink([this](std::string_view line) { m_log.emplace_back(line); });
-    }
-    void TearDown() override { setLogSink(nullptr); }
-
-    std::vector<std::string> m_log;
+    LoggedLines m_log;
 };
 
 TEST_F(DiagnosisTest, ProgramWithoutWindowsAnswersWhatIsSafeAndSaysSo) {
@@ -35,9 +30,10 @@ TEST_F(DiagnosisTest, ProgramWithoutWindowsAnswersWhatIsSafeAndSaysSo) {
     const std::string rest =
         " Please run /Applications/Utitities/Console to get details about the error and report "
         "them to Velotrin. [OK]";
-    EXPECT_THAT(m_log, ElementsAre("Really? All is lost. [No]",
-                                   "Sorry, but an error has occurred (CopyFailed)." + rest,
-                                   "Sorry, but an error has occurred (std::bad_alloc)." + rest));
+    EXPECT_THAT(m_log.take(),
+                ElementsAre("Really? All is lost. [No]",
+                            "Sorry, but an error has occurred (CopyFailed)." + rest,
+                            "Sorry, but an error has occurred (std::bad_alloc)." + rest));
 }
 
 TEST_F(DiagnosisTest, ProcessorTimeIsThatOfUserAndSystem) {
@@ -50,7 +46,7 @@ TEST_F(DiagnosisTest, ProcessorTimeIsThatOfUserAndSystem) {
     EXPECT_DOUBLE_EQ(processorSeconds(start, end), 1.200001);
     StartTiming();
     StopTiming("scan");
-    EXPECT_THAT(m_log, ElementsAre(MatchesRegex("scan: [0-9]+\\.[0-9]{6}")));
+    EXPECT_THAT(m_log.take(), ElementsAre(MatchesRegex("scan: [0-9]+\\.[0-9]{6}")));
 }
 
 }  // namespace

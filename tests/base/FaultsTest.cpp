@@ -13,8 +13,8 @@
 #include "base/Exception.h"
 #include "base/Gate.h"
 #include "base/HeldLocks.h"
-#include "base/Log.h"
 #include "base/Sanitizers.h"
+#include "support/LoggedLines.h"
 #include "support/TemporaryFolder.h"
 
 namespace siftwell {
@@ -164,16 +164,14 @@ TEST_F(ThrownFaultsTest, InnerGuardLeavesTheOuterOneInPlace) {
 }
 
 TEST_F(ThrownFaultsTest, TraceOfAFaultNamesTheFunctionThatMetIt) {
-    std::string lines;
-    setLogSink([&](std::string_view line) { lines.append(line).append("\n"); });
+    LoggedLines log;
     try {
         const FaultGuard guard;
         readNowhere();
     } catch (const std::exception& exception) {
         printStackTrace(exception);
     }
-    setLogSink(nullptr);
-    EXPECT_THAT(lines, HasSubstr("readThrough"));
+    EXPECT_THAT(log.takeText(), HasSubstr("readThrough"));
 }
 
 TEST_F(FaultsTest, ProgramWithoutHandlersDiesWithoutAWord) {

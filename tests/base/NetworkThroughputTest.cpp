@@ -42,12 +42,6 @@ TEST_F(NetworkThroughputTest, RatesAreThoseOfAllInterfacesThatWereUpAndAreStillT
     EXPECT_EQ(m_clock.slept(), std::chrono::seconds(5));
 }
 
-TEST_F(NetworkThroughputTest, LoopbackAloneIsSilence) {
-    EXPECT_EQ(sample(Interfaces{{"lo", true, 0, 0}}, Interfaces{{"lo", true, 5000, 5000}}), 0);
-    EXPECT_EQ(m_received, 0U);
-    EXPECT_EQ(m_sent, 0U);
-}
-
 TEST_F(NetworkThroughputTest, ListThatCannotBeReadIsAFailureWithoutRates) {
     EXPECT_EQ(sample(std::nullopt, Interfaces{}), -1);
     EXPECT_EQ(m_received + m_sent, 0U);

@@ -9,9 +9,9 @@
 
 #include "base/Exception.h"
 #include "base/FileDescriptor.h"
-#include "base/Log.h"
 #include "base/Sanitizers.h"
 #include "base/StackTraces.h"
+#include "support/LoggedLines.h"
 
 namespace siftwell {
 namespace {
@@ -59,12 +59,10 @@ protected:
 #ifdef SIFTWELL_SANITIZED
         GTEST_SKIP() << "the sanitizer watches exceptions itself";
 #endif
-        setLogSink([this](std::string_view line) { m_log.append(line).append("\n"); });
     }
-    void TearDown() override { setLogSink(nullptr); }
 
-    void catchFrom(const std::function<void()>& work, bool isCollecting) {
-        m_log.clear();
+    std::string logOf(const std::function<void()>& work, bool isCollecting = true) {
+        LoggedLines log;
         std::jthread([&] {
             if (isCollecting) collectStackTracesOnThrow();
             try {
@@ -73,9 +71,8 @@ protected:
                 printStackTrace(exception);
             }
         }).join();
+        return log.takeText();
     }
-
-    std::string m_log;
 };
 
 __attribute__((noinline)) void takeFrom(const std::vector<int>& values, std::size_t place) {
@@ -83,33 +80,30 @@ __attribute__((noinline)) void takeFrom(const std::vector<int>& values, std::siz
 }
 
 TEST_F(StackTracesTest, TraceOfAnyExceptionBeginsWhereItWasThrown) {
-    catchFrom([] { takeFrom({}, 3); }, true);
-    EXPECT_THAT(m_log, AllOf(HasSubstr("__throw_out_of_range"), HasSubstr("takeFrom")));
-    catchFrom(
-        [] {
-            try {
-                takeFrom({}, 3);
-            } catch (const std::out_of_range&) {
-                throw NamedException("CopyFailed", "");
-            }
-        },
-        true);
-    EXPECT_THAT(m_log, AllOf(Not(HasSubstr("takeFrom")), HasSubstr("StackTracesTest")));
+    EXPECT_THAT(logOf([] { takeFrom({}, 3); }),
+                AllOf(HasSubstr("__throw_out_of_range"), HasSubstr("takeFrom")));
+    const auto throwAnother = [] {
+        try {
+            takeFrom({}, 3);
+        } catch (const std::out_of_range&) {
+            throw NamedException("CopyFailed", "");
+        }
+    };
+    EXPECT_THAT(logOf(throwAnother),
+                AllOf(Not(HasSubstr("takeFrom")), HasSubstr("StackTracesTest")));
 }
 
 TEST_F(StackTracesTest, ThreadThatDoesNotCollectHasNoTraces) {
-    catchFrom([] { takeFrom({}, 3); }, false);
-    EXPECT_EQ(m_log, "The exception's call stack is unknown.\n");
-    catchFrom(
-        [] {
-            std::exception_ptr thrownElsewhere;
-            std::jthread([&] {
-                thrownElsewhere = std::make_exception_ptr(NamedException("CopyFailed", ""));
-            }).join();
-            std::rethrow_exception(thrownElsewhere);
-        },
-        true);
-    EXPECT_EQ(m_log, "The exception's call stack is unknown.\n");
+    const std::string unknown = "The exception's call stack is unknown.\n";
+    EXPECT_EQ(logOf([] { takeFrom({}, 3); }, false), unknown);
+    const auto throwFromElsewhere = [] {
+        std::exception_ptr thrownElsewhere;
+        std::jthread([&] {
+            thrownElsewhere = std::make_exception_ptr(NamedException("CopyFailed", ""));
+        }).join();
+        std::rethrow_exception(thrownElsewhere);
+    };
+    EXPECT_EQ(logOf(throwFromElsewhere), unknown);
 }
 
 }  // namespace

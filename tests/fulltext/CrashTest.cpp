@@ -5,9 +5,9 @@
 #include <set>
 
 #include "CrashStorage.h"
-#include "base/Log.h"
 #include "fulltext/Index.h"
 #include "fulltext/Search.h"
+#include "support/LoggedLines.h"
 #include "support/LongForm.h"
 
 namespace siftwell::fulltext {
@@ -125,12 +125,6 @@ private:
 
 class CrashTest : public testing::Test {
 protected:
-    // What did not reach the disk is logged every time.
-    CrashTest() {
-        setLogSink([](std::string_view) {});
-    }
-    ~CrashTest() override { setLogSink({}); }
-
     template <typename Tell>
     static std::uint64_t operationsOf(Tell tell) {
         CrashStorage storage;
@@ -194,6 +188,8 @@ protected:
         EXPECT_NE(std::find(begin, flushes.end(), *holdings), flushes.end())
             << holdings->size() << " documents are none of the states that may be left";
     }
+
+    LoggedLines m_log;  // what did not reach the disk, every time
 };
 
 TEST_F(CrashTest, KilledAtAnyOperationNothingFlushedIsLost) {

@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 
 #include "Oracle.h"
-#include "base/Log.h"
 #include "fulltext/Index.h"
 #include "fulltext/Search.h"
+#include "support/LoggedLines.h"
 #include "support/LongForm.h"
 #include "support/TemporaryFolder.h"
 
@@ -18,7 +18,6 @@ protected:
                                                "\"kaka kalo\"", "*a*"};
 
     DamageTest() {
-        setLogSink([](std::string_view) {});
         m_folder.write("whole", makeIndex());
         const auto index = open("whole");
         for (const char* query : kQueries) m_answers.push_back(*answer(**index, query));
@@ -26,7 +25,6 @@ protected:
             m_texts[document] = *(*index)->readableTextOf(document);
         }
     }
-    ~DamageTest() override { setLogSink({}); }
 
     // Segments of two sizes, removed documents, and some that stand in no segment.
     std::string makeIndex() {
@@ -82,6 +80,7 @@ protected:
         return false;
     }
 
+    LoggedLines m_log;
     TemporaryFolder m_folder;
     Random m_random{5};
     std::vector<std::vector<Hit>> m_answers;

@@ -279,6 +279,40 @@ TEST_F(IndexTest, DocumentsThatJustCameIntoASegmentCanBeReplaced) {
     EXPECT_EQ(find(*index, "word7").size(), 32U);
 }
 
+// The more urgent thread, for which compaction gives way, may want to read the very index.
+TEST_F(IndexTest, CompactionNeverGivesWayWhereReadersHaveToWaitForIt) {
+    WriteBudget budget(1);
+    m_surroundings.budget = &budget;
+    m_surroundings.maxUnsegmentedText = 0;
+    Index* compacted = nullptr;
+    std::vector<std::jthread> readers;
+    std::atomic<int> answers = 0;
+    int pauses = 0;
+    m_surroundings.pace = [&] {
+        if (compacted == nullptr) return;
+        readers.emplace_back([&] { answers += compacted->keyOf(1) ? 1 : 0; });
+        const auto latest = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (answers < std::ssize(readers) && std::chrono::steady_clock::now() < latest) {
+            std::this_thread::yield();
+        }
+        ASSERT_EQ(answers, std::ssize(readers));
+        readers.clear();
+        answers = 0;
+        ++pauses;
+    };
+    const auto index = create();
+    add(*index, "//a/", "committed");
+    ASSERT_TRUE(index->flush().isOk());
+    std::string text;
+    for (int i = 0; i < 20'000; ++i) text += "word" + std::to_string(i) + " ";
+    for (int i = 0; i < 5; ++i) add(*index, "//b" + std::to_string(i), text);
+    EXPECT_GT(segmentsInFile(), 1U) << "and no commit lists the later ones";
+    compacted = index.get();
+    ASSERT_TRUE(index->compact().isOk());
+    compacted = nullptr;
+    EXPECT_GT(pauses, 0);
+}
+
 TEST_F(IndexTest, TextThatIsReadBackAtOpeningIsFoundAsBefore) {
     const std::string text =
         "Straße CAFÉ A\u030Angstro\u0308m İstanbul Ｆｕｌｌ 東京TOWER K\u212A ﬁNE I\u0307ron";

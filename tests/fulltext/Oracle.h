@@ -184,6 +184,17 @@ inline std::string randomText(Random& random, int maxWords) {
     return text;
 }
 
+// The same words as people write them: with capitals, and punctuation in between.
+inline std::string written(Random& random, const std::string& words) {
+    static constexpr const char* kBetween[] = {" ", ", ", ". ", " - ", "\n", "! ", " (", ") ", "/"};
+    std::string text;
+    for (std::string word : splitWords(words)) {
+        if (pick(random, 4) == 0) word[0] = static_cast<char>(word[0] - 'a' + 'A');
+        text += word + kBetween[pick(random, static_cast<int>(std::size(kBetween)))];
+    }
+    return text;
+}
+
 inline OracleQuery randomLeaf(Random& random) {
     using Kind = OracleQuery::Kind;
     OracleQuery query{.kind = static_cast<Kind>(pick(random, 5)), .words = {randomWord(random)}};

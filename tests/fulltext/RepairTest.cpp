@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 
 #include "CrashStorage.h"
-#include "base/Log.h"
 #include "fulltext/DocumentRecord.h"
 #include "fulltext/Index.h"
 #include "fulltext/RecordScan.h"
 #include "fulltext/Repair.h"
 #include "fulltext/Search.h"
+#include "support/LoggedLines.h"
 #include "support/LongForm.h"
 
 namespace siftwell::fulltext {
@@ -25,11 +25,6 @@ protected:
         auto prepared = PreparedDocument::prepare({"http", name}, text);
         return std::string(prepared->record(id));
     }
-
-    RepairTest() {
-        setLogSink([](std::string_view) {});
-    }
-    ~RepairTest() override { setLogSink({}); }
 
     // Segments of several sizes, documents that were replaced and removed, some that stand in no
     // segment, and, when the writer is killed, some that were not flushed.
@@ -152,6 +147,7 @@ protected:
         }
     }
 
+    LoggedLines m_log;
     const IndexSettings m_settings{.internalName = "index", .stopWords = {"the"}};
     Random m_random{7};
     std::map<DocumentID, std::pair<std::string, std::string>> m_ever;  // names and texts

@@ -171,9 +171,10 @@ protected:
         return index == nullptr ? "" : index->name;
     }
     std::optional<PropertyRecord> recordOf(const std::string& address) {
-        const SKIndex index = store().skIndexForSKDocument(key(address), std::nullopt);
+        const SKDocument named = store().skDocumentForURL(url(address)).value();
+        const SKIndex index = store().skIndexForSKDocument(named, std::nullopt);
         if (index == nullptr) return std::nullopt;
-        const auto document = index->index->documentWith(key(address));
+        const auto document = index->index->documentWith(named);
         return store().propertiesForDocumentID(document->value(), index);
     }
 

@@ -59,6 +59,36 @@ TEST_F(IndexLocksTest, EnumerationsTakeTurnsAndOneThatIsAloneGoesOn) {
     EXPECT_FALSE(locks.continueEnumerating());
 }
 
+TEST_F(IndexLocksTest, WhoWaitsPatientlyBreaksNothingOffAndMayGiveUp) {
+    IndexLocks locks;
+    std::stop_source ending;
+    std::thread waiting;
+    {
+        const ScanLock::Turn turn(locks.scanLock());
+        waiting = std::thread([&] {
+            const ScanLock::Turn next(locks.scanLock(), ending.get_token());
+            EXPECT_TRUE(next.isTaken());
+            EXPECT_TRUE(locks.continueEnumerating());
+        });
+        for (int i = 0; i < 100; ++i) {
+            std::this_thread::yield();
+            EXPECT_TRUE(locks.continueEnumerating());
+        }
+    }
+    waiting.join();
+    {
+        const ScanLock::Turn turn(locks.scanLock());
+        waiting = std::thread([&] {
+            const ScanLock::Turn next(locks.scanLock(), ending.get_token());
+            EXPECT_FALSE(next.isTaken());
+        });
+        ending.request_stop();
+        waiting.join();
+        EXPECT_EQ(locks.scanLock().count(), 1);
+    }
+    EXPECT_EQ(locks.scanLock().count(), 0);
+}
+
 TEST_F(IndexLocksTest, ScanMayStartOnlineWithOpenGateAndNobodyEnumerating) {
     EXPECT_TRUE(store().readyToIndex());
     EXPECT_EQ(m_network.asked, 1);

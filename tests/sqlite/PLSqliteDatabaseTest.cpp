@@ -78,7 +78,7 @@ TEST_F(PLSqliteDatabaseTest, StatementIsOneAndOnlyOneAndHasToParse) {
               "error | SELCT 1");
     // The refused statements hold nothing open, or the database would complain when it goes.
     m_database.reset();
-    EXPECT_THAT(m_log, IsEmpty());
+    EXPECT_THAT(m_log.take(), IsEmpty());
 }
 
 TEST_F(PLSqliteDatabaseTest, UpdateThatFailsAndUpdateThatAnswersRowsDiffer) {

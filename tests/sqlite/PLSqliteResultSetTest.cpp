@@ -71,7 +71,7 @@ TEST_F(PLSqliteResultSetTest, ResultSetKeepsItsDatabaseAliveAndAnswersNothingOnc
     const std::string closed = "Attempt to access already-closed result set.";
     EXPECT_EQ(reasonOf([&] { rows->next(); }), closed);
     EXPECT_EQ(reasonOf([&] { rows->isNullForColumn("unknown"); }), closed);
-    EXPECT_THAT(m_log, IsEmpty());
+    EXPECT_THAT(m_log.take(), IsEmpty());
 }
 
 TEST_F(PLSqliteResultSetTest, DamageShowsAtTheStepThatMeetsIt) {
@@ -89,7 +89,7 @@ TEST_F(PLSqliteResultSetTest, DamageShowsAtTheStepThatMeetsIt) {
         "Error occurred calling next on a PLSqliteResultSet. Error: database disk image is "
         "malformed";
     EXPECT_EQ(reasonOf([&] { rows->next(); }), reason);
-    EXPECT_THAT(m_log, ElementsAre(reason));
+    EXPECT_THAT(m_log.take(), ElementsAre(reason));
 }
 
 }  // namespace

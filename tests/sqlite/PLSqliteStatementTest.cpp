@@ -37,7 +37,7 @@ TEST_F(PLSqliteStatementTest, OneStatementStoresManyValuesInFullEvenAfterARunTha
     m_database.reset();
     store();  // it keeps its database alive
     insert.reset();
-    EXPECT_THAT(m_log, testing::IsEmpty());
+    EXPECT_THAT(m_log.take(), testing::IsEmpty());
 }
 
 }  // namespace

@@ -4,19 +4,15 @@
 #include <gmock/gmock.h>
 
 #include "base/Exception.h"
-#include "base/Log.h"
 #include "sqlite/PLSqliteDatabase.h"
+#include "support/LoggedLines.h"
 #include "support/TemporaryFolder.h"
 
 namespace siftwell {
 
 class SqliteFixture : public testing::Test {
 protected:
-    SqliteFixture() {
-        setLogSink([this](std::string_view line) { m_log.emplace_back(line); });
-        EXPECT_TRUE(m_database->open());
-    }
-    ~SqliteFixture() override { setLogSink(nullptr); }
+    SqliteFixture() { EXPECT_TRUE(m_database->open()); }
 
     std::string path() const { return m_folder.file("test.db"); }
 
@@ -41,7 +37,7 @@ protected:
     }
 
     TemporaryFolder m_folder;
-    std::vector<std::string> m_log;
+    LoggedLines m_log;
     std::shared_ptr<PLSqliteDatabase> m_database = PLSqliteDatabase::databaseWithPath(path());
 };
 

@@ -39,11 +39,20 @@ TEST(EncodingsTest, OneTextComesOutOfAllItsEncodings) {
     EXPECT_EQ(decode("iso-2022-jp", "\x1B$BF|K\\\x1B(B"), japanese);
     EXPECT_EQ(decode("utf-16le", "\xE5\x65\x2C\x67"), japanese);
     EXPECT_EQ(decode("utf-16", "\xFF\xFE\xE5\x65"), Text("\u65E5"));  // without the mark
+    EXPECT_EQ(decode("utf-16", "\xFE\xFF\x65\xE5"), Text("\u65E5"));
     EXPECT_EQ(decode("utf-16be", "\xFE\xFF\x65\xE5"), Text("\u65E5"));
     EXPECT_EQ(decode("utf-8", "\uFEFFa\uFEFF"), Text("a\uFEFF"));  // at the front only
     EXPECT_EQ(decode("windows-1252", "\x80\x93"), Text("\u20AC\u201C"));
     EXPECT_EQ(decode("iso-8859-1", "\x80\xE9"), Text("\u0080\u00E9"));
     EXPECT_EQ(decode("gb2312", "\x81\x40"), Text("\u4E02"));  // only in its superset
+    EXPECT_EQ(decode("euc-kr", "\x81\x41"), Text("\uAC02"));  // so too
+    EXPECT_EQ(decode("euc-kr", "\xC7\xD1\xB1\xB9"), Text("\uD55C\uAD6D"));
+    EXPECT_EQ(decode("gb18030", "\xD6\xD0\x81\x30\x84\x36"), Text("\u4E2D\u00A5"));
+    EXPECT_EQ(decode("koi8-r", "\xD0\xD2\xC9"), Text("\u043F\u0440\u0438"));
+    EXPECT_EQ(decode("windows-1251", "\xEF\xF0\xE8"), Text("\u043F\u0440\u0438"));
+    EXPECT_EQ(decode("windows-1253", "\xEA\xE1\xEB"), Text("\u03BA\u03B1\u03BB"));
+    EXPECT_EQ(decode("windows-1255", "\xF9\xEC\xE5"), Text("\u05E9\u05DC\u05D5"));
+    EXPECT_EQ(decode("iso-8859-2", "\xBE\xB3"), Text("\u017E\u0142"));
 }
 
 TEST(EncodingsTest, BytesThatTheEncodingDoesNotAllowAreNotRepaired) {
