@@ -65,7 +65,15 @@ AppController::AppController(const Surroundings& surroundings)
                    },
                .cameToRest = &returnFreeMemory,
                .emptyURLCache = [] {},  // there is none yet: no preview keeps responses
-               .isRepeating = surroundings.isResident}) {
+               .isRepeating = surroundings.isResident}),
+      m_maintenance({.indexes = m_indexes,
+                     .retriever = m_retriever,
+                     .cycle = m_cycle,
+                     .preferences = m_session.preferences(),
+                     .settings = m_session.settings(),
+                     .centre = m_session.centre(),
+                     .mainLoop = m_mainLoop,
+                     .clock = m_session.clock()}) {
     m_updater.configure("SW", SIFTWELL_VERSION);
     observe();
     if (m_surroundings.sleepWatch != nullptr) {
@@ -167,7 +175,8 @@ bool AppController::applicationWillTerminate() {
     m_indexes.disableIndexing();
     m_indexes.finishSearchAfterIdlePeriod(std::chrono::seconds(0));
     m_session.stopExtracting();
-    const bool isScanEnded = m_cycle.stop(kTimeToEnd);
+    const bool isMaintenanceEnded = m_maintenance.stop(kTimeToEnd);
+    const bool isScanEnded = isMaintenanceEnded && m_cycle.stop(kTimeToEnd);
     m_indexes.flush();
     return isScanEnded;
 }
@@ -192,7 +201,8 @@ Status AppController::startScan(ScanScope scope) {
 }
 
 Result<Driver::ScanState> AppController::scanState() {
-    return ScanState{.isScanning = m_cycle.indexerRunning(),
+    return ScanState{.isScanning = m_cycle.scanStart().has_value(),
+                     .isLoading = m_retriever.isAtWorkForSource(std::nullopt),
                      .ended = m_cycle.endedScans(),
                      .wasLastComplete = m_cycle.wasLastScanComplete(),
                      .pendingDocuments = m_indexes.pendingDocumentCount(),
@@ -245,6 +255,32 @@ Result<std::size_t> AppController::removeFromIndex(const std::vector<std::string
     return count;
 }
 
+// ---- Maintenance
+
+Status AppController::clearIndex() { return m_maintenance.clearIndex(); }
+
+// Emptied without a network, the index would stay so.
+Status AppController::rebuildIndex() {
+    if (!m_indexes.netConnectionAvailable()) {
+        return {StatusCode::NotFound, _("Siftwell cannot access the Internet")};
+    }
+    return m_maintenance.rebuildIndex();
+}
+
+Status AppController::compactIndex() { return m_maintenance.compactIndex(); }
+
+Status AppController::dumpURLs(const std::string& path) { return m_maintenance.dumpURLs(path); }
+
+Status AppController::dumpIndex(const std::string& path) { return m_maintenance.dumpIndex(path); }
+
+Status AppController::applyFilters() { return m_maintenance.applyFilters(); }
+
+Status AppController::eraseFromIndex(const std::vector<std::string>& urls) {
+    return m_maintenance.eraseFromIndex(urls);
+}
+
+Result<Driver::MaintenanceState> AppController::maintenanceState() { return m_maintenance.state(); }
+
 // ---- Sources, filters, settings
 
 Status AppController::setSearchItemValue(const std::string& name, const std::string& key,
@@ -285,7 +321,8 @@ Result<PropertyList::Dictionary> AppController::status() {
     for (const std::string& name : m_cycle.runningItems().names()) running.emplace_back(name);
     PropertyList::Dictionary status{{"process", std::int64_t{getpid()}},
                                     {"indexingEnabled", m_indexes.indexingEnabled()},
-                                    {"scanning", m_cycle.indexerRunning()},
+                                    {"scanning", m_cycle.scanStart().has_value()},
+                                    {"maintaining", m_maintenance.state().isRunning},
                                     {"runningItems", std::move(running)},
                                     {"pending", m_indexes.pendingDocumentCount()},
                                     {"documents", m_indexes.documentCount()},

@@ -14,6 +14,7 @@
 
 #include "app/Driver.h"
 #include "app/ErrorLog.h"
+#include "app/MaintenanceCommands.h"
 #include "app/NetworkActivity.h"
 #include "app/PreferenceCommands.h"
 #include "app/ScanCycle.h"
@@ -49,8 +50,8 @@ public:
     // then the process must end without destroying anything.
     bool applicationWillTerminate();
 
-    // Maintenance is framed by these two: the second one ends the current search and waits, serving
-    // the main loop, until no scan runs.
+    // Settings are edited between these two: the second one ends the current search and waits,
+    // serving the main loop, until no scan runs.
     void enableIndexing();
     void disableIndexing();
 
@@ -61,6 +62,14 @@ public:
     Status addToIndex(const Addition& addition) override;
     Status addMissingItems(const std::vector<SearchItem>& items) override;
     Result<std::size_t> removeFromIndex(const std::vector<std::string>& urls) override;
+    Status clearIndex() override;
+    Status rebuildIndex() override;
+    Status compactIndex() override;
+    Status dumpURLs(const std::string& path) override;
+    Status dumpIndex(const std::string& path) override;
+    Status applyFilters() override;
+    Status eraseFromIndex(const std::vector<std::string>& urls) override;
+    Result<MaintenanceState> maintenanceState() override;
     Status setSearchItemValue(const std::string& name, const std::string& key,
                               const PropertyList& value) override;
     Status deleteSearchItem(const std::string& name) override;
@@ -95,6 +104,7 @@ private:
     VLUpdater m_updater;
     PreferenceCommands m_preferences;
     ScanCycle m_cycle;
+    MaintenanceCommands m_maintenance;
     bool m_isLoaderDone = false;
     bool m_isFirstScanDue = false;
 };

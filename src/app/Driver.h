@@ -39,11 +39,20 @@ public:
 
     struct ScanState {
         bool isScanning = false;
+        bool isLoading = false;               // pages are fetched or read, for a scan or after it
         std::uint64_t ended = 0;              // scans that came to their end since the start
         bool wasLastComplete = false;         // not refused, not broken off
         std::int64_t pendingDocuments = 0;    // announced, neither added nor dropped yet
         std::uint64_t finishedDocuments = 0;  // came to their end since the start
         std::int64_t documents = 0;           // in all indexes
+    };
+
+    struct MaintenanceState {
+        bool isRunning = false;
+        std::uint64_t ended = 0;             // commands that came to their end since the start
+        std::optional<double> percent{};     // done of the one that runs, where that is known
+        Status result{};                     // of the last one
+        std::vector<std::string> removed{};  // addresses that the last one took out of the index
     };
 
     virtual ~Driver() = default;
@@ -63,8 +72,21 @@ public:
     // Puts the items into the list of sources, each but those that are there already: of the same
     // indexer, and leading to the same file. What is there is switched on if the item is on.
     virtual Status addMissingItems(const std::vector<SearchItem>& items) = 0;
-    // How many of the pages were in an index.
+    // How many of the pages were in an index. They are found no more; their bytes go when the index
+    // is compacted the next time.
     virtual Result<std::size_t> removeFromIndex(const std::vector<std::string>& urls) = 0;
+
+    // ---- Maintenance. Each begins in a later turn of the main loop and may take long; Busy while
+    // another one is under way. See MaintenanceCommands.
+
+    virtual Status clearIndex() = 0;
+    virtual Status rebuildIndex() = 0;  // NotFound without a network
+    virtual Status compactIndex() = 0;
+    virtual Status dumpURLs(const std::string& path) = 0;   // an absolute path
+    virtual Status dumpIndex(const std::string& path) = 0;  // likewise
+    virtual Status applyFilters() = 0;
+    virtual Status eraseFromIndex(const std::vector<std::string>& urls) = 0;
+    virtual Result<MaintenanceState> maintenanceState() = 0;
 
     // ---- Sources, by their names; all of that name. NotFound when there is none.
 

@@ -191,10 +191,7 @@ void ScanCycle::scanDone(const IndexingScan::Outcome& outcome) {
     scheduleRescan();
 }
 
-void ScanCycle::takeScanLock() {
-    while (m_isScanLocked) m_mainLoop.turn(kTurn);
-    m_isScanLocked = true;
-}
+bool ScanCycle::tryTakeScanLock() { return !m_isScanLocked.exchange(true); }
 
 void ScanCycle::releaseScanLock() {
     m_scanStart.reset();
@@ -206,8 +203,7 @@ void ScanCycle::waitForIndexingCompletion() {
     retriever.cancelDownloadsForSource(std::nullopt, milliseconds(0));
     m_mainLoop.turnUntil([&retriever] { return !retriever.isAtWorkForSource(std::nullopt); },
                          kWaitForDownloads);
-    takeScanLock();
-    releaseScanLock();
+    while (m_isScanLocked) m_mainLoop.turn(kTurn);
 }
 
 bool ScanCycle::stop(milliseconds longest) {

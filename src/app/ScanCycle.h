@@ -69,9 +69,9 @@ public:
 
     // ---- Waiting and stopping
 
-    bool indexerRunning() const { return m_isScanLocked; }  // any thread
-    // Nothing starts a scan while the turn is held; waits for the end of one that runs.
-    void takeScanLock();
+    bool indexerRunning() const { return m_isScanLocked; }  // or the lock is held; any thread
+    // Nothing starts a scan while the lock is held; false while one runs.
+    bool tryTakeScanLock();
     void releaseScanLock();
     // Cancels all downloads and serves the main loop until no scan runs.
     void waitForIndexingCompletion();

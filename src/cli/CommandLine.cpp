@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
 #include <sstream>
 
 #include "base/Translate.h"
@@ -35,16 +34,10 @@ ExitStatus greet(const CommandContext& context) {
     return runResident({}, context);
 }
 
-// What the documentation promises and this version does not have yet.
-bool isPlanned(const std::string& argument) {
-    constexpr std::array kPlanned = {"clear",   "rebuild", "compact", "dump",
-                                     "salvage", "toggle",  "apply"};
-    return std::find(kPlanned.begin(), kPlanned.end(), argument) != kPlanned.end();
-}
-
 std::string explanationOf(const std::vector<std::string>& unknown) {
     const std::string argument = unmarked(unknown.front());
-    if (isPlanned(argument)) {
+    // What the documentation promises and this version does not have yet.
+    if (argument == "toggle") {
         return filledIn(_("\"%@\" is not part of this version yet."), argument);
     }
     return filledIn(argument.starts_with('-') ? _("There is no option \"%@\" here.")

@@ -93,13 +93,15 @@ ExitStatus runDiscover(const SourcesOptions& options, const CommandContext& cont
 void tellOfBrowsers(const CommandContext& context);
 
 struct FiltersOptions {
-    enum class Action { List, Add, Delete, Reset };
+    enum class Action { List, Add, Delete, Reset, Apply };
     Action action = Action::List;
     bool isJson = false;
     bool isConfirmed = false;  // a reset is not asked about
     std::string text;
 };
 ExitStatus runFilters(const FiltersOptions& options, const CommandContext& context);
+// Takes out what the filters keep out by now.
+ExitStatus runApplyFilters(const CommandContext& context);
 
 struct DefaultsOptions {
     enum class Action { Read, Write, Delete };
@@ -109,6 +111,31 @@ struct DefaultsOptions {
     std::string value;
 };
 ExitStatus runDefaults(const DefaultsOptions& options, const CommandContext& context);
+
+struct MaintenanceOptions {
+    bool isConfirmed = false;  // it is not asked about
+};
+ExitStatus runClear(const MaintenanceOptions& options, const CommandContext& context);
+
+struct RebuildOptions {
+    bool isConfirmed = false;
+    bool isScanned = true;
+};
+ExitStatus runRebuild(const RebuildOptions& options, const CommandContext& context);
+
+ExitStatus runCompact(const MaintenanceOptions& options, const CommandContext& context);
+
+struct DumpOptions {
+    std::string file;
+    bool hasTerms = false;
+    bool isConfirmed = false;  // a file of that name is replaced
+};
+ExitStatus runDump(const DumpOptions& options, const CommandContext& context);
+
+struct SalvageOptions {
+    std::string file;
+};
+ExitStatus runSalvage(const SalvageOptions& options, const CommandContext& context);
 
 ExitStatus runQuit(const CommandContext& context);
 

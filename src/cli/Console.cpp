@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 
 #include "base/Translate.h"
@@ -18,9 +19,9 @@ namespace siftwell {
 
 namespace {
 
-std::size_t terminalWidth() {
+std::size_t terminalWidth(int descriptor) {
     winsize size{};
-    const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    const bool isKnown = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return isKnown ? size.ws_col : 80;
 }
 
@@ -57,7 +58,17 @@ std::optional<std::size_t> choiceIn(std::string_view line, std::size_t count) {
 
 }  // namespace
 
-Console::Console() : m_isErrorTerminal(isatty(STDERR_FILENO) == 1) {}
+Console::Console()
+    : m_isErrorTerminal(isatty(STDERR_FILENO) == 1),
+      m_isOutputTerminal(isatty(STDOUT_FILENO) == 1) {}
+
+std::size_t Console::outputColumns() const { return terminalWidth(STDOUT_FILENO); }
+
+bool Console::isBoldShown() const {
+    const char* const terminal = std::getenv("TERM");
+    return m_isOutputTerminal && terminal != nullptr && *terminal != '\0' &&
+           std::string_view(terminal) != "dumb";
+}
 
 void Console::print(std::string_view line) const {
     write(stdout, line);
@@ -79,7 +90,7 @@ void Console::message(std::string_view line) {
 
 void Console::showProgress(const std::string& line) {
     if (!m_isErrorTerminal) return;
-    const std::string_view visible = utf8Prefix(line, terminalWidth() - 1);
+    const std::string_view visible = utf8Prefix(line, terminalWidth(STDERR_FILENO) - 1);
     clearProgress();
     write(stderr, visible);
     std::fflush(stderr);

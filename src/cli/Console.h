@@ -23,6 +23,11 @@ public:
     void clearProgress();
     bool isProgressShown() const { return m_isErrorTerminal; }
 
+    // What a person sees at once has more to it than what another program reads.
+    bool isOutputTerminal() const { return m_isOutputTerminal; }
+    std::size_t outputColumns() const;
+    bool isBoldShown() const;  // the terminal knows how
+
     // Whether a person sits there who can be asked.
     bool canAsk() const;
     // The position of the button that was chosen, the first one for an empty line; none when there
@@ -35,6 +40,7 @@ public:
 
 private:
     const bool m_isErrorTerminal;
+    const bool m_isOutputTerminal;
     std::size_t m_progressWidth = 0;
 };
 

@@ -70,6 +70,7 @@ std::optional<ExitStatus> hindrance(const FiltersOptions& options,
             if (isConfirmed(console)) return std::nullopt;
             return ExitStatus::Done;
         case Action::List:
+        case Action::Apply:
             break;
     }
     return std::nullopt;
@@ -84,6 +85,7 @@ Status change(Driver& driver, const FiltersOptions& options) {
         case Action::Reset:
             return driver.resetURLFilters();
         case Action::List:
+        case Action::Apply:
             break;
     }
     return {};
@@ -92,6 +94,7 @@ Status change(Driver& driver, const FiltersOptions& options) {
 }  // namespace
 
 ExitStatus runFilters(const FiltersOptions& options, const CommandContext& context) {
+    if (options.action == Action::Apply) return runApplyFilters(context);
     std::vector<URLFilter> filters;
     {
         const auto session =

@@ -94,6 +94,7 @@ void addFilters(CLI::App& program, Command& command) {
             _("The text of the filter"));
     filters.add("reset", _("Take the filters that Siftwell came with"), Reset)
         .add_flag("--yes", options.isConfirmed, _("Do not ask"));
+    filters.add("apply", _("Take out of the index what the filters keep out by now"), Apply);
     filters.finish();
 }
 

@@ -99,8 +99,10 @@ Status ScanWatch::poll() {
     return state.status();
 }
 
-// Between two scans that follow one another there is a moment without any.
+// Between two scans that follow one another there is a moment without any. A list may name other
+// sources for its pages than itself; the scan does not wait for those.
 bool ScanWatch::isDone() const {
+    if (m_state.isLoading) return false;
     if (m_state.ended > m_endedWhenDone) return true;
     return m_state.ended == m_endedWhenDone && !m_state.isScanning;
 }

@@ -5,10 +5,10 @@
 #include "app/ToolConfinement.h"
 #include "app/WriterLock.h"
 #include "app/bus/RunningCopy.h"
-#include "base/Files.h"
 #include "base/Translate.h"
 #include "cli/Commands.h"
 #include "cli/ErrorList.h"
+#include "cli/IndexSizes.h"
 #include "cli/JsonLine.h"
 #include "text/Utf8Prefix.h"
 
@@ -19,31 +19,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr std::chrono::milliseconds kTimeToAnswer(1500);
-
-struct IndexLine {
-    std::string name;
-    std::uint64_t documents = 0;
-    std::uint64_t bytes = 0;  // of all its files
-};
-
-std::uint64_t bytesOf(const OpenIndex& index) {
-    std::uint64_t bytes = 0;
-    std::vector<std::string> paths = PropertyRecordFile::pathsOf(OpenIndex::sideFileOf(index.path));
-    paths.push_back(index.path);
-    for (const std::string& path : paths) {
-        if (const auto info = fileInfo(path)) bytes += info->bytes;
-    }
-    return bytes;
-}
-
-std::vector<IndexLine> linesFor(const IndexController& indexes) {
-    std::vector<IndexLine> lines;
-    const auto list = indexes.indexes();
-    for (const SKIndex& index : *list) {
-        lines.push_back({index->name, index->index->documentCount(), bytesOf(*index)});
-    }
-    return lines;
-}
 
 // None when there was no scan yet.
 std::optional<Date> lastScan(const Settings& settings) {
@@ -79,7 +54,7 @@ std::vector<std::string> runningSources(const PropertyList::Dictionary& status) 
 }
 
 struct State {
-    std::vector<IndexLine> lines;
+    std::vector<IndexSize> lines;
     std::optional<Date> lastScan;
     OtherCopy other;
     std::optional<ToolConfinement> tool;
@@ -101,6 +76,7 @@ Json jsonFor(const OtherCopy& other) {
     json["indexingEnabled"] = booleanFor(other.status, "indexingEnabled");
     json["pending"] = integerFor(other.status, "pending").value_or(0);
     json["scanning"] = booleanFor(other.status, "scanning");
+    json["maintaining"] = booleanFor(other.status, "maintaining");
     json["scanStarted"] = dateOrNull(dateFor(other.status, "scanStarted"));
     json["sources"] = Json::array();
     for (const std::string& name : runningSources(other.status)) {
@@ -117,7 +93,7 @@ Json jsonFor(const std::optional<ToolConfinement>& tool) {
 }
 
 void printJson(const State& state, const Console& console) {
-    for (const IndexLine& line : state.lines) {
+    for (const IndexSize& line : state.lines) {
         Json json;
         json["index"] = repairedUtf8(line.name);
         json["documents"] = line.documents;
@@ -148,6 +124,7 @@ void printForPeople(const OtherCopy& other, const Console& console) {
     const auto show = [&console](const std::string& line) { console.print("    " + line); };
     if (!booleanFor(status, "indexingEnabled")) show(_("Indexing is switched off now."));
     if (booleanFor(status, "networkDown")) show(_("There is no network."));
+    if (booleanFor(status, "maintaining")) show(_("The index is being worked on."));
     if (booleanFor(status, "scanning")) {
         const auto start = dateFor(status, "scanStarted");
         show(filledIn(_("Scanning since %@"), start ? moment(*start) : "?"));
@@ -173,7 +150,7 @@ std::string textFor(const std::optional<ToolConfinement>& tool) {
 void printForPeople(const State& state, const Console& console) {
     std::uint64_t documents = 0;
     std::uint64_t bytes = 0;
-    for (const IndexLine& line : state.lines) {
+    for (const IndexSize& line : state.lines) {
         console.print(filledIn(_("%@: %@, %@"), printable(line.name), pageCount(line.documents),
                                humanBytes(line.bytes)));
         documents += line.documents;
@@ -192,7 +169,7 @@ ExitStatus runStatus(const StatusOptions& options, const CommandContext& context
     auto session = Session::open(context.paths, Session::Purpose::Reading, context.mainLoop);
     if (!session) return explainFailure(session.status(), context.console);
     const ErrorList errors((*session)->centre(), context.console);
-    State state{.lines = linesFor((*session)->indexes()),
+    State state{.lines = sizesOf((*session)->indexes()),
                 .lastScan = lastScan((*session)->settings()),
                 .other = {},
                 .tool = toolConfinement(context.paths)};

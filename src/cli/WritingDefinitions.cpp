@@ -80,6 +80,55 @@ void addRemove(CLI::App& program, Command& command) {
     onParsed(remove, options, &runRemove, command);
 }
 
+void addYes(CLI::App& app, bool& isConfirmed) {
+    app.add_flag("--yes", isConfirmed, _("Do not ask"));
+}
+
+void addClear(CLI::App& program, Command& command) {
+    CLI::App& clear = *program.add_subcommand("clear", _("Empty the index"));
+    const auto options = std::make_shared<MaintenanceOptions>();
+    addYes(clear, options->isConfirmed);
+    onParsed(clear, options, &runClear, command);
+}
+
+void addRebuild(CLI::App& program, Command& command) {
+    CLI::App& rebuild =
+        *program.add_subcommand("rebuild", _("Empty the index, and fetch all its pages again"));
+    const auto options = std::make_shared<RebuildOptions>();
+    addYes(rebuild, options->isConfirmed);
+    rebuild.add_flag_callback(
+        "--no-scan", [options] { options->isScanned = false; },
+        _("Leave the fetching to the next scan"));
+    onParsed(rebuild, options, &runRebuild, command);
+}
+
+// Nothing is lost by it, so that --yes makes no difference.
+void addCompact(CLI::App& program, Command& command) {
+    CLI::App& compact = *program.add_subcommand(
+        "compact", _("Make the files smaller, and erase what was taken out of the index"));
+    const auto options = std::make_shared<MaintenanceOptions>();
+    addYes(compact, options->isConfirmed);
+    onParsed(compact, options, &runCompact, command);
+}
+
+void addDump(CLI::App& program, Command& command) {
+    CLI::App& dump = *program.add_subcommand(
+        "dump", _("Write all pages of the index to a file, as a list of bookmarks"));
+    const auto options = std::make_shared<DumpOptions>();
+    addText(dump, "FILE", options->file, _("The file; it can be added to an index again"));
+    dump.add_flag("--terms", options->hasTerms, _("With the words of each page"));
+    addYes(dump, options->isConfirmed);
+    onParsed(dump, options, &runDump, command);
+}
+
+void addSalvage(CLI::App& program, Command& command) {
+    CLI::App& salvage = *program.add_subcommand(
+        "salvage", _("Fetch again the pages whose addresses are left in a damaged index file"));
+    const auto options = std::make_shared<SalvageOptions>();
+    addText(salvage, "INDEX_FILE", options->file, _("A file named SOURCE.SCHEME"));
+    onParsed(salvage, options, &runSalvage, command);
+}
+
 void addQuit(CLI::App& program, Command& command) {
     CLI::App& quit = *program.add_subcommand("quit", _("End the running copy"));
     quit.callback([&command] {
@@ -97,6 +146,11 @@ void addWritingCommands(CLI::App& program, Command& command) {
     addScan(program, command);
     addAdd(program, command);
     addRemove(program, command);
+    addClear(program, command);
+    addRebuild(program, command);
+    addCompact(program, command);
+    addDump(program, command);
+    addSalvage(program, command);
     addQuit(program, command);
 }
 

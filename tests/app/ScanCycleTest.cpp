@@ -1,5 +1,6 @@
 #include "ScanCycleFixture.h"
 
+#include <set>
 #include <stdexcept>
 
 #include "base/Faults.h"
@@ -18,32 +19,37 @@ constexpr double kDay = 86'400;
 
 class ScanCycleTest : public ScanCycleFixture {
 protected:
-    // An item that notes from which date it was asked to scan.
-    SearchItem& dated(const std::string& name) {
+    // An item whose scans are counted, with the dates from which it was asked to scan.
+    SearchItem& counted(const std::string& name) {
         return item(name, [this](SearchItemRecord& record) {
+            ++m_scans;
             record.change([this](SearchItem& each) {
                 MutexLock lock(m_datesMutex);
-                m_dates.push_back(*each.LastScanDate);
+                m_dates.insert(*each.LastScanDate);
                 each.ScanResult = 0;
             });
         });
     }
-    // Counts its scans.
-    SearchItem& counted(const std::string& name) {
+    // An item that succeeds when it may end.
+    SearchItem& slow(const std::string& name) {
         return item(name, [this](SearchItemRecord& record) {
             ++m_scans;
-            record.change([](SearchItem& each) { each.ScanResult = 0; });
+            while (!m_mayEnd) std::this_thread::yield();
+            record.change([this](SearchItem& each) {
+                each.LastScanDate = m_clock.now();
+                each.ScanResult = 0;
+            });
         });
     }
-
-    std::vector<Date> dates() {
-        MutexLock lock(m_datesMutex);
-        return m_dates;
+    void beginScan() {
+        cycle().indexNow();
+        while (m_scans == 0) std::this_thread::yield();
     }
 
     std::atomic<int> m_scans = 0;
+    std::atomic<bool> m_mayEnd = false;
     Mutex m_datesMutex;
-    std::vector<Date> m_dates SW_GUARDED_BY(m_datesMutex);
+    std::multiset<Date> m_dates SW_GUARDED_BY(m_datesMutex);
 };
 
 // ---- When scans happen
@@ -73,21 +79,17 @@ TEST_F(ScanCycleTest, ScansFollowEachOtherAtTheIntervalOfTheUser) {
 }
 
 TEST_F(ScanCycleTest, ScanThatIsDueWhileOneRunsFollowsIt) {
-    std::atomic<bool> mayEnd = false;
-    item("Slow", [&](SearchItemRecord&) {
-        ++m_scans;
-        while (!mayEnd) std::this_thread::yield();
-    });
+    slow("Slow");
     m_settings->set("MinutesBetweenScans", 0);
-    cycle().indexNow();
-    while (m_scans == 0) std::this_thread::yield();
+    beginScan();
     for (int i = 0; i < 5; ++i) {
         m_loop.turn(std::chrono::seconds(10));
         cycle().indexNow();  // again and again
     }
     EXPECT_EQ(cycle().endedScans(), 0U);
+    EXPECT_EQ(cycle().nextScan(), m_clock.now() + 10);
     EXPECT_THAT(cycle().runningItems().names(), ElementsAre("Slow"));
-    mayEnd = true;
+    m_mayEnd = true;
     live(1);
     EXPECT_EQ(m_scans, 2);
     EXPECT_THAT(cycle().runningItems().names(), IsEmpty());
@@ -181,23 +183,22 @@ TEST_F(ScanCycleTest, ClosedGateEndsTheScanAtOnceAndItDoesNotCount) {
 // ---- From which date
 
 TEST_F(ScanCycleTest, FirstScanReadsEverythingAndLaterOnesFromTheLastScanOn) {
-    dated("Expires").Expire = true;
+    counted("Expires").Expire = true;
     const Date first = m_clock.now();
     scan();
     EXPECT_EQ(m_settings->date("LastIndexScanDate"), first);
     m_clock.advance(kDay);
     m_scripts.erase("Expires");
     m_preferences.setMutableSearchItemsArray({});
-    dated("Newer").LastScanDate = m_clock.now();  // would miss what came during the last scan
-    dated("Never").LastScanDate.reset();
-    SearchItem& old = dated("Old");
+    counted("Newer").LastScanDate = m_clock.now();  // would miss what came during the last scan
+    counted("Never").LastScanDate.reset();
+    SearchItem& old = counted("Old");
     old.LastScanDate = first - 1000 * kDay;
     old.Expire = true;
     scan();
-    std::vector<Date> seen = dates();
-    std::sort(seen.begin(), seen.end());
-    EXPECT_THAT(seen, ElementsAre(Date::distantPast(), Date::distantPast(),
-                                  first + kDay - 60 * kDay, first));
+    MutexLock lock(m_datesMutex);
+    EXPECT_THAT(m_dates, ElementsAre(Date::distantPast(), Date::distantPast(),
+                                     first + kDay - 60 * kDay, first));
 }
 
 TEST_F(ScanCycleTest, OldPagesExpireOnceADayAndTheIndexIsCompactedWhenManyWent) {
@@ -263,7 +264,6 @@ TEST_F(ScanCycleTest, EachFailureHasItsMessageItsResultAndSwitchesItsItemOff) {
     item("Odd", [](SearchItemRecord&) { throw std::out_of_range("odd"); });
     item("Fine", succeed());
     item("Foreign", succeed()).Indexer = "NoSuchClass";
-    item("To come", succeed()).Indexer = "SafariHistory";
     scan();
     std::vector<std::string> reports = takeReports();
     std::sort(reports.begin(), reports.end());
@@ -287,7 +287,6 @@ TEST_F(ScanCycleTest, EachFailureHasItsMessageItsResultAndSwitchesItsItemOff) {
     EXPECT_EQ(stored("Copied")->ScanResult, 4);
     EXPECT_EQ(stored("Odd")->ScanResult, 6);
     EXPECT_EQ(stored("Foreign")->ScanResult, 3);
-    EXPECT_EQ(stored("To come")->ScanResult, std::nullopt);
     EXPECT_FALSE(stored("Web Cache")->Index || stored("Copied")->Index || stored("Odd")->Index);
     EXPECT_TRUE(stored("Fine")->Index && stored("Foreign")->Index);
     EXPECT_EQ(m_scansTold, 1);
@@ -334,27 +333,16 @@ TEST_F(ScanCycleTest, OneBadPathAfterASuccessPassesInSilence) {
 }
 
 TEST_F(ScanCycleTest, WhatTheUserChangesDuringAScanStays) {
-    std::atomic<bool> isBegun = false;
-    std::atomic<bool> mayEnd = false;
-    const auto wait = [&](SearchItemRecord& record) {
-        isBegun = true;
-        while (!mayEnd) std::this_thread::yield();
-        record.change([this](SearchItem& each) {
-            each.LastScanDate = m_clock.now();
-            each.ScanResult = 0;
-        });
-    };
     for (const char* name : {"Deleted", "Renamed", "Edited", "Reset"}) {
-        item(name, wait).LastScanDate = Date::fromReference(1);
+        slow(name).LastScanDate = Date::fromReference(1);
     }
-    cycle().indexNow();
-    while (!isBegun) std::this_thread::yield();
+    beginScan();
     auto& items = m_preferences.mutableSearchItemsArray();
     items[3].LastScanDate = Date::distantPast();
     items[2].Search = false;
     items[1].Name = "Other";
     items.erase(items.begin());
-    mayEnd = true;
+    m_mayEnd = true;
     waitForScan();
     EXPECT_EQ(stored("Deleted"), nullptr);
     EXPECT_EQ(stored("Renamed"), nullptr);
@@ -389,18 +377,10 @@ TEST_F(ScanCycleTest, TemporaryItemGoesWithItsFileOnceItIsAWeekOld) {
 }
 
 TEST_F(ScanCycleTest, OutcomesAreNotStoredOnceIndexingIsSwitchedOff) {
-    std::atomic<bool> isBegun = false;
-    item("A", [&](SearchItemRecord& record) {
-        isBegun = true;
-        while (store().indexingEnabled()) std::this_thread::yield();
-        record.change([this](SearchItem& each) {
-            each.LastScanDate = m_clock.now();
-            each.ScanResult = 1;
-        });
-    }).Expire = true;
-    cycle().indexNow();
-    while (!isBegun) std::this_thread::yield();
+    slow("A").Expire = true;
+    beginScan();
     store().disableIndexing();
+    m_mayEnd = true;
     cycle().waitForIndexingCompletion();
     EXPECT_FALSE(cycle().indexerRunning());
     EXPECT_EQ(stored("A")->LastScanDate, Date::distantPast());
@@ -411,24 +391,6 @@ TEST_F(ScanCycleTest, OutcomesAreNotStoredOnceIndexingIsSwitchedOff) {
 }
 
 // ---- Downloads
-
-TEST_F(ScanCycleTest, ScanEndsWhenThePagesOfItsItemsAreIn) {
-    for (int i = 0; i < 30; ++i) {
-        m_site.text("http://site/" + std::to_string(i), html("", "page words"));
-    }
-    item("Web", [this](SearchItemRecord& record) {
-        m_notifier.reportProgressStartingIn("Web", 30);
-        for (int i = 0; i < 30; ++i) {
-            retriever().indexDocument(url("http://site/" + std::to_string(i)), m_clock.now(), {},
-                                      "Web", "Web");
-        }
-        succeed()(record);
-    });
-    scan();
-    EXPECT_EQ(store().documentCount(), 30);
-    EXPECT_EQ(store().pendingDocumentCount(), 0);
-    EXPECT_EQ(stored("Web")->ScanResult, 0);
-}
 
 TEST_F(ScanCycleTest, DownloadThatDoesNotEndIsGivenUpAfterThreeHundredWaits) {
     m_site.page("http://site/stuck", Reply{.isHeld = true});
@@ -459,48 +421,6 @@ TEST_F(ScanCycleTest, TwoHundredSourcesScanAtOnce) {
     EXPECT_EQ(m_scansTold, 1);
     EXPECT_THAT(m_preferences.mutableSearchItemsArray(),
                 testing::Each(testing::Field(&SearchItem::ScanResult, 0)));
-}
-
-TEST_F(ScanCycleTest, SearchPausesItemsAndEndingItLetsTheScanBeAwaited) {
-    add("http://a/", "word");
-    item("A", [this](SearchItemRecord& record) {
-        for (int i = 0; i < 100; ++i) store().yieldForPriorityThread();
-        succeed()(record);
-    });
-    const auto search = store().startSearch(std::nullopt, "word");
-    cycle().indexNow();
-    // Whoever waits for the scan finishes the search with no idle period first.
-    store().finishSearchAfterIdlePeriod(std::chrono::seconds(0));
-    cycle().waitForIndexingCompletion();
-    EXPECT_EQ(stored("A")->ScanResult, 0);
-}
-
-TEST_F(ScanCycleTest, SourceThatHangsIsNamedAndLeftAtTheEnd) {
-    std::atomic<bool> mayEnd = false;
-    std::atomic<bool> hasEnded = false;
-    item("Fine", succeed());
-    item("Hung", [&](SearchItemRecord&) {
-        while (!mayEnd) std::this_thread::yield();
-        hasEnded = true;
-    });
-    add("http://a/", "word");
-    cycle().indexNow();
-    while (cycle().runningItems().names() != std::vector<std::string>{"Hung"}) {
-        m_loop.drain();
-        std::this_thread::yield();
-    }
-    EXPECT_THAT(find("word"), SizeIs(1));
-    m_settings->set("DaysToSearch", 30);
-    EXPECT_TRUE(m_settings->save().isOk());
-    cycle().indexNow();
-    EXPECT_THAT(cycle().nextScan(), m_clock.now() + 10);
-    store().disableIndexing();
-    EXPECT_FALSE(cycle().stop(std::chrono::milliseconds(20)));
-    mayEnd = true;  // so that this process can end as others do
-    while (!hasEnded || cycle().indexerRunning()) {
-        m_loop.drain();
-        std::this_thread::yield();
-    }
 }
 
 }  // namespace

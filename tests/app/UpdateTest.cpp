@@ -1,13 +1,13 @@
 #include <gmock/gmock.h>
 
+#include "app/PrefsFixture.h"
 #include "app/update/Appcast.h"
 #include "app/update/VLUpdater.h"
 #include "app/update/VersionNumber.h"
-#include "base/Log.h"
 #include "retrieval/CurlLoader.h"
 #include "support/HttpSite.h"
-#include "support/TemporaryFolder.h"
-#include "support/TestRunLoop.h"
+#include "support/LoggedLines.h"
+#include "support/WaitUntil.h"
 
 namespace siftwell {
 namespace {
@@ -17,6 +17,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
+
+constexpr double kDay = 86'400;
 
 VersionNumber version(std::string_view text) { return VersionNumber::parse(text).value(); }
 
@@ -124,16 +126,12 @@ TEST_F(AppcastTest, HostileFeedsAreRefusedOrReadWithinBounds) {
     EXPECT_EQ(bestVersion(items), std::to_string(kMaxAppcastItems));
 }
 
-class UpdateTest : public testing::Test {
+class UpdateTest : public PrefsFixture {
 protected:
     UpdateTest() {
         m_settings->registerDefaults({{"CheckForUpdates", true},
                                       {"UpdateCheckInterval", 1},
                                       {"LastUpdateCheck", Date::distantPast()}});
-        setLogSink([this](std::string_view line) {
-            MutexLock lock(m_mutex);
-            m_log.emplace_back(line);
-        });
         m_observation =
             m_centre.observe("SiftwellUpdateAvailableNotification", [this](const auto& update) {
                 const auto& record = *update.asDictionary();
@@ -141,49 +139,41 @@ protected:
                                  " " + stringFor(record, "notes"));
             });
     }
-    ~UpdateTest() override { setLogSink(nullptr); }
 
     void feed(const std::string& items) {
         m_site.page("/feed", {.type = "application/rss+xml", .body = feedOf(items)});
     }
-    void look(const std::string& address, const std::string& own = "1.9") {
+    void begin(const std::string& address, const std::string& own = "1.9") {
         using Transport = VLUpdater::Transport;
         m_updater = std::make_unique<VLUpdater>(
             VLUpdater::Surroundings{*m_settings, m_centre, m_loop, m_clock, m_loader}, address,
             m_isPlainAllowed ? Transport::AlsoPlainOnHost : Transport::Secure);
         m_updater->configure("SW", own);
+        m_updater->checkForUpdate();
+    }
+    // To the end, without moving the clock.
+    void look(const std::string& address, const std::string& own = "1.9") {
+        begin(address, own);
         look();
     }
     void look() {
         m_updater->checkForUpdate();
-        waitForEnd();
-    }
-    // Without moving the clock.
-    void waitForEnd() {
-        const auto latest = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (m_updater->isChecking() && std::chrono::steady_clock::now() < latest) {
+        waitUntil([this] {
             m_loop.drain();
-            std::this_thread::yield();
-        }
+            return !m_updater->isChecking();
+        });
         m_loop.drain();
-        ASSERT_FALSE(m_updater->isChecking());
     }
-    void nextDay() { m_clock.advance(24 * 60 * 60); }
-    std::vector<std::string> log() {
-        MutexLock lock(m_mutex);
-        return std::exchange(m_log, {});
+    int requestsAfter(double seconds) {
+        m_clock.advance(seconds);
+        look();
+        return m_site.requests("/feed");
     }
 
-    TemporaryFolder m_folder;
-    TestClock m_clock;
-    TestRunLoop m_loop{m_clock};
-    std::unique_ptr<Settings> m_settings =
-        Settings::open(m_folder.file("x.plist"), Settings::Access::ReadWrite, m_loop).value();
+    LoggedLines m_log;
     NotificationCentre m_centre{m_loop};
     NotificationCentre::Observation m_observation;
     std::vector<std::string> m_told;
-    Mutex m_mutex;
-    std::vector<std::string> m_log SW_GUARDED_BY(m_mutex);
     bool m_isPlainAllowed = true;
     HttpSite m_site;
     CurlLoader m_loader;
@@ -194,48 +184,32 @@ TEST_F(UpdateTest, TellsOfANewerVersionOnceInEachInterval) {
     feed(itemOf("1.10"));
     look(m_site.address("/feed"));
     EXPECT_THAT(m_told, ElementsAre("1.10 https://h/siftwell.tar Siftwell"));
-    EXPECT_THAT(log(), ElementsAre("Version 1.10 is available: https://h/siftwell.tar"));
+    EXPECT_THAT(m_log.take(), ElementsAre("Version 1.10 is available: https://h/siftwell.tar"));
     EXPECT_EQ(m_settings->date("LastUpdateCheck"), m_clock.now());
     EXPECT_EQ(m_site.fieldsOf("/feed").find("User-Agent")->second, "Siftwell/1.9 (SW)");
 
-    m_clock.advance(24 * 60 * 60 - 1);
-    look();
-    EXPECT_EQ(m_site.requests("/feed"), 1);
-    m_clock.advance(1);
-    look();
-    EXPECT_EQ(m_site.requests("/feed"), 2);
-
+    EXPECT_EQ(requestsAfter(kDay - 1), 1);
+    EXPECT_EQ(requestsAfter(1), 2);
     m_updater->setCheckInterval(std::chrono::seconds(0));
-    m_clock.advance(59);
-    look();
-    EXPECT_EQ(m_site.requests("/feed"), 2);
-    m_clock.advance(1);
-    look();
-    EXPECT_EQ(m_site.requests("/feed"), 3);
-    m_clock.advance(-100000);  // the clock was wrong before
-    look();
-    EXPECT_EQ(m_site.requests("/feed"), 4);
-
+    EXPECT_EQ(requestsAfter(59), 2);
+    EXPECT_EQ(requestsAfter(1), 3);
+    EXPECT_EQ(requestsAfter(-100'000), 4) << "the clock was wrong before";
     m_settings->set("UpdateCheckInterval", 3);
     m_updater->autoConfigure();
-    nextDay();
-    look();
-    EXPECT_EQ(m_site.requests("/feed"), 4);
-    m_clock.advance(3 * 24 * 60 * 60);
+    EXPECT_EQ(requestsAfter(kDay), 4);
     m_settings->set("CheckForUpdates", false);
-    look();
-    EXPECT_EQ(m_site.requests("/feed"), 4);
+    EXPECT_EQ(requestsAfter(3 * kDay), 4);
     EXPECT_THAT(m_told, SizeIs(4));
 }
 
 TEST_F(UpdateTest, OlderAndEqualVersionsAreNoNews) {
     feed(itemOf("1.9b4") + itemOf("1.9.0"));
     look(m_site.address("/feed"));
-    nextDay();
+    m_clock.advance(kDay);
     look(m_site.address("/feed"), "2.0");
     EXPECT_EQ(m_site.requests("/feed"), 2);
     EXPECT_THAT(m_told, IsEmpty());
-    EXPECT_THAT(log(), IsEmpty());
+    EXPECT_THAT(m_log.take(), IsEmpty());
 }
 
 TEST_F(UpdateTest, OnlySecureAddressesAreAsked) {
@@ -244,13 +218,13 @@ TEST_F(UpdateTest, OnlySecureAddressesAreAsked) {
     for (const std::string& address : {m_site.address("/feed"), std::string("https:///feed"),
                                        std::string("file:///etc/passwd"), std::string("feed")}) {
         look(address);
-        EXPECT_THAT(log(), ElementsAre("The address of the update feed cannot be used."));
+        EXPECT_THAT(m_log.take(), ElementsAre("The address of the update feed cannot be used."));
     }
     m_isPlainAllowed = true;
     look("http://localhost:" + std::to_string(m_site.port()) + "/feed");
-    log();
+    m_log.take();
     look("");
-    EXPECT_THAT(log(), IsEmpty());
+    EXPECT_THAT(m_log.take(), IsEmpty());
     look(m_site.address("/feed"), "unknown");
     EXPECT_EQ(m_site.requests("/feed"), 0);
     EXPECT_EQ(m_settings->date("LastUpdateCheck"), Date::distantPast());
@@ -273,10 +247,10 @@ TEST_F(UpdateTest, BadFeedIsGivenUpUntilTheIntervalIsOver) {
         {"/missing", "The server answered with status 404."}};
     for (const auto& [path, reason] : cases) {
         look(m_site.address(path));
-        EXPECT_THAT(log(), ElementsAre(HasSubstr("Update check failed: " + reason)));
+        EXPECT_THAT(m_log.take(), ElementsAre(HasSubstr("Update check failed: " + reason)));
         look();
         EXPECT_EQ(m_site.requests(path), 1);
-        nextDay();
+        m_clock.advance(kDay);
     }
     EXPECT_EQ(m_site.requests("/feed"), 0);
     EXPECT_THAT(m_told, IsEmpty());
@@ -299,11 +273,7 @@ TEST_F(UpdateTest, FeedThatNeverEndsIsBrokenOff) {
         while (count < expected) std::this_thread::yield();
     };
     const auto beginLook = [&](int number) {
-        m_updater = std::make_unique<VLUpdater>(
-            VLUpdater::Surroundings{*m_settings, m_centre, m_loop, m_clock, m_loader},
-            slow.address("/"), VLUpdater::Transport::AlsoPlainOnHost);
-        m_updater->configure("SW", "1.9");
-        m_updater->checkForUpdate();
+        begin(slow.address("/"));
         m_updater->checkForUpdate();
         waitFor(begun, number);
     };
@@ -313,15 +283,15 @@ TEST_F(UpdateTest, FeedThatNeverEndsIsBrokenOff) {
     const Date before = m_clock.now();
     while (m_updater->isChecking()) m_loop.turn(std::chrono::minutes(1));
     EXPECT_EQ(m_clock.now() - before, 30);
-    EXPECT_THAT(log(), ElementsAre("Update check failed: The feed took too long."));
+    EXPECT_THAT(m_log.take(), ElementsAre("Update check failed: The feed took too long."));
     waitFor(broken, 1);
 
-    nextDay();
+    m_clock.advance(kDay);
     beginLook(2);
     m_updater.reset();
     waitFor(broken, 2);
     m_loop.drain();
-    EXPECT_THAT(log(), IsEmpty());
+    EXPECT_THAT(m_log.take(), IsEmpty());
     EXPECT_EQ(m_loop.pendingTimers(), 0U);
     EXPECT_EQ(begun, 2);
 }

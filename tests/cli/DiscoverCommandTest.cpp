@@ -1,7 +1,6 @@
 // The browsers of a home folder, from the command line.
 
-#include "app/bus/BusFixture.h"
-#include "cli/ProgramFixture.h"
+#include "cli/ResidentFixture.h"
 
 namespace siftwell {
 namespace {
@@ -11,7 +10,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-class DiscoverCommandTest : public ProgramFixture {
+class DiscoverCommandTest : public ResidentFixture {
 protected:
     DiscoverCommandTest() { m_variables["XDG_CACHE_HOME"] = m_home.file("cache"); }
 
@@ -86,45 +85,21 @@ TEST_F(DiscoverCommandTest, BrowsersAreAddedOnceAndSwitchedOnAgain) {
     EXPECT_EQ(listed(), names);
 }
 
-class DiscoverBesideAnotherCopyTest : public DiscoverCommandTest {
-protected:
-    DiscoverBesideAnotherCopyTest() {
-        m_variables["DBUS_SESSION_BUS_ADDRESS"] = m_bus.address();
-        m_variables["SIFTWELL_ONLINE"] = "no";
-    }
-    pid_t startResident() {
-        const pid_t resident = startSiftwell({"run"});
-        const auto isServing = [this] {
-            const auto activity = linesOf(siftwell({"status", "--json"})).back()["activity"];
-            return activity.is_object() && !activity.contains("error");
-        };
-        while (!hasEnded(resident) && !isServing()) std::this_thread::yield();
-        return resident;
-    }
-    void end(pid_t resident) {
-        kill(resident, SIGTERM);
-        EXPECT_EQ(wait(resident), 0);
-    }
-
-    TestBus m_bus{"SIFTWELL_TEST_BUS"};
-};
-
-TEST_F(DiscoverBesideAnotherCopyTest, TheFirstStartTellsOfBrowsersAndARunningCopyTakesThem) {
+TEST_F(DiscoverCommandTest, TheFirstStartTellsOfBrowsersAndARunningCopyTakesThem) {
     makeBrowsers();
-    const pid_t first = startResident();
-    EXPECT_THAT(m_home.read("err.started"),
+    const pid_t first = startServing();
+    EXPECT_THAT(m_home.read("resident.err"),
                 AllOf(HasSubstr("Browsers on this computer: Firefox, Chromium.\n"),
                       HasSubstr("siftwell sources discover --enable")));
     EXPECT_EQ(discovered(true).size(), 5U);
     EXPECT_EQ(listed().size(), 5U);
-    EXPECT_FALSE(hasEnded(first));
-    end(first);
+    endBy(first);
     EXPECT_EQ(discovered(true)[0], "Firefox History (work) on");
 
     m_home.write("config/vivaldi/Default/History", "");
-    const pid_t second = startResident();
-    EXPECT_THAT(m_home.read("err.started"), Not(HasSubstr("Browsers on this computer")));
-    end(second);
+    const pid_t second = startServing();
+    EXPECT_THAT(m_home.read("resident.err"), Not(HasSubstr("Browsers on this computer")));
+    endBy(second);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
 class DocumentTest : public ProgramFixture {
@@ -18,8 +17,6 @@ protected:
         m_home.write("docs/broken.pdf", "%PDF-1.4 rhubarb, and no more");
     }
 
-    void useContentExtractors() { ASSERT_TRUE(setSetting("UseContentExtractors", true)); }
-
     std::vector<std::string> found(const std::string& words) {
         std::vector<std::string> names;
         for (const auto& line : ProgramFixture::found({words})) {
@@ -30,28 +27,14 @@ protected:
 };
 
 TEST_F(DocumentTest, DocumentsAreFoundByTheirWordsWhenContentExtractorsAreUsed) {
-    useContentExtractors();
+    add({"docs"});
+    EXPECT_THAT(found("rhubarb"), IsEmpty());
+    ASSERT_TRUE(setSetting("UseContentExtractors", true));
     const Outcome outcome = add({"docs"});
     EXPECT_THAT(found("rhubarb"), UnorderedElementsAre("pie.pdf", "tart.rtf", "jam.doc"))
         << outcome.err;
     EXPECT_THAT(found("\u0440\u0435"), UnorderedElementsAre("tart.rtf"));
     EXPECT_THAT(outcome.err, HasSubstr("broken.pdf"));
-}
-
-TEST_F(DocumentTest, DocumentsAreLeftAloneOtherwise) {
-    add({"docs"});
-    EXPECT_THAT(found("rhubarb"), IsEmpty());
-}
-
-TEST_F(DocumentTest, AMissingReaderIsNamedOnceAndTheRestIsAdded) {
-    useContentExtractors();
-    page("docs/page.html", "Page", "rhubarb");
-    m_home.write("docs/second.pdf", pdfShowing("Rhubarb"));
-    m_variables["PATH"] = m_home.path();
-    const std::string err = add({"docs"}).err;
-    EXPECT_THAT(err, HasSubstr("poppler-utils"));
-    EXPECT_EQ(err.find("poppler-utils"), err.rfind("poppler-utils"));
-    EXPECT_THAT(found("rhubarb"), UnorderedElementsAre("page.html"));
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <stdlib.h>
 
 #include "app/WriterLock.h"
-#include "app/bus/BusFixture.h"
 #include "cli/ProgramFixture.h"
 #include "support/HttpSite.h"
 
@@ -20,24 +19,6 @@ using testing::UnorderedElementsAre;
 
 class DriverCommandsTest : public ProgramFixture {
 protected:
-    void expectSuccess(const Arguments& arguments) {
-        const Outcome outcome = siftwell(arguments);
-        EXPECT_EQ(outcome.status, 0) << arguments[0] << ": " << outcome.err;
-    }
-
-    // The only one of that name.
-    nlohmann::json source(const std::string& name) {
-        Lines named;
-        for (const auto& line : linesOf(siftwell({"sources", "--json"}))) {
-            if (line["source"] == name) named.push_back(line);
-        }
-        if (named.size() == 1) return named[0];
-        return nullptr;
-    }
-    nlohmann::json setting(const std::string& key) {
-        const Lines lines = linesOf(siftwell({"defaults", "read", key, "--json"}));
-        return lines.size() == 1 ? lines[0] : nlohmann::json();
-    }
     nlohmann::json why(const std::string& address) {
         const Lines lines = linesOf(siftwell({"why", "--json", address}));
         return lines.empty() ? nlohmann::json() : lines[0];
@@ -210,15 +191,6 @@ TEST_F(DriverCommandsTest, ATerminalIsAskedWhatAFileIs) {
     EXPECT_THAT(titles({"elderberry"}), ElementsAre("Single"));
 }
 
-TEST_F(DriverCommandsTest, AScanWithoutANetworkSaysWhatCanBeReadAllTheSame) {
-    m_variables["SIFTWELL_ONLINE"] = "no";
-    page("notes/a.html", "Alpha", "apple");
-    expectSuccess({"add", m_home.file("notes")});
-    EXPECT_THAT(titles({"apple"}), ElementsAre("Alpha"));
-    expectFailure({"scan"}, 3, "siftwell scan --offline");
-    expectSuccess({"scan", "--offline"});
-}
-
 TEST_F(DriverCommandsTest, WhatWentWrongIsKeptAndWhyAPageIsMissingIsTold) {
     HttpSite site;
     m_variables["SIFTWELL_ONLINE"] = "yes";
@@ -263,77 +235,6 @@ TEST_F(DriverCommandsTest, AWriterThatDoesNotAnswerIsTold) {
     expectFailure({"quit"}, 5, "cannot be reached");
     expectFailure({"scan"}, 5, "Another Siftwell (process");
     expectFailure({"sources", "disable", "Safari History"}, 5, "Another Siftwell (process");
-}
-
-// A resident copy on a bus of its own.
-class ResidentTest : public DriverCommandsTest {
-protected:
-    ResidentTest() {
-        m_variables["DBUS_SESSION_BUS_ADDRESS"] = m_bus.address();
-        m_variables["SIFTWELL_ONLINE"] = "no";
-        m_resident = startSiftwell({"run"});
-        const auto answers = [this] {
-            const auto line = linesOf(siftwell({"status", "--json"})).back();
-            return line["activity"].is_object() && !line["activity"].contains("error");
-        };
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!hasEnded(m_resident) && std::chrono::steady_clock::now() < end && !answers()) {
-            std::this_thread::yield();
-        }
-    }
-    ~ResidentTest() override {
-        if (m_resident == 0) return;
-        kill(m_resident, SIGKILL);
-        waitpid(m_resident, nullptr, 0);
-    }
-
-    TestBus m_bus{"SIFTWELL_TEST_BUS"};
-    pid_t m_resident = 0;
-};
-
-TEST_F(ResidentTest, CommandsGoThroughTheRunningCopy) {
-    ASSERT_FALSE(hasEnded(m_resident)) << m_home.read("err.started");
-    page("notes/a.html", "Alpha", "apple");
-    const auto status = linesOf(siftwell({"status", "--json"})).back();
-    EXPECT_EQ(status["runningCopy"], m_resident);
-    EXPECT_EQ(status["activity"]["networkDown"].is_boolean(), true);
-    EXPECT_THAT(siftwell({"status"}).out, HasSubstr("To come: "));
-
-    const Outcome added = siftwell({"add", m_home.file("notes")});
-    EXPECT_EQ(added.status, 0) << added.err;
-    EXPECT_THAT(added.err, HasSubstr("1 page added"));
-    EXPECT_THAT(titles({"apple"}), ElementsAre("Alpha"));
-    expectSuccess({"sources", "disable", "Safari History"});
-    expectSuccess({"filters", "add", "/private/"});
-    expectSuccess({"defaults", "write", "DaysToSearch", "7"});
-    expectSuccess({"remove", m_home.file("notes/a.html")});
-    EXPECT_THAT(titles({"apple"}), IsEmpty());
-    expectFailure({"remove", m_home.file("notes/a.html")}, 3, "is not in the index.");
-    expectFailure({"scan"}, 3, "siftwell scan --offline");
-    expectFailure({"run"}, 5, "");
-
-    expectSuccess({"quit"});
-    EXPECT_EQ(wait(m_resident), 0) << m_home.read("err.started");
-    m_resident = 0;
-    EXPECT_EQ(source("Safari History")["index"], false);
-    EXPECT_EQ(setting("DaysToSearch")["value"], 7);
-    EXPECT_EQ(linesOf(siftwell({"filters", "--json"})).back()["filter"], "/private/");
-    EXPECT_THAT(siftwell({"quit"}).err, HasSubstr("Siftwell is not running."));
-}
-
-TEST_F(ResidentTest, WhoWatchesAScanThereLeavesItAlone) {
-    ASSERT_FALSE(hasEnded(m_resident)) << m_home.read("err.started");
-    const std::string folder = manyPages(1500, 700);
-    const pid_t watching =
-        start({"add", folder}, m_home.file("out.watch"), m_home.file("err.watch"));
-    while (sizeOfIndex() == 0 && !hasEnded(watching)) std::this_thread::yield();
-    kill(watching, SIGINT);
-    const int status = wait(watching);
-    EXPECT_THAT(status, testing::AnyOf(0, 3)) << m_home.read("err.watch");  // 0: it was done before
-    if (status == 3) EXPECT_THAT(m_home.read("err.watch"), HasSubstr("The running copy goes on"));
-    expectSuccess({"scan", "--offline"});  // follows the one that runs
-    EXPECT_EQ(indexed().size(), 1500U);
-    EXPECT_FALSE(hasEnded(m_resident));
 }
 
 }  // namespace

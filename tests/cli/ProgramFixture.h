@@ -181,6 +181,25 @@ protected:
         EXPECT_THAT(outcome.err, testing::HasSubstr(message));
     }
 
+    void expectSuccess(const Arguments& arguments) {
+        const Outcome outcome = siftwell(arguments);
+        EXPECT_EQ(outcome.status, 0) << arguments[0] << ": " << outcome.err;
+    }
+
+    // The only source of that name.
+    nlohmann::json source(const std::string& name) {
+        Lines named;
+        for (const auto& line : linesOf(siftwell({"sources", "--json"}))) {
+            if (line["source"] == name) named.push_back(line);
+        }
+        if (named.size() == 1) return named[0];
+        return nullptr;
+    }
+    nlohmann::json setting(const std::string& key) {
+        const Lines lines = linesOf(siftwell({"defaults", "read", key, "--json"}));
+        return lines.size() == 1 ? lines[0] : nlohmann::json();
+    }
+
     void expectInOrder() {
         const Outcome check = siftwell({"check"});
         EXPECT_EQ(check.status, 0) << check.out << check.err;

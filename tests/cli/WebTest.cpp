@@ -83,15 +83,6 @@ TEST_F(WebTest, AddressesAreTakenAsPeopleTypeThem) {
     EXPECT_EQ(m_site.requests("/tea.html"), 0) << "nothing is done before all is understood";
 }
 
-TEST_F(WebTest, PagesAndFilesAreAddedTogether) {
-    const std::string file = page("note.html", "Note", "a quiet note");
-    const Outcome outcome = siftwell({"add", "--contents", file, m_site.address("/tea.html")});
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(outcome.err, HasSubstr("2 pages added"));
-    EXPECT_EQ(found({"quiet"}).size(), 1U);
-    EXPECT_EQ(found({"calm"}).size(), 1U);
-}
-
 TEST_F(WebTest, ManyPagesComeFromFewConnectionsAtOnce) {
     m_site.otherPages([](const std::string& path) {
         return HttpSite::Page{.body = html("", "common words of " + path),
@@ -109,7 +100,7 @@ TEST_F(WebTest, AnAddThatIsAskedToEndKeepsWhatItHas) {
     std::atomic<bool> isAskedFor = false;
     RawSite silent([&](int, const std::string&) {
         isAskedFor = true;
-        while (!silent.isEnding()) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        silent.waitForEnd();
     });
     // The frame is asked for when the page around it is in.
     m_site.page("/around",
@@ -122,12 +113,17 @@ TEST_F(WebTest, AnAddThatIsAskedToEndKeepsWhatItHas) {
     EXPECT_THAT(m_home.read("err.started"), HasSubstr("Left off."));
 }
 
-TEST_F(WebTest, WithoutANetworkPagesWaitForTheNextScan) {
+TEST_F(WebTest, WithoutANetworkPagesWaitForTheNextScanAndFilesDoNot) {
     m_variables["SIFTWELL_ONLINE"] = "no";
     const Outcome outcome = siftwell({"add", m_site.address("/tea.html")});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_THAT(outcome.err, HasSubstr("Siftwell cannot access the Internet"));
     EXPECT_THAT(outcome.err, HasSubstr("siftwell scan --offline"));
+    expectFailure({"scan"}, 3, "siftwell scan --offline");
+    page("notes/a.html", "Alpha", "apple");
+    EXPECT_EQ(siftwell({"add", m_home.file("notes")}).status, 0);
+    EXPECT_EQ(siftwell({"scan", "--offline"}).status, 0);
+    EXPECT_THAT(titles({"apple"}), ElementsAre("Alpha"));
     EXPECT_EQ(m_site.requests("/tea.html"), 0);
     m_variables["SIFTWELL_ONLINE"] = "yes";
     EXPECT_EQ(siftwell({"scan"}).status, 0);

@@ -4,6 +4,7 @@
 // Threads: any.
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <string>
 #include <thread>
@@ -55,16 +56,20 @@ public:
         return m_cancelled;
     }
 
-    // Answers the held request that came first.
-    void release() {
+    // Answers the held request that came first; false when there is none.
+    bool release() {
         Held held;
         {
             MutexLock lock(m_mutex);
+            if (m_held.empty()) return false;
             held = std::move(m_held.begin()->second);
             m_held.erase(m_held.begin());
         }
         tell(held.reply, held.request, *held.client);
+        return true;
     }
+    // From now on cancelling comes too late to keep an answer back.
+    void cancelTooLate() { m_isCancelLate = true; }
 
     LoadID start(const URLRequest& request, std::shared_ptr<URLLoadClient> client) override {
         const std::string address = request.url.absoluteString();
@@ -86,7 +91,7 @@ public:
 
     void cancel(LoadID load) override {
         MutexLock lock(m_mutex);
-        m_cancelled += m_held.erase(load);
+        if (!m_isCancelLate) m_cancelled += m_held.erase(load);
     }
 
 private:
@@ -127,6 +132,7 @@ private:
         client.didFinishLoading();
     }
 
+    std::atomic<bool> m_isCancelLate = false;
     Mutex m_mutex;
     std::map<std::string, Reply> m_replies SW_GUARDED_BY(m_mutex);
     std::map<std::string, std::vector<URLRequest>> m_requests SW_GUARDED_BY(m_mutex);

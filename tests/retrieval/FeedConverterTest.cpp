@@ -6,9 +6,9 @@
 #include <ctime>
 #include <vector>
 
-#include "base/Log.h"
 #include "retrieval/FeedDate.h"
 #include "retrieval/RSSFeedRepresentation.h"
+#include "support/LoggedLines.h"
 
 namespace siftwell {
 namespace {
@@ -186,13 +186,11 @@ TEST_F(FeedConverterTest, DatesThatAreNoMomentsAreShownAsTheyAre) {
 class RSSFeedRepresentationTest : public FeedConverterTest {
 protected:
     RSSFeedRepresentationTest() {
-        setLogSink([this](std::string_view line) { m_log.emplace_back(line); });
         m_feed.setDataSource({.url = kAddress, .textEncodingName = "utf-8"});
     }
-    ~RSSFeedRepresentationTest() override { setLogSink({}); }
 
     RSSFeedRepresentation m_feed;
-    std::vector<std::string> m_log;
+    LoggedLines m_log;
 };
 
 TEST_F(RSSFeedRepresentationTest, GathersAFeedAndGivesItsTitle) {
@@ -207,7 +205,7 @@ TEST_F(RSSFeedRepresentationTest, GathersAFeedAndGivesItsTitle) {
     ASSERT_TRUE(m_feed.canProvideDocumentSource());
     EXPECT_THAT(*m_feed.documentSource(), HasSubstr("<h1>A &amp; B &lt; &quot;C&quot;</h1>"));
     EXPECT_EQ(m_feed.title(), "A & B < \"C\"");
-    EXPECT_THAT(m_log, IsEmpty());
+    EXPECT_THAT(m_log.take(), IsEmpty());
 }
 
 TEST_F(RSSFeedRepresentationTest, AFeedThatFailsToLoadLeavesNoPage) {
@@ -215,7 +213,7 @@ TEST_F(RSSFeedRepresentationTest, AFeedThatFailsToLoadLeavesNoPage) {
     m_feed.receivedError(-1001, "timed out");
     m_feed.finishedLoading();
     EXPECT_FALSE(m_feed.canProvideDocumentSource());
-    EXPECT_THAT(m_log, ElementsAre("receivedError timed out"));
+    EXPECT_THAT(m_log.take(), ElementsAre("receivedError timed out"));
 }
 
 TEST_F(RSSFeedRepresentationTest, ABrokenFeedIsAnEmptyPageAndALine) {
@@ -223,7 +221,7 @@ TEST_F(RSSFeedRepresentationTest, ABrokenFeedIsAnEmptyPageAndALine) {
     m_feed.finishedLoading();
     EXPECT_EQ(m_feed.documentSource(), "");
     EXPECT_EQ(m_feed.title(), std::nullopt);
-    EXPECT_THAT(m_log, ElementsAre(HasSubstr("damaged")));
+    EXPECT_THAT(m_log.take(), ElementsAre(HasSubstr("damaged")));
     RSSFeedRepresentation other;
     other.setDataSource({.url = kAddress});
     other.receivedData("<html><head><title>no feed</title></head></html>");

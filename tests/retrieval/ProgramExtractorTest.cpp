@@ -10,8 +10,8 @@
 #include <set>
 #include <sstream>
 
-#include "base/Log.h"
 #include "retrieval/SampleDocuments.h"
+#include "support/LoggedLines.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestRunLoop.h"
 
@@ -43,13 +43,7 @@ public:
 
 class ProgramExtractorTest : public testing::Test {
 protected:
-    ProgramExtractorTest() {
-        setLogSink([this](std::string_view line) { m_log += std::string(line) + "\n"; });
-    }
-    ~ProgramExtractorTest() override {
-        setLogSink(nullptr);
-        setenv("PATH", m_path.c_str(), 1);
-    }
+    ~ProgramExtractorTest() override { setenv("PATH", m_path.c_str(), 1); }
 
     // Only the programs of that folder are installed.
     void installOnly(const std::string& folder) { setenv("PATH", folder.c_str(), 1); }
@@ -80,7 +74,7 @@ protected:
     NotificationCentre m_centre{m_loop};
     SWNotifier m_notifier{m_centre, m_clock};
     std::vector<std::string> m_reports;
-    std::string m_log;
+    LoggedLines m_log;
     const NotificationCentre::Observation m_observation =
         m_centre.observe("SiftwellErrorNotification", [this](const PropertyList& record) {
             const auto& error = *record.asDictionary();
@@ -109,7 +103,7 @@ TEST_F(ProgramExtractorTest, TheWordsOfADocumentComeOut) {
     EXPECT_THAT(rtf, Optional(AllOf(Not(HasSubstr("unrtf")), Not(HasSubstr("picture")),
                                     Not(HasSubstr("UnRTF")))));
     EXPECT_THAT(reports(), IsEmpty());
-    EXPECT_EQ(m_log, "");
+    EXPECT_EQ(m_log.takeText(), "");
 }
 
 TEST_F(ProgramExtractorTest, BrokenFilesHaveNoTextAndAreLogged) {
@@ -117,9 +111,8 @@ TEST_F(ProgramExtractorTest, BrokenFilesHaveNoTextAndAreLogged) {
     EXPECT_EQ(textOf("a.doc", "no document"), std::nullopt);
     EXPECT_EQ(textOf("a.rtf", ""), std::nullopt);
     EXPECT_EQ(textOf("empty.pdf", pdfShowing("")), std::nullopt);
-    for (const char* name : {"/a.pdf", "/a.doc", "/a.rtf", "/empty.pdf"}) {
-        EXPECT_THAT(m_log, HasSubstr(name));
-    }
+    EXPECT_THAT(m_log.takeText(), AllOf(HasSubstr("/a.pdf"), HasSubstr("/a.doc"),
+                                        HasSubstr("/a.rtf"), HasSubstr("/empty.pdf")));
     EXPECT_THAT(reports(), IsEmpty());
 }
 
@@ -167,7 +160,7 @@ TEST_F(ProgramExtractorTest, TextIsMendedAndCutAndThatOfAFailureIsDropped) {
     using End = Processes::End;
     EXPECT_EQ(pretend(Processes::Outcome{.output = "a\xFFz"}), "a\uFFFDz");
     EXPECT_EQ(pretend(Processes::Outcome{.end = End::TooLong, .output = "a \xC3"}), "a \uFFFD");
-    EXPECT_THAT(m_log, HasSubstr("left out"));
+    EXPECT_THAT(m_log.takeText(), HasSubstr("left out"));
     EXPECT_EQ(pretend(Processes::Outcome{.output = " \n\f"}), std::nullopt);
     for (const End end : {End::Signalled, End::TooSlow, End::Stopped, End::Forgotten}) {
         EXPECT_EQ(pretend(Processes::Outcome{.end = end, .output = "half"}), std::nullopt);
@@ -190,7 +183,7 @@ TEST_F(ProgramExtractorTest, AHangingProgramEndsWhenStopped) {
     });
     EXPECT_EQ(textOf("a.pdf"), std::nullopt);
     EXPECT_EQ(textOf("a.pdf"), std::nullopt);
-    EXPECT_THAT(m_log, HasSubstr("stopped"));
+    EXPECT_THAT(m_log.takeText(), HasSubstr("stopped"));
 }
 
 }  // namespace

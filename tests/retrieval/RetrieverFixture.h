@@ -4,6 +4,7 @@
 #include "FakeSite.h"
 #include "index/IndexFixture.h"
 #include "retrieval/DocumentRetriever.h"
+#include "support/WaitUntil.h"
 
 namespace siftwell {
 
@@ -59,13 +60,6 @@ protected:
     void index(const std::string& address, std::optional<Date> date = std::nullopt) {
         queue(address, date);
         finish();
-    }
-    template <typename Condition>
-    static void waitUntil(Condition condition) {
-        for (int i = 0; i < 10'000 && !condition(); ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        EXPECT_TRUE(condition());
     }
 
     static std::string html(const std::string& head, const std::string& body) {

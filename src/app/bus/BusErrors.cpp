@@ -47,11 +47,19 @@ StatusCode codeIn(const Rows& rows, std::string_view name) {
 
 }  // namespace
 
-sdbus::Error busErrorOf(const Status& status) {
+std::string_view nameOf(StatusCode code) {
+    if (code == StatusCode::Ok) return "";
     const auto row = std::find_if(kNames.begin(), kNames.end(),
-                                  [&](const Row& each) { return each.first == status.code(); });
-    const std::string_view name = row == kNames.end() ? "Failed" : row->second;
-    return {std::string(kPrefix) + std::string(name), busText(status.message())};
+                                  [code](const Row& each) { return each.first == code; });
+    return row == kNames.end() ? "Failed" : row->second;
+}
+
+StatusCode statusCodeNamed(std::string_view name) {
+    return name.empty() ? StatusCode::Ok : codeIn(kNames, name);
+}
+
+sdbus::Error busErrorOf(const Status& status) {
+    return {std::string(kPrefix) + std::string(nameOf(status.code())), busText(status.message())};
 }
 
 Status statusOf(const sdbus::Error& error) {

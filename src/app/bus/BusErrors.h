@@ -4,9 +4,15 @@
 
 #include <sdbus-c++/Error.h>
 
+#include <string_view>
+
 #include "base/Status.h"
 
 namespace siftwell {
+
+// "NotFound" and so on, "" for Ok; a name that is none of them stands for Failed.
+std::string_view nameOf(StatusCode code);
+StatusCode statusCodeNamed(std::string_view name);
 
 // The status is not Ok.
 sdbus::Error busErrorOf(const Status& status);

@@ -69,6 +69,7 @@ Status BusServices::publish() {
     try {
         addScans();
         addAdditions();
+        addMaintenance();
         addSources();
         addSettings();
         addNotifier();
@@ -147,6 +148,25 @@ void BusServices::addAdditions() {
         const auto removed = driver.removeFromIndex(urls);
         if (!removed) return removed.status();
         return static_cast<std::uint32_t>(*removed);
+    });
+}
+
+void BusServices::addMaintenance() {
+    Driver& driver = m_surroundings.driver;
+    m_driver.addMethod("clearIndex", {}, [&driver] { return driver.clearIndex(); });
+    m_driver.addMethod("rebuildIndex", {}, [&driver] { return driver.rebuildIndex(); });
+    m_driver.addMethod("compactIndex", {}, [&driver] { return driver.compactIndex(); });
+    m_driver.addMethod("dumpURLs", {"path"},
+                       [&driver](Text path) { return driver.dumpURLs(path); });
+    m_driver.addMethod("dumpIndex", {"path"},
+                       [&driver](Text path) { return driver.dumpIndex(path); });
+    m_driver.addMethod("applyFilters", {}, [&driver] { return driver.applyFilters(); });
+    m_driver.addMethod("eraseFromIndex", {"urls"},
+                       [&driver](Texts urls) { return driver.eraseFromIndex(urls); });
+    m_driver.addMethod("maintenanceState", {}, [&driver]() -> Result<Dictionary> {
+        const auto state = driver.maintenanceState();
+        if (!state) return state.status();
+        return dictionaryOf(*state);
     });
 }
 

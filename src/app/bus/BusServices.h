@@ -51,6 +51,7 @@ private:
     Status publish();
     void addScans();
     void addAdditions();
+    void addMaintenance();
     void addSources();
     void addSettings();
     void addNotifier();

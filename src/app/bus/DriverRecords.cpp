@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "app/bus/BusErrors.h"
 #include "base/Translate.h"
 
 namespace siftwell {
@@ -56,6 +57,7 @@ Result<FileUse> fileUseOf(const std::string& text) { return valueIn(kFileUses, t
 
 PropertyList::Dictionary dictionaryOf(const Driver::ScanState& state) {
     return {{"isScanning", state.isScanning},
+            {"isLoading", state.isLoading},
             {"ended", static_cast<std::int64_t>(state.ended)},
             {"wasLastComplete", state.wasLastComplete},
             {"pendingDocuments", state.pendingDocuments},
@@ -65,11 +67,39 @@ PropertyList::Dictionary dictionaryOf(const Driver::ScanState& state) {
 
 Driver::ScanState scanStateIn(const PropertyList::Dictionary& dictionary) {
     return {.isScanning = booleanFor(dictionary, "isScanning"),
+            .isLoading = booleanFor(dictionary, "isLoading"),
             .ended = countFor(dictionary, "ended"),
             .wasLastComplete = booleanFor(dictionary, "wasLastComplete"),
             .pendingDocuments = integerFor(dictionary, "pendingDocuments").value_or(0),
             .finishedDocuments = countFor(dictionary, "finishedDocuments"),
             .documents = integerFor(dictionary, "documents").value_or(0)};
+}
+
+PropertyList::Dictionary dictionaryOf(const Driver::MaintenanceState& state) {
+    PropertyList::Dictionary dictionary{
+        {"isRunning", state.isRunning},
+        {"ended", static_cast<std::int64_t>(state.ended)},
+        {"code", std::string(nameOf(state.result.code()))},
+        {"message", state.result.message()},
+        {"removed", PropertyList::Array(state.removed.begin(), state.removed.end())}};
+    if (state.percent) dictionary["percent"] = *state.percent;
+    return dictionary;
+}
+
+Driver::MaintenanceState maintenanceStateIn(const PropertyList::Dictionary& dictionary) {
+    Driver::MaintenanceState state{.isRunning = booleanFor(dictionary, "isRunning"),
+                                   .ended = countFor(dictionary, "ended"),
+                                   .result = {statusCodeNamed(stringFor(dictionary, "code")),
+                                              stringFor(dictionary, "message")}};
+    if (const PropertyList* percent = find(dictionary, "percent")) {
+        state.percent = percent->asRealLenient();
+    }
+    const PropertyList* removed = find(dictionary, "removed");
+    if (removed == nullptr || removed->asArray() == nullptr) return state;
+    for (const PropertyList& url : *removed->asArray()) {
+        if (const std::string* text = url.asString()) state.removed.push_back(*text);
+    }
+    return state;
 }
 
 }  // namespace siftwell

@@ -18,4 +18,8 @@ Result<Driver::FileUse> fileUseOf(const std::string& text);
 PropertyList::Dictionary dictionaryOf(const Driver::ScanState& state);
 Driver::ScanState scanStateIn(const PropertyList::Dictionary& dictionary);
 
+// Likewise; of the result "code" (as errors are named, "" for success) and "message".
+PropertyList::Dictionary dictionaryOf(const Driver::MaintenanceState& state);
+Driver::MaintenanceState maintenanceStateIn(const PropertyList::Dictionary& dictionary);
+
 }  // namespace siftwell

@@ -225,6 +225,28 @@ Result<std::size_t> RunningCopy::removeFromIndex(const std::vector<std::string>&
     return std::size_t{*removed};
 }
 
+Status RunningCopy::clearIndex() { return tell("clearIndex"); }
+
+Status RunningCopy::rebuildIndex() { return tell("rebuildIndex"); }
+
+Status RunningCopy::compactIndex() { return tell("compactIndex"); }
+
+Status RunningCopy::dumpURLs(const std::string& path) { return tell("dumpURLs", path); }
+
+Status RunningCopy::dumpIndex(const std::string& path) { return tell("dumpIndex", path); }
+
+Status RunningCopy::applyFilters() { return tell("applyFilters"); }
+
+Status RunningCopy::eraseFromIndex(const std::vector<std::string>& urls) {
+    return tell("eraseFromIndex", urls);
+}
+
+Result<Driver::MaintenanceState> RunningCopy::maintenanceState() {
+    const auto state = ask<PropertyList::Dictionary>("maintenanceState");
+    if (!state) return state.status();
+    return maintenanceStateIn(*state);
+}
+
 Status RunningCopy::setSearchItemValue(const std::string& name, const std::string& key,
                                        const PropertyList& value) {
     return tell("setSearchItemValue", name, key, value);

@@ -42,6 +42,14 @@ public:
     Status addToIndex(const Addition& addition) override;
     Status addMissingItems(const std::vector<SearchItem>& items) override;
     Result<std::size_t> removeFromIndex(const std::vector<std::string>& urls) override;
+    Status clearIndex() override;
+    Status rebuildIndex() override;
+    Status compactIndex() override;
+    Status dumpURLs(const std::string& path) override;
+    Status dumpIndex(const std::string& path) override;
+    Status applyFilters() override;
+    Status eraseFromIndex(const std::vector<std::string>& urls) override;
+    Result<MaintenanceState> maintenanceState() override;
     Status setSearchItemValue(const std::string& name, const std::string& key,
                               const PropertyList& value) override;
     Status deleteSearchItem(const std::string& name) override;

@@ -36,11 +36,18 @@ protected:
         return call(kDocumentRetriever, method, source);
     }
 
+    template <typename... Arguments>
+    StatusCode codeOf(const Arguments&... arguments) {
+        return call(arguments...).status().code();
+    }
     // What comes of a call of the driver whose arguments are written so.
     StatusCode send(const Text& method, const std::function<void(sdbus::Message&)>& write) {
-        return serving([&] { return BusClient().call(kAppController, method, write); })
-            .status()
-            .code();
+        return codeOf(kAppController, method, write);
+    }
+
+    static std::unique_ptr<sdbus::IProxy> proxyOf(BusClient& client) {
+        return sdbus::createProxy(client.connection(), kAppController,
+                                  busName::pathOf(kAppController));
     }
 
     std::vector<NotificationCentre::Observation> m_heard;
@@ -56,16 +63,14 @@ TEST_F(BusServicesTest, ReportsOfOtherProcessesReachTheNotifier) {
     EXPECT_TRUE(call(kNotifier, "reportProgressDone", Text("S"), Text("all")));
     EXPECT_TRUE(call(kNotifier, "reportStatus", Text("Idle")));
     m_loop.drain();
-    ASSERT_EQ(m_objects.size(), 5U);
-    const auto& error = *m_objects[0].asDictionary();
-    EXPECT_EQ(stringFor(error, "error"), "E");
-    EXPECT_EQ(integerFor(error, "severity"), -5);
-    EXPECT_EQ(stringFor(error, "url"), "u");
-    EXPECT_EQ(stringFor(error, "details"), "d");
-    EXPECT_EQ(m_objects[1], PropertyList(Dictionary{{"source", "S"}, {"count", 0}}));
-    EXPECT_EQ(m_objects[2], PropertyList(Dictionary{{"source", "S"}, {"message", "half"}}));
-    EXPECT_EQ(m_objects[3], PropertyList(Dictionary{{"source", "S"}, {"message", "all"}}));
-    EXPECT_EQ(m_objects[4], PropertyList("Idle"));
+    auto error = *m_objects.at(0).asDictionary();
+    EXPECT_EQ(error.erase("date"), 1U);
+    EXPECT_EQ(error,
+              (Dictionary{{"error", "E"}, {"severity", -5}, {"url", "u"}, {"details", "d"}}));
+    m_objects.erase(m_objects.begin());
+    EXPECT_THAT(m_objects, ElementsAre(Dictionary{{"source", "S"}, {"count", 0}},
+                                       Dictionary{{"source", "S"}, {"message", "half"}},
+                                       Dictionary{{"source", "S"}, {"message", "all"}}, "Idle"));
 }
 
 TEST_F(BusServicesTest, DocumentsComeIntoTheIndexOnRequest) {
@@ -78,15 +83,13 @@ TEST_F(BusServicesTest, DocumentsComeIntoTheIndexOnRequest) {
     EXPECT_EQ(recordOf("http://a/1")->date, date);
     EXPECT_EQ(store().pendingDocumentCount(), 0);
 
-    const auto codeFor = [this](const Text& address, const PropertyList& when) {
-        return call(kDocumentRetriever, "indexDocument", address, when, Text(), Text("S"), Text())
-            .status()
-            .code();
-    };
-    EXPECT_EQ(codeFor("no address", Text()), StatusCode::Invalid);
-    EXPECT_EQ(codeFor("relative", Text()), StatusCode::Invalid);
-    EXPECT_EQ(codeFor("http://a/3", Text("yesterday")), StatusCode::Invalid);
-    EXPECT_EQ(codeFor("http://a/3", 7), StatusCode::Invalid);
+    const std::vector<std::pair<Text, PropertyList>> wrong = {
+        {"no address", ""}, {"relative", ""}, {"http://a/3", "yesterday"}, {"http://a/3", 7}};
+    for (const auto& [address, when] : wrong) {
+        EXPECT_EQ(
+            codeOf(kDocumentRetriever, "indexDocument", address, when, Text(), Text("S"), Text()),
+            StatusCode::Invalid);
+    }
 }
 
 TEST_F(BusServicesTest, WaitingForDownloadsEndsInTimeAndHoldsNobodyUp) {
@@ -129,29 +132,16 @@ TEST_F(BusServicesTest, RunningItemIsFoundByItsProcessName) {
 
 TEST_F(BusServicesTest, CallsThatDoNotFitAreRefusedAndHarmNobody) {
     offer();
-    EXPECT_EQ(call(kAppController, "startScan", std::int32_t{1}).status().code(),
-              StatusCode::Failed);
-    EXPECT_EQ(call(kAppController, "startScan").status().code(), StatusCode::Failed);
-    EXPECT_EQ(call(kAppController, "startScan", Text("nothing")).status().code(),
+    EXPECT_EQ(codeOf(kAppController, "startScan", std::int32_t{1}), StatusCode::Failed);
+    EXPECT_EQ(codeOf(kAppController, "startScan"), StatusCode::Failed);
+    EXPECT_EQ(codeOf(kAppController, "startScan", Text("nothing")), StatusCode::Invalid);
+    EXPECT_EQ(codeOf(kAppController, "addToIndex", Text("http://a"), Text(), Text("eat"), true),
               StatusCode::Invalid);
-    EXPECT_EQ(call(kAppController, "addToIndex", Text("http://a"), Text(), Text("eat"), true)
-                  .status()
-                  .code(),
+    EXPECT_EQ(codeOf(kAppController, "addToIndex", Text("a b"), Text(), Text("ask"), true),
               StatusCode::Invalid);
-    EXPECT_EQ(
-        call(kAppController, "addToIndex", Text("a b"), Text(), Text("ask"), true).status().code(),
-        StatusCode::Invalid);
-    EXPECT_EQ(call(kAppController, "noSuchMethod").status().code(), StatusCode::Failed);
+    EXPECT_EQ(codeOf(kAppController, "noSuchMethod"), StatusCode::Failed);
     EXPECT_EQ(send("removeFromIndex",
                    [](sdbus::Message& message) { message << std::vector<Text>(100'001); }),
-              StatusCode::TooLarge);
-    EXPECT_EQ(send("setSetting",
-                   [](sdbus::Message& message) {
-                       message << Text("key");
-                       for (int i = 0; i < 40; ++i) message.openVariant("v");
-                       message.openVariant("b") << true;
-                       for (int i = 0; i < 41; ++i) message.closeVariant();
-                   }),
               StatusCode::TooLarge);
     EXPECT_EQ(send("setSetting",
                    [](sdbus::Message& message) {
@@ -166,8 +156,7 @@ TEST_F(BusServicesTest, CallsThatDoNotFitAreRefusedAndHarmNobody) {
 TEST_F(BusServicesTest, CallsThatWaitForABusyProgramAreBounded) {
     offer();
     BusClient client;
-    auto object =
-        sdbus::createProxy(client.connection(), kAppController, busName::pathOf(kAppController));
+    auto object = proxyOf(client);
     std::vector<std::string> errors;
     for (int i = 0; i < 257; ++i) {
         auto call = object->createMethodCall(kAppController, "resetURLFilters");
@@ -217,8 +206,7 @@ TEST_F(BusServicesTest, WithoutABusTheProgramIsTold) {
 TEST_F(BusServicesTest, OpenCallsAreAnsweredAtTheEndAndTheirJobsDoNothing) {
     offer();
     BusClient client;
-    auto object =
-        sdbus::createProxy(client.connection(), kAppController, busName::pathOf(kAppController));
+    auto object = proxyOf(client);
     std::string answer;
     auto call = object->createMethodCall(kAppController, "quit");
     object->callMethod(call, [&](sdbus::MethodReply&, const sdbus::Error* error) {

@@ -29,6 +29,18 @@ public:
         return answered(urls.size());
     }
 
+    Status clearIndex() override { return note("clear"); }
+    Status rebuildIndex() override { return note("rebuild"); }
+    Status compactIndex() override { return note("compact"); }
+    Status dumpURLs(const std::string& path) override { return note("dump URLs to " + path); }
+    Status dumpIndex(const std::string& path) override { return note("dump to " + path); }
+    Status applyFilters() override { return note("apply filters"); }
+    Status eraseFromIndex(const std::vector<std::string>& urls) override {
+        removed = urls;
+        return answer;
+    }
+    Result<MaintenanceState> maintenanceState() override { return answered(maintenance); }
+
     Status setSearchItemValue(const std::string& name, const std::string& key,
                               const PropertyList& value) override {
         values.push_back(value);
@@ -56,6 +68,7 @@ public:
 
     Status answer;
     ScanState state;
+    MaintenanceState maintenance;
     PropertyList::Dictionary statusAnswer;
     std::function<void()> onQuit;
 

@@ -3,9 +3,10 @@
 #include <gmock/gmock.h>
 
 #include "app/bus/BusFixture.h"
-#include "base/Log.h"
 #include "base/Processes.h"
+#include "support/LoggedLines.h"
 #include "support/TestRunLoop.h"
+#include "support/WaitUntil.h"
 
 namespace siftwell {
 namespace {
@@ -17,11 +18,6 @@ constexpr const char* kPython = "/usr/bin/python3";
 
 class LogindSleepWatchTest : public testing::Test {
 protected:
-    LogindSleepWatchTest() {
-        setLogSink([](std::string_view) {});
-    }
-    ~LogindSleepWatchTest() override { setLogSink(nullptr); }
-
     static bool hasMock() {
         const auto outcome =
             SystemProcesses().run({.arguments = {kPython, "-c", "import dbusmock"}}, {});
@@ -32,6 +28,7 @@ protected:
                 .didWake = [this] { m_told.emplace_back("wake"); }};
     }
 
+    LoggedLines m_log;
     TestClock m_clock;
     TestRunLoop m_loop{m_clock};
     std::vector<std::string> m_told;
@@ -43,13 +40,13 @@ public:
     Logind() : m_connection(sdbus::createSystemBusConnection()) {
         auto bus =
             sdbus::createProxy(*m_connection, "org.freedesktop.DBus", "/org/freedesktop/DBus");
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        for (bool isThere = false; !isThere && std::chrono::steady_clock::now() < end;) {
+        waitUntil([&bus, isThere = false]() mutable {
             bus->callMethod("NameHasOwner")
                 .onInterface("org.freedesktop.DBus")
                 .withArguments(std::string("org.freedesktop.login1"))
                 .storeResultsTo(isThere);
-        }
+            return isThere;
+        });
     }
 
     void prepareForSleep(bool isGoingToSleep) {
@@ -71,11 +68,10 @@ TEST_F(LogindSleepWatchTest, SleepAndWakingAreToldOnTheMainLoop) {
     Daemon mock({kPython, "-m", "dbusmock", "--system", "--template", "logind"});
     Logind logind;
     const auto serveUntil = [this](std::size_t count) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (m_told.size() < count && std::chrono::steady_clock::now() < end) {
+        waitUntil([&] {
             m_loop.drain();
-            std::this_thread::yield();
-        }
+            return m_told.size() >= count;
+        });
     };
     {
         LogindSleepWatch watch(m_loop);

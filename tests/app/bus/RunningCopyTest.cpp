@@ -1,8 +1,5 @@
 #include "app/bus/RunningCopy.h"
 
-#include <sys/socket.h>
-#include <sys/un.h>
-
 #include "BusServicesFixture.h"
 #include "app/bus/BusNames.h"
 
@@ -10,7 +7,9 @@ namespace siftwell {
 namespace {
 
 using busName::kAppController;
+using testing::_;
 using testing::ElementsAre;
+using testing::FieldsAre;
 using testing::HasSubstr;
 
 using Array = PropertyList::Array;
@@ -63,14 +62,8 @@ TEST_F(RunningCopyTest, IsFoundWhereItIsOfferedOnly) {
 }
 
 TEST_F(RunningCopyTest, ABusThatSaysNothingIsLeft) {
-    TemporaryFolder folder;
-    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    folder.file("mute").copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(bind(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(socket.get(), 1), 0);
-    setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + folder.file("mute")).c_str(), 1);
+    const MuteBus mute;
+    setenv("DBUS_SESSION_BUS_ADDRESS", mute.address().c_str(), 1);
     EXPECT_EQ(codeOfConnecting(), StatusCode::Busy);
 }
 
@@ -98,47 +91,48 @@ TEST_F(RunningCopyTest, EveryRequestArrivesAsItWasMade) {
                                    copy.setSetting("Key", Array{1, 2.5, Date::fromReference(3)}),
                                    copy.removeSetting("Key"),
                                    copy.searchService("some words"),
+                                   copy.clearIndex(),
+                                   copy.rebuildIndex(),
+                                   copy.compactIndex(),
+                                   copy.dumpURLs("/a"),
+                                   copy.dumpIndex("/b"),
+                                   copy.applyFilters(),
                                    copy.quit()};
     });
     for (const Status& status : told) EXPECT_TRUE(status.isOk()) << status.message();
-    EXPECT_THAT(m_driver.requests,
-                ElementsAre("scan everything", "scan local", "item käse.Index", "delete one",
-                            "reset two", "filter *.example", "unfilter ", "reset filters",
-                            "setting Key", "no setting Key", "search some words", "quit"));
+    EXPECT_THAT(
+        m_driver.requests,
+        ElementsAre("scan everything", "scan local", "item käse.Index", "delete one", "reset two",
+                    "filter *.example", "unfilter ", "reset filters", "setting Key",
+                    "no setting Key", "search some words", "clear", "rebuild", "compact",
+                    "dump URLs to /a", "dump to /b", "apply filters", "quit"));
     EXPECT_THAT(m_driver.values, ElementsAre(true, Array{1, 2.5, Date::fromReference(3)}));
-    ASSERT_EQ(m_driver.additions.size(), 2U);
-    EXPECT_EQ(m_driver.additions[0].url, page);
-    EXPECT_EQ(m_driver.additions[0].indexer, std::nullopt);
-    EXPECT_EQ(m_driver.additions[0].fileUse, Driver::FileUse::Ask);
-    EXPECT_TRUE(m_driver.additions[0].isScanStarted);
-    EXPECT_EQ(m_driver.additions[1].indexer, "Bookmarks");
-    EXPECT_EQ(m_driver.additions[1].fileUse, Driver::FileUse::IndexContents);
-    EXPECT_FALSE(m_driver.additions[1].isScanStarted);
+    EXPECT_THAT(m_driver.additions,
+                ElementsAre(FieldsAre(page, std::nullopt, Driver::FileUse::Ask, true),
+                            FieldsAre(url("file:///x"), "Bookmarks", Driver::FileUse::IndexContents,
+                                      false)));
     EXPECT_THAT(m_driver.items, ElementsAre(item, item));
 }
 
 TEST_F(RunningCopyTest, AnswersArriveAsTheyWereGiven) {
     offer();
     connect();
-    m_driver.state = {.isScanning = true,
-                      .ended = 1,
-                      .wasLastComplete = true,
-                      .pendingDocuments = -2,
-                      .finishedDocuments = 3,
-                      .documents = 4};
+    m_driver.state = {true, false, 1, true, -2, 3, 4};
     m_driver.statusAnswer = {{"process", 7}, {"runningItems", Array{"a\xFF"}}};
-    const auto state = asked([](Driver& copy) { return copy.scanState(); });
-    EXPECT_TRUE(state->isScanning);
-    EXPECT_EQ(state->ended, 1U);
-    EXPECT_TRUE(state->wasLastComplete);
-    EXPECT_EQ(state->pendingDocuments, -2);
-    EXPECT_EQ(state->finishedDocuments, 3U);
-    EXPECT_EQ(state->documents, 4);
+    EXPECT_THAT(*asked([](Driver& copy) { return copy.scanState(); }),
+                FieldsAre(true, false, 1, true, -2, 3, 4));
     EXPECT_EQ(*asked([](Driver& copy) { return copy.status(); }),
               (Dictionary{{"process", 7}, {"runningItems", Array{"a\uFFFD"}}}));
     const std::vector<std::string> urls = {"http://a/", "", "b"};
     EXPECT_EQ(*asked([&](Driver& copy) { return copy.removeFromIndex(urls); }), 3U);
     EXPECT_EQ(m_driver.removed, urls);
+    m_driver.maintenance = {true, 2, 37.5, Status(StatusCode::Busy, "Not now."), {"http://a/"}};
+    EXPECT_TRUE(asked([](Driver& copy) { return copy.eraseFromIndex({"c"}); }).isOk());
+    EXPECT_THAT(m_driver.removed, ElementsAre("c"));
+    const auto state = *asked([](Driver& copy) { return copy.maintenanceState(); });
+    EXPECT_THAT(state, FieldsAre(true, 2, 37.5, _, ElementsAre("http://a/")));
+    EXPECT_EQ(state.result.code(), StatusCode::Busy);
+    EXPECT_EQ(state.result.message(), "Not now.");
 }
 
 TEST_F(RunningCopyTest, ErrorsKeepTheirCodeAndMessage) {
@@ -155,30 +149,20 @@ TEST_F(RunningCopyTest, ErrorsKeepTheirCodeAndMessage) {
     }
 }
 
-TEST_F(RunningCopyTest, HostileValuesArriveMendedOrAreRefused) {
+// What is hostile is told apart by BusValues.
+TEST_F(RunningCopyTest, ValuesThatCannotTravelAreRefusedAndEndNothing) {
     offer();
     connect();
     PropertyList deep;
     for (int i = 0; i < 200; ++i) deep = Dictionary{{"in", deep}};
     EXPECT_EQ(set(deep).code(), StatusCode::TooLarge);
-    EXPECT_EQ(set(Array(1'000'000, 1)).code(), StatusCode::TooLarge);
-    EXPECT_TRUE(set(std::string("a\0\xFF\xED\xA0\x80\xEF\xBF\xBE", 9)).isOk());
-
-    PropertyList deepest;
-    for (int i = 0; i < 16; ++i) deepest = Dictionary{{"in", deepest}};
-    const PropertyList longest = Data{std::string(3'000'000, '\xFF')};
-    EXPECT_TRUE(set(deepest).isOk());
-    EXPECT_TRUE(set(longest).isOk());
-    ASSERT_EQ(m_driver.values.size(), 3U);
-    EXPECT_EQ(m_driver.values[0], PropertyList("a\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD"));
-    EXPECT_EQ(m_driver.values[2], longest);
-
-    m_driver.statusAnswer = {{"long", longest}};
-    EXPECT_EQ(*asked([](Driver& copy) { return copy.status(); }), m_driver.statusAnswer);
+    EXPECT_TRUE(set(std::string("a\0\xFF", 3)).isOk());
+    EXPECT_THAT(m_driver.values, ElementsAre("a\uFFFD\uFFFD"));
     m_driver.statusAnswer = {{"deep", deep}};
     EXPECT_EQ(asked([](Driver& copy) { return copy.status(); }).status().code(),
               StatusCode::TooLarge);
-    EXPECT_TRUE(set("still there").isOk());
+    m_driver.statusAnswer = {{"long", Data{std::string(3'000'000, '\xFF')}}};
+    EXPECT_EQ(*asked([](Driver& copy) { return copy.status(); }), m_driver.statusAnswer);
 }
 
 TEST_F(RunningCopyTest, ACopyThatHangsIsLeftWithAdvice) {
@@ -201,15 +185,12 @@ TEST_F(RunningCopyTest, WhatTheOtherCopyTellsIsToldHere) {
     std::vector<std::string> heard;
     std::vector<NotificationCentre::Observation> observations;
     const auto hear = [&](const std::string& name) {
-        observations.push_back(
-            m_centreOfClient.observe(name, [&heard, name](const PropertyList& object) {
-                const auto* text = object.asString();
-                const auto* record = object.asDictionary();
-                heard.push_back(name + " " +
-                                (text != nullptr     ? *text
-                                 : record != nullptr ? stringFor(*record, "error")
-                                                     : "?"));
-            }));
+        observations.push_back(m_centreOfClient.observe(name, [&heard,
+                                                               name](const PropertyList& object) {
+            const auto* record = object.asDictionary();
+            heard.push_back(name + " " +
+                            (record != nullptr ? stringFor(*record, "error") : *object.asString()));
+        }));
     };
     for (const char* name : busName::kPassedOn) hear(name);
     hear("SiftwellPreferenceChangeNotification");

@@ -3,8 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "app/bus/BusFixture.h"
-#include "base/Log.h"
-#include "base/Mutex.h"
+#include "support/LoggedLines.h"
 
 namespace siftwell {
 namespace {
@@ -20,19 +19,13 @@ std::string hex(const void* pointer) {
 
 class VLDebugConnectionTest : public testing::Test {
 protected:
-    VLDebugConnectionTest() {
-        setLogSink([this](std::string_view line) { m_lines.emplace_back(line); });
-    }
-    ~VLDebugConnectionTest() override { setLogSink(nullptr); }
-
     std::shared_ptr<VLDebugConnection> connection() {
         return std::make_shared<VLDebugConnection>(sdbus::createSessionBusConnection(), *m_loop);
     }
-    std::vector<std::string> taken() { return std::exchange(m_lines, {}); }
 
-    TestBus m_bus{"DBUS_SESSION_BUS_ADDRESS"};
+    LoggedLines m_log;
+    TestBus m_bus;
     std::unique_ptr<RunLoop> m_loop = makeHeadlessRunLoop();
-    std::vector<std::string> m_lines;
 };
 
 TEST_F(VLDebugConnectionTest, ItsLifeIsLogged) {
@@ -40,19 +33,19 @@ TEST_F(VLDebugConnectionTest, ItsLifeIsLogged) {
     const std::string at = hex(parent.get());
     const std::string name = parent->connection()->getUniqueName();
     EXPECT_THAT(
-        taken(),
+        m_log.take(),
         ElementsAre("VLDC: " + at + " initializing connection\r\treceivePort = " + name +
                         "\r\tsendPort = org.freedesktop.DBus\r\trunloop = " + hex(m_loop.get()),
                     "VLDC: connection " + name + " initialized", "VLDC: on same RunLoop"));
     auto child = connection();
     const std::string childName = child->connection()->getUniqueName();
-    taken();
+    m_log.take();
     EXPECT_TRUE(parent->shouldMakeNewConnection(child));
     EXPECT_TRUE(parent->registerName("com.example.Name"));
     EXPECT_FALSE(child->registerName("com.example.Name"));
     std::thread([&] { parent->connectionDidDie(); }).join();
     EXPECT_THAT(
-        taken(),
+        m_log.take(),
         ElementsAre(
             "VLDC: " + at + " shouldMakeNewConnection " + hex(child.get()),
             "VLDC: adding child " + childName, "VLDC: " + at + " registered name com.example.Name",
@@ -64,7 +57,7 @@ TEST_F(VLDebugConnectionTest, ItsLifeIsLogged) {
     EXPECT_TRUE(parent->children().empty());
     child.reset();
     EXPECT_FALSE(parent->registerName("com.example.Name"));
-    EXPECT_THAT(taken(),
+    EXPECT_THAT(m_log.take(),
                 ElementsAre("VLDC: invalidate " + name, "VLDC: Invalidating child " + childName,
                             "VLDC: invalidate " + childName, "VLDC: dealloc " + childName,
                             "VLDC: ERROR! " + at + " could not register name com.example.Name"));
@@ -81,7 +74,7 @@ TEST_F(VLDebugConnectionTest, EveryRequestIsLoggedWithItsArgumentsAndStillAnswer
                            }));
     object->finishRegistration();
     service->registerName("com.example.Name");
-    taken();
+    m_log.take();
     const std::string name = service->connection()->getUniqueName();
     const auto answer = whileServing(
         [&] { service->connection()->processPendingRequest(); },
@@ -97,7 +90,7 @@ TEST_F(VLDebugConnectionTest, EveryRequestIsLoggedWithItsArgumentsAndStillAnswer
         });
     EXPECT_TRUE(answer) << answer.status().message();
     EXPECT_EQ(received, "text");
-    EXPECT_THAT(taken(),
+    EXPECT_THAT(m_log.take(),
                 ElementsAre("VLDC: Handling request for connection " + name,
                             "VLDC: " + hex(service.get()) +
                                 " method = doIt 'text' (s) 7d -8 c 9 1.500000 1 '{ k = 3; }' "

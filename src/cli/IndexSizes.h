@@ -1,0 +1,23 @@
+// IndexSizes: how much each index holds.
+//
+// Threads: main.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "index/IndexController.h"
+
+namespace siftwell {
+
+struct IndexSize {
+    std::string name;
+    std::uint64_t documents = 0;
+    std::uint64_t bytes = 0;  // of all its files
+};
+std::vector<IndexSize> sizesOf(const IndexController& indexes);
+
+IndexSize sumOf(const std::vector<IndexSize>& sizes);  // without a name
+
+}  // namespace siftwell
