@@ -149,10 +149,10 @@ TEST_F(ProgramTest, JsonHoldsWhatIsDocumented) {
     using Fields = std::map<std::string, nlohmann::json>;
     const Lines results = found({"banana"});
     ASSERT_THAT(results, SizeIs(1));
-    EXPECT_THAT(results[0].get<Fields>(),
-                UnorderedElementsAre(Key("url"), Key("title"), Key("score"), Key("date"),
-                                     Key("source"), Key("indexer"), Key("cachePath"),
-                                     Key("snippet")));
+    EXPECT_THAT(
+        results[0].get<Fields>(),
+        UnorderedElementsAre(Key("url"), Key("title"), Key("score"), Key("date"), Key("source"),
+                             Key("indexer"), Key("cachePath"), Key("snippet")));
     EXPECT_EQ(results[0]["url"], "file://" + m_home.file("notes/a.html"));
     EXPECT_EQ(results[0]["source"], "notes");
     EXPECT_EQ(results[0]["indexer"], "LocalFiles");
