@@ -196,7 +196,7 @@ bool MaintenanceCommands::isScanOver(milliseconds waited) const {
     return waited >= kWaitForDownloads || !m_surroundings.retriever.isAtWorkForSource(std::nullopt);
 }
 
-void MaintenanceCommands::work(Work task, Then then) {
+void MaintenanceCommands::work(Work task, const Then& then) {
     auto run = [this, task = std::move(task), then, self = std::weak_ptr(m_self)] {
         nameThisThread("maintenance");
         const Status status = task();

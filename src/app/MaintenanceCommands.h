@@ -77,7 +77,7 @@ private:
     Status beginWork(Access access, Work work);
     void waitForScan(std::chrono::milliseconds waited, const std::function<void()>& command);
     bool isScanOver(std::chrono::milliseconds waited) const;
-    void work(Work work, Then then);
+    void work(Work work, const Then& then);
     void clearThenEnd();
     void resetScanDates();
     void addRebuildItem(const std::string& path);

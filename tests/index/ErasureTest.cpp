@@ -99,19 +99,22 @@ TEST_F(ErasureTest, TheLastPageOfAnIndexLeavesNothingEither) {
 // A page that a database has filled and emptied may keep bytes of what stood there.
 TEST_F(ErasureTest, RecordsThatWereMovedWithinTheirFileLeaveNothing) {
     std::minstd_rand random(7);
-    constexpr int kPages = 600;
+    constexpr int kPages = 2500;
     const auto address = [](int i) { return "http://h/" + std::to_string(100000 + i) + "/"; };
     for (int i = 0; i < kPages; ++i) {
-        add(address(i), "word", "Pages", 1000, std::string(20U << random() % 8, 't'));
+        AddRequest page = request(address(i), "word");
+        page.cachePath = std::string(20U << random() % 10, 'p');
+        store().addDataToIndex(std::move(page));
     }
     std::vector<std::string> gone;
     for (int i = 0; i < kPages; ++i) {
         if (random() % 3 != 0) gone.push_back(address(i));
     }
-    std::vector<Url> marked;
-    for (const std::string& page : gone) marked.push_back(url(page));
-    for (int i = 0; i < 5; ++i) {
-        store().removeURLFromIndex({marked.begin() + i * 60, marked.begin() + (i + 1) * 60});
+    std::shuffle(gone.begin(), gone.end(), random);
+    for (std::size_t i = 0; i + 1 < gone.size(); i += 50) {
+        for (std::size_t j = i; j < std::min(i + 50, gone.size() - 1); ++j) {
+            store().removeURLFromIndex({url(gone[j])});
+        }
         store().flush();
         EXPECT_TRUE(store().compactIndex());
     }
