@@ -177,6 +177,7 @@ std::string escapedInDump(std::string_view text) {
 
 Status removeFromDump(const std::string& path, const std::vector<std::string>& addresses) {
     std::vector<std::string> escaped;
+    escaped.reserve(addresses.size());
     for (const std::string& address : addresses) escaped.push_back(escapedInDump(address));
     FilePieces pieces(path, "</DL>\n", kPieceBytes);
     FileReplacement kept(path);
