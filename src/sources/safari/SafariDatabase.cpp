@@ -42,7 +42,7 @@ std::shared_ptr<PLSqliteDatabase> openInPlace(const std::string& path,
                                               std::chrono::milliseconds time) {
     const std::string file = resolvingSymbolicLinks(path);
     const bool isAtRest = hasMergedLog(file);
-    const auto database = PLSqliteDatabase::databaseWithPath(
+    auto database = PLSqliteDatabase::databaseWithPath(
         isAtRest ? Url::fromFilePath(file).absoluteString() + "?immutable=1" : file);
     const int asUri = isAtRest ? PLSqliteDatabase::kPathIsUri : 0;
     if (!database->openWithFlags(PLSqliteDatabase::kReadOnly | asUri)) return nullptr;
