@@ -1,9 +1,7 @@
 #include "cli/Arguments.h"
 
-#include <charconv>
-#include <system_error>
-
 #include "base/Clock.h"
+#include "text/WholeNumber.h"
 
 namespace siftwell {
 
@@ -70,12 +68,12 @@ CLI::callback_t dateReader(Date& date, DayEdge edge) {
 CLI::callback_t countReader(std::size_t& count) {
     return [&count](const CLI::results_t& values) {
         const std::string& text = values.front();
-        const char* const end = text.data() + text.size();
-        const auto [stop, error] = std::from_chars(text.data(), end, count);
-        if (error != std::errc() || stop != end) {
+        const auto number = wholeNumberIn<std::size_t>(text);
+        if (!number) {
             throw CLI::ValidationError(
                 filledIn(_("\"%@\" is no number: use 20, or 0 for all."), unmarked(text)));
         }
+        count = *number;
         return true;
     };
 }

@@ -1,15 +1,14 @@
 #include "cli/Values.h"
 
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <nlohmann/json.hpp>
-#include <system_error>
 
 #include "base/Translate.h"
 #include "text/Ascii.h"
 #include "text/Utf8.h"
 #include "text/Utf8Prefix.h"
+#include "text/WholeNumber.h"
 
 namespace siftwell {
 
@@ -26,11 +25,8 @@ std::optional<PropertyList> booleanIn(const std::string& text) {
 
 template <typename Number>
 std::optional<PropertyList> numberIn(const std::string& text) {
-    Number number{};
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end) return std::nullopt;
-    return PropertyList(number);
+    const auto number = wholeNumberIn<Number>(text);
+    return number ? std::optional(PropertyList(*number)) : std::nullopt;
 }
 
 std::optional<PropertyList> realIn(const std::string& text) {

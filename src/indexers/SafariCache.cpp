@@ -1,6 +1,5 @@
 #include "indexers/SafariCache.h"
 
-#include <charconv>
 #include <utility>
 
 #include "base/Files.h"
@@ -10,6 +9,7 @@
 #include "sources/archives/ArchivedResponse.h"
 #include "sources/safari/SafariCacheDatabase.h"
 #include "sources/safari/SafariDatabase.h"
+#include "text/WholeNumber.h"
 
 namespace siftwell {
 
@@ -26,13 +26,6 @@ bool isDatabase(const std::string& path) {
 bool isPassedOver(const std::string& path) {
     return lastPathComponent(path) == "SafeBrowsing.db" ||
            path.find("/Extensions/") != std::string::npos;
-}
-
-std::optional<std::int64_t> numberIn(std::string_view text) {
-    std::int64_t number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [last, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && last == end ? std::optional(number) : std::nullopt;
 }
 
 // The last of that number; none when the database cannot be opened or read.
@@ -140,7 +133,8 @@ std::optional<CachedURLResponse> SafariCache::responseAt(const std::string& obje
         const auto bytes = bytesOfCachedFile(objectPath);
         return bytes ? cachedResponseForData(*bytes, objectPath) : std::nullopt;
     }
-    const auto entryID = numberIn(std::string_view(objectPath).substr(end + kEntryID.size()));
+    const auto entryID =
+        wholeNumberIn<std::int64_t>(std::string_view(objectPath).substr(end + kEntryID.size()));
     return entryID ? entryIn(objectPath.substr(0, end), *entryID) : std::nullopt;
 }
 

@@ -1,9 +1,9 @@
 #include "text/HttpResponseHead.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include "text/Ascii.h"
+#include "text/WholeNumber.h"
 
 namespace siftwell {
 
@@ -14,14 +14,6 @@ std::string_view trimmed(std::string_view text) {
     const std::size_t begin = text.find_first_not_of(kBlanks);
     if (begin == std::string_view::npos) return {};
     return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
-}
-
-template <typename Number>
-std::optional<Number> numberIn(std::string_view text) {
-    Number number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return number;
 }
 
 std::string_view unquoted(std::string_view value) {
@@ -80,7 +72,7 @@ void HttpResponseHead::begin(std::string_view statusLine) {
     *this = {};
     const std::size_t blank = statusLine.find(' ');
     if (blank == std::string_view::npos) return;
-    m_status = numberIn<int>(statusLine.substr(blank + 1, 3)).value_or(0);
+    m_status = wholeNumberIn<int>(statusLine.substr(blank + 1, 3)).value_or(0);
 }
 
 void HttpResponseHead::addField(std::string_view name, std::string_view value) {
@@ -90,7 +82,7 @@ void HttpResponseHead::addField(std::string_view name, std::string_view value) {
     if (field == "transfer-encoding") addCodings(value, m_transferCodings);
     if (field == "content-range") m_hasContentRange = true;
     if (field == "www-authenticate" || field == "proxy-authenticate") m_hasChallenge = true;
-    if (field == "content-length") m_length = numberIn<std::int64_t>(value);
+    if (field == "content-length") m_length = wholeNumberIn<std::int64_t>(value);
     if (field == "content-type") m_contentType = value;
 }
 

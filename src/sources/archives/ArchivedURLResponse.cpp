@@ -1,12 +1,12 @@
 #include "sources/archives/ArchivedURLResponse.h"
 
 #include <algorithm>
-#include <charconv>
 #include <span>
 
 #include "sources/archives/ArchivedValues.h"
 #include "text/Ascii.h"
 #include "text/Utf8.h"
+#include "text/WholeNumber.h"
 
 namespace siftwell {
 
@@ -41,12 +41,8 @@ std::optional<std::string> characterSetIn(std::string_view contentType) {
 }
 
 std::optional<std::int64_t> lengthIn(std::string_view text) {
-    text = trimmingWhiteSpace(text);
-    std::int64_t length = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, length);
-    return error == std::errc() && stop == end && length >= 0 ? std::optional(length)
-                                                              : std::nullopt;
+    const auto length = wholeNumberIn<std::int64_t>(trimmingWhiteSpace(text));
+    return length && *length >= 0 ? length : std::nullopt;
 }
 
 // Puts a response together from the values of an object.

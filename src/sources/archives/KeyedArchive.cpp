@@ -3,13 +3,13 @@
 #include <plist/plist.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <limits>
 #include <map>
 
 #include "base/PropertyListFormat.h"
 #include "text/Utf8.h"
+#include "text/WholeNumber.h"
 
 namespace siftwell {
 
@@ -130,10 +130,7 @@ ArchivedValue simpleValueOf(plist_t node) {
 std::size_t numberIn(std::string_view key) {
     constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
     if (!key.starts_with('$')) return kNone;
-    std::size_t number = 0;
-    const char* const end = key.data() + key.size();
-    const auto [stop, error] = std::from_chars(key.data() + 1, end, number);
-    return error == std::errc() && stop == end ? number : kNone;
+    return wholeNumberIn<std::size_t>(key.substr(1)).value_or(kNone);
 }
 
 class KeyedArchiveReader {

@@ -1,11 +1,11 @@
 #include "sources/browsers/BookmarkTree.h"
 
-#include <charconv>
 #include <nlohmann/json.hpp>
 #include <vector>
 
 #include "base/Translate.h"
 #include "sources/Addresses.h"
+#include "text/WholeNumber.h"
 
 namespace siftwell {
 
@@ -93,12 +93,8 @@ private:
     }
 
     void takeDate(const std::string& text) {
-        std::int64_t units = 0;
-        const char* end = text.data() + text.size();
-        const auto [stop, error] = std::from_chars(text.data(), end, units);
-        if (error == std::errc() && stop == end) {
-            m_open.back().entry.date = m_names.dates.date(units);
-        }
+        const auto units = wholeNumberIn<std::int64_t>(text);
+        if (units) m_open.back().entry.date = m_names.dates.date(*units);
     }
 
     bool handOver(Level level) {

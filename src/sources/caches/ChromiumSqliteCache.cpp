@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdio>
 
 #include "base/Translate.h"
 #include "sources/caches/CacheFolder.h"
 #include "sources/caches/CachedResponse.h"
 #include "sources/caches/ChromiumResponse.h"
+#include "text/WholeNumber.h"
 
 namespace siftwell {
 
@@ -19,11 +19,8 @@ constexpr std::size_t kDatabaseDigits = 3;
 
 template <typename Number>
 std::optional<Number> numberIn(std::string_view digits) {
-    Number number = 0;
-    const char* const end = digits.data() + digits.size();
-    const auto [last, error] = std::from_chars(digits.data(), end, number);
-    if (error != std::errc() || last != end || number < 0) return std::nullopt;
-    return number;
+    const auto number = wholeNumberIn<Number>(digits);
+    return number && *number >= 0 ? number : std::nullopt;
 }
 
 std::optional<std::uint16_t> numberOfDatabase(std::string_view name) {
