@@ -4,13 +4,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 
 #include "base/Files.h"
 #include "base/Translate.h"
 #include "fulltext/ByteSearch.h"
 #include "fulltext/DocumentRecord.h"
 #include "index/IndexDump.h"
+#include "index/IndexFiles.h"
 #include "index/IndexNaming.h"
 
 namespace siftwell {
@@ -47,19 +47,6 @@ bool isLeftOver(const std::string& path) {
     const std::string extension = pathExtension(withoutSqliteEnding(name));
     if (name.starts_with('.') && extension == "new") return true;
     return extension != "data" && isExtensionBesideIndexes(extension);
-}
-
-std::vector<std::string> filesBelow(const std::string& folder) {
-    std::vector<std::string> paths;
-    std::error_code error;
-    std::filesystem::recursive_directory_iterator entry(
-        folder, std::filesystem::directory_options::skip_permission_denied, error);
-    for (; !error && entry != std::filesystem::recursive_directory_iterator();
-         entry.increment(error)) {
-        std::error_code ignored;
-        if (entry->is_regular_file(ignored)) paths.push_back(entry->path().string());
-    }
-    return paths;
 }
 
 Status deleteFile(const std::string& path) {
@@ -134,7 +121,7 @@ void Erasure::eraseBeside(const std::string& folder, const Traces& traces) const
             inUse.insert(path);
         }
     }
-    for (const std::string& path : filesBelow(folder)) {
+    for (const std::string& path : regularFilesBelow(folder)) {
         if (inUse.contains(path)) continue;
         if (isLeftOver(path) && traces.isBeside(path)) {
             report(deleteFile(path));

@@ -1,4 +1,4 @@
-// IndexFiles: which files of the index folder may be indexes.
+// IndexFiles: the files of the index folder, and which of them may be indexes.
 //
 // Threads: any.
 #pragma once
@@ -13,8 +13,10 @@ struct IndexFile {
     std::string path;
 };
 
-// In the order of their paths. Links to folders are not followed; what stands beside indexes is
-// left out.
+// The paths of all plain files. Links to folders are not followed.
+std::vector<std::string> regularFilesBelow(const std::string& folder);
+
+// In the order of their paths, without what stands beside indexes.
 std::vector<IndexFile> indexFilesBelow(const std::string& folder);
 
 }  // namespace siftwell
