@@ -17,11 +17,11 @@
 #include <fstream>
 #include <string_view>
 
-#include "app/Session.h"
 #include "base/Log.h"
 #include "base/PropertyListFormat.h"
 #include "indexers/Indexers.h"
 #include "sqlite/PLSqliteDatabase.h"
+#include "support/BenchSession.h"
 #include "support/Memory.h"
 #include "support/TemporaryFolder.h"
 
@@ -60,25 +60,11 @@ template <typename Retriever>
 class Run {
 public:
     Run() {
-        m_paths.indexerTool = Paths::ofThisUser().indexerTool;
-        auto session = Session::open(m_paths, Session::Purpose::Writing, *m_loop);
-        if (!session) {
-            std::fprintf(stderr, "%s\n", session.status().message().c_str());
-            std::exit(1);
-        }
-        m_session = *std::move(session);
-        m_session->waitUntilIndexingIsEnabled();
         m_retriever = std::make_unique<Retriever>(DocumentRetriever::Surroundings{
             m_session->indexes(), m_session->notifier(), m_session->centre(), m_session->settings(),
-            *m_loop, m_session->clock(), m_session->network(),
+            m_session.loop(), m_session->clock(), m_session->network(),
             std::make_shared<RouteReachability>(), nullptr});
     }
-    ~Run() {
-        m_retriever.reset();
-        static_cast<void>(m_session->close());
-    }
-    Run(const Run&) = delete;
-    Run& operator=(const Run&) = delete;
 
     // Seconds for one scan.
     double scan(const std::string& indexer, const std::string& path) {
@@ -87,26 +73,18 @@ public:
         const auto start = Clock::now();
         makeIndexer(indexer,
                     {m_session->indexes(), *m_retriever, m_session->notifier(),
-                     m_session->settings(), m_paths, m_session->clock(), m_locks},
+                     m_session->settings(), m_session->paths(), m_session->clock(), m_locks},
                     item)
             ->performIndexingScan();
         const double seconds = secondsSince(start);
-        m_loop->turn(std::chrono::milliseconds(0));
+        m_session.loop().turn(std::chrono::milliseconds(0));
         return seconds;
     }
     const Retriever& retriever() const { return *m_retriever; }
     std::int64_t documents() { return m_session->indexes().documentCount(); }
 
 private:
-    const TemporaryFolder m_home;
-    Paths m_paths{.settingsFile = m_home.file("settings.plist"),
-                  .oldIndexFolder = m_home.file("old"),
-                  .applicationData = m_home.file("data"),
-                  .stateFolder = m_home.file("state"),
-                  .resourceFolder = "",
-                  .indexerTool = ""};
-    const std::unique_ptr<RunLoop> m_loop = makeHeadlessRunLoop();
-    std::unique_ptr<Session> m_session;
+    BenchSession m_session;
     std::unique_ptr<Retriever> m_retriever;
     IndexerLocks m_locks;
 };

@@ -17,8 +17,8 @@
 #include <fstream>
 #include <string_view>
 
-#include "app/Session.h"
 #include "base/Log.h"
+#include "support/BenchSession.h"
 #include "support/HttpSite.h"
 #include "support/Memory.h"
 #include "support/Pages.h"
@@ -74,20 +74,9 @@ private:
 class Run {
 public:
     Run() {
-        auto session = Session::open(m_paths, Session::Purpose::Writing, *m_loop);
-        if (!session) {
-            std::fprintf(stderr, "%s\n", session.status().message().c_str());
-            std::exit(1);
-        }
-        m_session = *std::move(session);
         m_session->settings().set("URLFilters", PropertyList::Array());
-        m_session->waitUntilIndexingIsEnabled();
         m_session->indexes().applyPreferences();
     }
-    ~Run() { static_cast<void>(m_session->close()); }
-    Run(const Run&) = delete;
-    Run& operator=(const Run&) = delete;
-
     void queue(const Url& url) {
         m_session->indexes().addToPendingDocumentCount(1);
         m_session->retriever().indexDocument(url, m_session->clock().now(), std::nullopt, "Pages",
@@ -98,21 +87,15 @@ public:
     double finish() {
         DocumentRetriever& retriever = m_session->retriever();
         const auto start = Clock::now();
-        m_loop->turnUntil([&retriever] { return !retriever.isAtWorkForSource(std::nullopt); },
-                          std::chrono::hours(1));
+        m_session.loop().turnUntil(
+            [&retriever] { return !retriever.isAtWorkForSource(std::nullopt); },
+            std::chrono::hours(1));
         return std::chrono::duration<double>(Clock::now() - start).count();
     }
     std::int64_t documents() { return m_session->indexes().documentCount(); }
 
 private:
-    const TemporaryFolder m_home;
-    const Paths m_paths{.settingsFile = m_home.file("settings.plist"),
-                        .oldIndexFolder = m_home.file("old"),
-                        .applicationData = m_home.file("data"),
-                        .stateFolder = m_home.file("state"),
-                        .resourceFolder = ""};
-    const std::unique_ptr<RunLoop> m_loop = makeHeadlessRunLoop();
-    std::unique_ptr<Session> m_session;
+    BenchSession m_session;
 };
 
 void report(const char* what, std::size_t asked, std::int64_t added, double seconds) {

@@ -18,10 +18,10 @@
 
 #include "Corpus.h"
 #include "Table.h"
-#include "app/Session.h"
 #include "base/Log.h"
 #include "fulltext/Search.h"
 #include "records/URLFilter.h"
+#include "support/BenchSession.h"
 #include "support/Memory.h"
 #include "support/TemporaryFolder.h"
 
@@ -77,22 +77,9 @@ private:
 
 class Store {
 public:
-    Store() { m_paths.indexerTool = Paths::ofThisUser().indexerTool; }
-    ~Store() { close(); }
-    Store(const Store&) = delete;
-    Store& operator=(const Store&) = delete;
-
-    void open() {
-        auto session = Session::open(m_paths, Session::Purpose::Writing, *m_loop);
-        if (!session) fail(session.status().message());
-        m_session = *std::move(session);
-        m_session->waitUntilIndexingIsEnabled();
-    }
-    void close() {
-        if (m_session != nullptr && !m_session->close().isOk()) fail("the store was not closed");
-        m_session.reset();
-    }
-    Session& session() { return *m_session; }
+    void open() { m_session.open(); }
+    void close() { m_session.close(); }
+    Settings& settings() { return m_session->settings(); }
     IndexController& indexes() { return m_session->indexes(); }
 
     // Seconds for what is done on a thread of its own while the main thread serves its loop.
@@ -112,20 +99,12 @@ public:
     void serve(milliseconds time) {
         const auto end = SteadyClock::now() + time;
         do {
-            m_loop->turn(milliseconds(1));
+            m_session.loop().turn(milliseconds(1));
         } while (SteadyClock::now() < end);
     }
 
 private:
-    const TemporaryFolder m_home;
-    Paths m_paths{.settingsFile = m_home.file("settings.plist"),
-                  .oldIndexFolder = m_home.file("old"),
-                  .applicationData = m_home.file("data"),
-                  .stateFolder = m_home.file("state"),
-                  .resourceFolder = "",
-                  .indexerTool = ""};
-    const std::unique_ptr<RunLoop> m_loop = makeHeadlessRunLoop();
-    std::unique_ptr<Session> m_session;
+    BenchSession m_session;
 };
 
 class StoreBench {
@@ -171,7 +150,6 @@ private:
     }
 
     void build() {
-        m_store.open();
         const double seconds = m_store.timeOf([this] {
             for (std::size_t i = 0; i < m_documents; ++i) {
                 m_store.indexes().addDataToIndex(request(i));
@@ -271,7 +249,7 @@ private:
     }
 
     void filter() {
-        Settings& settings = m_store.session().settings();
+        Settings& settings = m_store.settings();
         auto filters = urlFiltersIn(settings.array("URLFilters"));
         const std::size_t ofOthers = filters.size();
         filters.push_back({.String = "www.example7.org/"});
