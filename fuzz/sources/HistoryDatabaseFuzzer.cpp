@@ -2,9 +2,9 @@
 // what is handed over is an address within its bounds; of a visit, later than was asked for.
 
 #include <array>
-#include <filesystem>
 #include <utility>
 
+#include "InputDatabase.h"
 #include "Require.h"
 #include "base/Log.h"
 #include "sources/browsers/ChromeHistory.h"
@@ -13,7 +13,6 @@
 #include "sources/browsers/FirefoxHistory.h"
 #include "sources/browsers/GnomeWebHistory.h"
 #include "sources/browsers/QutebrowserHistory.h"
-#include "support/TemporaryFolder.h"
 
 namespace {
 
@@ -48,13 +47,10 @@ public:
     }
 
     void run(Reader reader, std::string_view bytes) {
-        const std::string path = m_folder.write("copy", bytes);
+        const fuzz::InputDatabase input(m_folder, bytes);
         // Far less than what a fuzzer takes for an endless loop.
-        auto database = BrowserDatabase::open(path, path, std::chrono::seconds(2));
+        auto database = BrowserDatabase::open(input.path(), input.path(), std::chrono::seconds(2));
         if (database) reader(*database, kAfter, take).isOk();
-        for (const char* beside : {"-wal", "-shm", "-journal"}) {
-            std::filesystem::remove(path + beside);
-        }
     }
 
 private:

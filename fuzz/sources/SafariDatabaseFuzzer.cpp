@@ -3,15 +3,14 @@
 // outside of the cache's folder.
 
 #include <array>
-#include <filesystem>
 
+#include "InputDatabase.h"
 #include "Require.h"
 #include "base/Exception.h"
 #include "base/Log.h"
 #include "sources/safari/SafariCacheDatabase.h"
 #include "sources/safari/SafariDatabase.h"
 #include "sources/safari/SafariHistoryDatabase.h"
-#include "support/TemporaryFolder.h"
 
 namespace {
 
@@ -52,16 +51,13 @@ public:
     }
 
     void run(decltype(&readHistory) reader, std::string_view bytes) {
-        const std::string path = m_folder.write("input", bytes);
+        const fuzz::InputDatabase input(m_folder, bytes);
         // Far less than what a fuzzer takes for an endless loop.
-        const auto database = openInPlace(path, std::chrono::seconds(2));
+        const auto database = openInPlace(input.path(), std::chrono::seconds(2));
         if (database == nullptr) return;
         try {
             reader(*database, m_folder.path());
         } catch (const NamedException&) {
-        }
-        for (const char* beside : {"-wal", "-shm", "-journal"}) {
-            std::filesystem::remove(path + beside);
         }
     }
 
