@@ -52,7 +52,8 @@ public:
         std::uint64_t ended = 0;             // commands that came to their end since the start
         std::optional<double> percent{};     // done of the one that runs, where that is known
         Status result{};                     // of the last one
-        std::vector<std::string> removed{};  // addresses that the last one took out of the index
+        std::size_t removedCount = 0;        // pages that it took out of the index,
+        std::vector<std::string> removed{};  // and, where it was told which, their addresses
     };
 
     virtual ~Driver() = default;

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <exception>
 #include <system_error>
 #include <utility>
 
@@ -31,6 +32,14 @@ std::vector<Url> urlsIn(const std::vector<std::string>& texts) {
 std::string globallyUniqueString(Date now) {
     return filledIn("%d-%d", std::int64_t{getpid()},
                     static_cast<std::int64_t>(now.secondsSinceUnix() * 1000));
+}
+
+Status statusOf(const std::function<Status()>& task) {
+    try {
+        return task();
+    } catch (const std::exception& exception) {
+        return {StatusCode::Failed, exception.what()};
+    }
 }
 
 }  // namespace
@@ -119,14 +128,18 @@ Status MaintenanceCommands::dumpIndex(const std::string& path) {
 }
 
 Status MaintenanceCommands::applyFilters() {
-    return begin(Access::Alone, [this] {
+    const auto count = std::make_shared<std::size_t>(0);
+    return begin(Access::Alone, [this, count] {
         m_isFiltering = true;
         work(
-            [this] {
-                m_indexes.filterDocuments();
+            [this, count] {
+                *count = m_indexes.filterDocuments();
                 return Status();
             },
-            [this](const Status& status) { end(status); });
+            [this, count](const Status& status) {
+                m_state.removedCount = *count;
+                end(status);
+            });
     });
 }
 
@@ -139,6 +152,7 @@ Status MaintenanceCommands::eraseFromIndex(const std::vector<std::string>& urls)
                 return Status();
             },
             [this, removed](const Status& status) {
+                m_state.removedCount = removed->size();
                 for (const Url& url : *removed) m_state.removed.push_back(url.absoluteString());
                 end(status);
             });
@@ -199,7 +213,7 @@ bool MaintenanceCommands::isScanOver(milliseconds waited) const {
 void MaintenanceCommands::work(Work task, const Then& then) {
     auto run = [this, task = std::move(task), then, self = std::weak_ptr(m_self)] {
         nameThisThread("maintenance");
-        const Status status = task();
+        const Status status = statusOf(task);
         m_surroundings.mainLoop.post([self, status, then] {
             if (!self.expired()) then(status);
         });
@@ -233,14 +247,18 @@ Driver::MaintenanceState MaintenanceCommands::state() const {
 }
 
 bool MaintenanceCommands::stop(milliseconds longest) {
-    if (m_timer != 0) {
-        m_surroundings.mainLoop.cancelTimer(std::exchange(m_timer, 0));
-        end({StatusCode::Busy, _("Siftwell ends.")});
-    }
-    const bool isEnded =
-        m_surroundings.mainLoop.turnUntil([this] { return !m_state.isRunning; }, longest);
+    const auto isOver = [this] {
+        if (m_timer != 0) giveUpWaiting();
+        return !m_state.isRunning;
+    };
+    const bool isEnded = m_surroundings.mainLoop.turnUntil(isOver, longest);
     if (!isEnded && m_thread.joinable()) m_thread.detach();
     return isEnded;
+}
+
+void MaintenanceCommands::giveUpWaiting() {
+    m_surroundings.mainLoop.cancelTimer(std::exchange(m_timer, 0));
+    end({StatusCode::Busy, _("Siftwell ends.")});
 }
 
 }  // namespace siftwell

@@ -83,6 +83,7 @@ private:
     void addRebuildItem(const std::string& path);
     void end(const Status& status);
     void enterAlone();
+    void giveUpWaiting();
 
     const Surroundings m_surroundings;
     IndexController& m_indexes;

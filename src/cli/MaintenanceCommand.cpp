@@ -128,14 +128,11 @@ ExitStatus runApplyFilters(const CommandContext& context) {
     letSignalsEndTheProgram();
     return runThroughDriver(context, [&](const ReachedCopy& reached) {
         MaintenanceWatch watch(reached, context);
-        const auto before = reached.copy.driver().scanState();
         const ExitStatus result =
             watch.run(_("Filtering"), [](Driver& driver) { return driver.applyFilters(); });
-        const auto after = reached.copy.driver().scanState();
-        if (result == ExitStatus::Done && before && after) {
-            const auto removed = std::max<std::int64_t>(0, before->documents - after->documents);
-            context.console.message(filledIn(_("%@ taken out of the index."),
-                                             pageCount(static_cast<std::uint64_t>(removed))));
+        if (result == ExitStatus::Done) {
+            context.console.message(
+                filledIn(_("%@ taken out of the index."), pageCount(watch.removedCount())));
         }
         return result;
     });

@@ -23,7 +23,8 @@ public:
     // Starts the command and follows it; says what became of it when that is no success.
     ExitStatus run(const std::string& progress, const Start& start);
 
-    // Whether the command took the page out of an index.
+    // What the command took out of the index.
+    std::size_t removedCount() const { return m_state.removedCount; }
     bool hasRemoved(const Url& url) const;
 
 private:

@@ -61,7 +61,6 @@ TEST_F(MaintenanceCommandsTest, AScanThatHangsIsWaitedForSomeTime) {
     EXPECT_TRUE(store().indexingEnabled());
 
     EXPECT_TRUE(commands().compactIndex().isOk());
-    m_loop.turn(std::chrono::milliseconds(0));
     EXPECT_TRUE(commands().stop(std::chrono::seconds(1)));
     EXPECT_TRUE(store().indexingEnabled());
     cycle().releaseScanLock();

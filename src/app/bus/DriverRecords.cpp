@@ -81,6 +81,7 @@ PropertyList::Dictionary dictionaryOf(const Driver::MaintenanceState& state) {
         {"ended", static_cast<std::int64_t>(state.ended)},
         {"code", std::string(nameOf(state.result.code()))},
         {"message", state.result.message()},
+        {"removedCount", static_cast<std::int64_t>(state.removedCount)},
         {"removed", PropertyList::Array(state.removed.begin(), state.removed.end())}};
     if (state.percent) dictionary["percent"] = *state.percent;
     return dictionary;
@@ -90,7 +91,8 @@ Driver::MaintenanceState maintenanceStateIn(const PropertyList::Dictionary& dict
     Driver::MaintenanceState state{.isRunning = booleanFor(dictionary, "isRunning"),
                                    .ended = countFor(dictionary, "ended"),
                                    .result = {statusCodeNamed(stringFor(dictionary, "code")),
-                                              stringFor(dictionary, "message")}};
+                                              stringFor(dictionary, "message")},
+                                   .removedCount = countFor(dictionary, "removedCount")};
     if (const PropertyList* percent = find(dictionary, "percent")) {
         state.percent = percent->asRealLenient();
     }

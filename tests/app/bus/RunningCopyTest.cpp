@@ -126,11 +126,11 @@ TEST_F(RunningCopyTest, AnswersArriveAsTheyWereGiven) {
     const std::vector<std::string> urls = {"http://a/", "", "b"};
     EXPECT_EQ(*asked([&](Driver& copy) { return copy.removeFromIndex(urls); }), 3U);
     EXPECT_EQ(m_driver.removed, urls);
-    m_driver.maintenance = {true, 2, 37.5, Status(StatusCode::Busy, "Not now."), {"http://a/"}};
+    m_driver.maintenance = {true, 2, 37.5, Status(StatusCode::Busy, "Not now."), 5, {"http://a/"}};
     EXPECT_TRUE(asked([](Driver& copy) { return copy.eraseFromIndex({"c"}); }).isOk());
     EXPECT_THAT(m_driver.removed, ElementsAre("c"));
     const auto state = *asked([](Driver& copy) { return copy.maintenanceState(); });
-    EXPECT_THAT(state, FieldsAre(true, 2, 37.5, _, ElementsAre("http://a/")));
+    EXPECT_THAT(state, FieldsAre(true, 2, 37.5, _, 5, ElementsAre("http://a/")));
     EXPECT_EQ(state.result.code(), StatusCode::Busy);
     EXPECT_EQ(state.result.message(), "Not now.");
 }
