@@ -9,8 +9,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     target_compile_options(siftwell_options INTERFACE -Wthread-safety)
 endif()
 target_compile_definitions(siftwell_options INTERFACE
-    SIFTWELL_VERSION="${PROJECT_VERSION}"
-    SIFTWELL_DATA_DIR="${PROJECT_SOURCE_DIR}/data")
+    SIFTWELL_VERSION="${PROJECT_VERSION}")
 target_link_libraries(siftwell_options INTERFACE Threads::Threads)
 
 # A fault of the processor may be thrown as an exception (base/Faults.h) where all code expects one
@@ -42,7 +41,9 @@ endif()
 
 find_program(CCACHE ccache)
 if(CCACHE)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+    # Headers that are compiled in advance are compared by what they hold.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
 endif()
 
 # siftwell_floor(NAME SOURCES file... USES floor... LIBRARIES target...)

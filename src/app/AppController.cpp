@@ -19,6 +19,12 @@ namespace {
 
 constexpr std::chrono::milliseconds kTimeToEnd(1000);
 
+Status noWindows() {
+    return {StatusCode::Failed,
+            _("The running copy of Siftwell has no windows. End it with siftwell quit, then start "
+              "siftwell-gui.")};
+}
+
 // A page may stand in several indexes, from each of which it is to go.
 bool removeEverywhere(IndexController& indexes, const Url& url) {
     bool isRemoved = false;
@@ -38,6 +44,7 @@ AppController::AppController(const Surroundings& surroundings)
       m_errorLog(m_session.centre(), m_session.paths().stateFolder),
       m_indexes(m_session.indexes()),
       m_retriever(m_session.retriever()),
+      m_makeIndexer(surroundings.makeIndexer ? surroundings.makeIndexer : ownIndexers()),
       m_network(m_session.clock()),
       m_updater({.settings = m_session.settings(),
                  .centre = m_session.centre(),
@@ -56,7 +63,7 @@ AppController::AppController(const Surroundings& surroundings)
                .clock = m_session.clock(),
                .alerts = surroundings.alerts,
                .network = m_network,
-               .makeIndexer = surroundings.makeIndexer ? surroundings.makeIndexer : ownIndexers(),
+               .makeIndexer = m_makeIndexer,
                .cacheScans = m_indexerLocks.cacheScans,
                // A command ends before an answer comes.
                .checkForUpdate =
@@ -337,8 +344,20 @@ Status AppController::searchService(const std::string& text) {
         return {StatusCode::Invalid,
                 _("Error: Nothing to search for.  Please select some text and try again.")};
     }
-    return {StatusCode::Failed,
-            _("There is no search window in this version. Use the command siftwell search.")};
+    if (m_windows == nullptr) return noWindows();
+    return m_windows->searchFor(text);
+}
+
+Status AppController::showWindow() {
+    if (m_windows == nullptr) return noWindows();
+    m_windows->showSearch();
+    return {};
+}
+
+Status AppController::toggleWindow() {
+    if (m_windows == nullptr) return noWindows();
+    m_windows->toggle();
+    return {};
 }
 
 Status AppController::quit() {

@@ -17,6 +17,7 @@
 #include "app/MaintenanceCommands.h"
 #include "app/NetworkActivity.h"
 #include "app/PreferenceCommands.h"
+#include "app/ProgramWindows.h"
 #include "app/ScanCycle.h"
 #include "app/Session.h"
 #include "app/SleepWatch.h"
@@ -55,6 +56,12 @@ public:
     void enableIndexing();
     void disableIndexing();
 
+    // The windows of a program that has some; null when they go.
+    void setWindows(ProgramWindows* windows) { m_windows = windows; }
+
+    // What reads the sources, for whoever wants a page's bytes from one. Any thread.
+    const IndexerFactory& indexerFactory() const { return m_makeIndexer; }
+
     std::optional<SearchItem> runningSearchItemForProcess(const std::string& processName) const;
 
     Status startScan(ScanScope scope) override;
@@ -81,6 +88,8 @@ public:
     Status removeSetting(const std::string& key) override;
     Result<PropertyList::Dictionary> status() override;
     Status searchService(const std::string& text) override;
+    Status showWindow() override;
+    Status toggleWindow() override;
     Status quit() override;
 
 private:
@@ -100,6 +109,8 @@ private:
     IndexController& m_indexes;
     DocumentRetriever& m_retriever;
     IndexerLocks m_indexerLocks;
+    const IndexerFactory m_makeIndexer;
+    ProgramWindows* m_windows = nullptr;
     NetworkActivity m_network;
     VLUpdater m_updater;
     PreferenceCommands m_preferences;

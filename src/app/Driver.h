@@ -114,8 +114,11 @@ public:
     // "networkDown", "nextScan" (a date).
     virtual Result<PropertyList::Dictionary> status() = 0;
 
+    // The windows, where the copy has some; Failed otherwise. An empty text is Invalid.
     virtual Status searchService(const std::string& text) = 0;
-    virtual Status quit() = 0;  // returns at once
+    virtual Status showWindow() = 0;
+    virtual Status toggleWindow() = 0;  // to the front, or away from there
+    virtual Status quit() = 0;          // returns at once
 };
 
 }  // namespace siftwell

@@ -1,6 +1,5 @@
 #include "app/Resident.h"
 
-#include <chrono>
 #include <csignal>
 #include <utility>
 
@@ -27,7 +26,6 @@ Resident::Resident(const Surroundings& surroundings, std::unique_ptr<Session> se
                                       .sleepWatch = &m_sleepWatch,
                                       .quit = [this] { quit(); }})) {
     serveOnBus();
-    m_controller->applicationDidFinishLaunching();
 }
 
 void Resident::serveOnBus() {
@@ -48,11 +46,12 @@ void Resident::serveOnBus() {
 }
 
 void Resident::run() {
+    RunLoop& mainLoop = m_surroundings.mainLoop;
     for (const int signal : {SIGINT, SIGTERM}) {
-        m_surroundings.mainLoop.watchSignal(signal,
-                                            [isQuitting = m_isQuitting] { *isQuitting = true; });
+        mainLoop.watchSignal(signal, [&mainLoop] { mainLoop.stop(); });
     }
-    while (!*m_isQuitting) m_surroundings.mainLoop.turn(std::chrono::hours(1));
+    m_controller->applicationDidFinishLaunching();
+    mainLoop.run();
 }
 
 ProgramEnd Resident::close() {

@@ -35,9 +35,12 @@ public:
 
     ~Resident();
 
-    // Serves the main loop until the program is to end.
+    AppController& controller() { return *m_controller; }
+    Session& session() { return *m_session; }
+
+    // Begins with the scans and serves the main loop until the program is to end.
     void run();
-    void quit() { *m_isQuitting = true; }
+    void quit() { m_surroundings.mainLoop.stop(); }
 
     // Writes and lets go of everything.
     ProgramEnd close();
@@ -52,8 +55,6 @@ private:
     std::unique_ptr<Session> m_session;
     std::unique_ptr<AppController> m_controller;
     std::unique_ptr<BusServices> m_services;  // null without a session bus
-    // Shared with what the main loop keeps for longer than this object lasts.
-    const std::shared_ptr<bool> m_isQuitting = std::make_shared<bool>(false);
 };
 
 }  // namespace siftwell

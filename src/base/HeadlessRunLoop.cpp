@@ -93,6 +93,12 @@ public:
         runQueuedTasks();
     }
 
+    void run() override {
+        while (!m_isStopped) turn(std::chrono::hours(1));
+    }
+
+    void stop() override { m_isStopped = true; }
+
     bool isOwnedByThisThread() const override { return std::this_thread::get_id() == m_owner; }
 
 private:
@@ -171,6 +177,7 @@ private:
     std::vector<SourceHandle> m_signalSources;
     std::map<TimerID, Timer> m_timers;
     TimerID m_lastTimer = 0;
+    bool m_isStopped = false;
 
     Mutex m_mutex;
     std::deque<Task> m_queue SW_GUARDED_BY(m_mutex);

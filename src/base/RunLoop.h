@@ -2,7 +2,7 @@
 //
 // Threads: `post` and `wake` from any; everything else on the thread that owns the loop. Handlers
 // of the underlying event source only queue; `turn` runs what is queued outside of their dispatch,
-// so a task may turn the loop again.
+// so a task may turn the loop again. Turns leave a user's input alone: it waits for `run`.
 #pragma once
 
 #include <chrono>
@@ -32,6 +32,11 @@ public:
 
     // Runs what is ready; when nothing is, waits for it, at most so long.
     virtual void turn(std::chrono::milliseconds longestWait) = 0;
+
+    // Serves the loop as the program's own, a user's input to its windows included, until it is told
+    // to stop: in a later turn, or before it was begun.
+    virtual void run() = 0;
+    virtual void stop() = 0;
 
     // Turns until `isDone` holds (asked after every turn) or the time is over; the last answer.
     bool turnUntil(const std::function<bool()>& isDone, std::chrono::milliseconds longest);

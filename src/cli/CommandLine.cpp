@@ -15,8 +15,10 @@ namespace {
 
 constexpr int kOutputVersion = 1;  // of what --json prints
 
-// What a person who starts the program for the first time needs to know.
+// Windows where there can be some; elsewhere what a person needs to know who starts the program for
+// the first time.
 ExitStatus greet(const CommandContext& context) {
+    if (canShowWindows()) return runWindow(context);
     context.console.print(
         _("Siftwell remembers the text of pages and finds them again by the words on them."));
     context.console.print("");
@@ -36,10 +38,6 @@ ExitStatus greet(const CommandContext& context) {
 
 std::string explanationOf(const std::vector<std::string>& unknown) {
     const std::string argument = unmarked(unknown.front());
-    // What the documentation promises and this version does not have yet.
-    if (argument == "toggle") {
-        return filledIn(_("\"%@\" is not part of this version yet."), argument);
-    }
     return filledIn(argument.starts_with('-') ? _("There is no option \"%@\" here.")
                                               : _("There is no command \"%@\"."),
                     argument);

@@ -44,6 +44,16 @@ struct RunOptions {
 };
 ExitStatus runResident(const RunOptions& options, const CommandContext& context);
 
+// Whether there is a display, and the program with windows beside this one.
+bool canShowWindows();
+// Opens the search window: the running copy's, or else by becoming the program with windows.
+ExitStatus runWindow(const CommandContext& context);
+
+struct ToggleOptions {
+    std::vector<std::string> words;  // to be searched for; none: only the windows come or go
+};
+ExitStatus runToggle(const ToggleOptions& options, const CommandContext& context);
+
 struct ScanOptions {
     bool isOffline = false;
 };

@@ -25,14 +25,6 @@ std::size_t terminalWidth(int descriptor) {
     return isKnown ? size.ws_col : 80;
 }
 
-// Control characters, other line ends, and what turns the direction of the text around it, so that
-// one address would read like another.
-bool isUnprintable(char32_t character) {
-    return character < 0x20 || (character >= 0x7F && character < 0xA0) ||
-           (character >= 0x2028 && character <= 0x202E) ||
-           (character >= 0x2066 && character <= 0x2069);
-}
-
 void write(FILE* file, std::string_view text) { std::fwrite(text.data(), 1, text.size(), file); }
 
 sigset_t endingSignals() {
@@ -162,21 +154,6 @@ std::string progressBar(std::uint64_t done, std::uint64_t of) {
     std::snprintf(percent.data(), percent.size(), "%3u%%", static_cast<unsigned>(hundredths));
     return "[" + std::string(filled, '#') + std::string(kWidth - filled, '-') + "] " +
            percent.data();
-}
-
-std::string printable(std::string_view text) {
-    std::string result;
-    const std::string repaired = repairedUtf8(text);
-    for (std::size_t at = 0; at < repaired.size();) {
-        const Utf8Character next = utf8CharacterAt(repaired, at);
-        if (isUnprintable(next.character)) {
-            result += ' ';
-        } else {
-            result.append(repaired, at, next.bytes);
-        }
-        at += next.bytes;
-    }
-    return result;
 }
 
 }  // namespace siftwell

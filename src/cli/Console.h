@@ -10,6 +10,7 @@
 
 #include "base/Alerts.h"
 #include "base/Status.h"
+#include "text/Printable.h"  // whoever prints what comes from outside needs it
 
 namespace siftwell {
 
@@ -59,8 +60,5 @@ std::string humanBytes(std::uint64_t bytes);
 
 // "[####----------------]  20%".
 std::string progressBar(std::uint64_t done, std::uint64_t of);
-
-// The text without what would move a terminal's cursor, change its colours or its direction.
-std::string printable(std::string_view text);
 
 }  // namespace siftwell

@@ -24,6 +24,16 @@ void addRun(CLI::App& program, Command& command) {
     onParsed(run, options, &runResident, command);
 }
 
+void addToggle(CLI::App& program, Command& command) {
+    CLI::App& toggle =
+        *program.add_subcommand("toggle", _("Bring the search window to the front, or hide it"));
+    const auto options = std::make_shared<ToggleOptions>();
+    toggle.add_option("--search", textReader(options->words), _("Search for these there"))
+        ->type_name("WORDS")
+        ->expected(1, -1);
+    onParsed(toggle, options, &runToggle, command);
+}
+
 void addScan(CLI::App& program, Command& command) {
     CLI::App& scan =
         *program.add_subcommand("scan", _("Read what is new in every source that is on"));
@@ -143,6 +153,7 @@ void addQuit(CLI::App& program, Command& command) {
 
 void addWritingCommands(CLI::App& program, Command& command) {
     addRun(program, command);
+    addToggle(program, command);
     addScan(program, command);
     addAdd(program, command);
     addRemove(program, command);

@@ -16,8 +16,7 @@ std::optional<Url> urlOf(const ResultRow& row) {
 
 bool openInBrowser(const ResultRow& row, Desktop& desktop) {
     const auto url = urlOf(row);
-    if (url) desktop.open(*url);
-    return url.has_value();
+    return url && desktop.open(*url);
 }
 
 bool copyURL(const ResultRow& row, Desktop& desktop) {

@@ -15,7 +15,8 @@ class Desktop {
 public:
     virtual ~Desktop() = default;
 
-    virtual void open(const Url& url) = 0;  // in whatever opens addresses of its kind
+    // In whatever opens addresses of its kind; whether there is something.
+    virtual bool open(const Url& url) = 0;
     virtual void copy(const Url& url, const std::string& text) = 0;  // to the clipboard, as both
 };
 

@@ -33,7 +33,6 @@ protected:
 TEST_F(ProgramTest, WrongUseIsExplainedAndEndsWith2) {
     const std::vector<std::pair<Arguments, std::string>> uses = {
         {{"frobnicate"}, "There is no command \"frobnicate\"."},
-        {{"toggle"}, "\"toggle\" is not part of this version yet."},
         {{"search"}, "WORDS is missing."},
         {{"add"}, "PATH is missing."},
         {{"remove"}, "URL is missing."},

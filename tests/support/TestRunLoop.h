@@ -47,6 +47,12 @@ public:
         task();
     }
 
+    void run() override {
+        while (!m_isStopped) turn(std::chrono::hours(1));
+    }
+
+    void stop() override { m_isStopped = true; }
+
     bool isOwnedByThisThread() const override { return std::this_thread::get_id() == m_owner; }
 
     // Runs what is posted, and what that posts, without moving the clock.
@@ -84,6 +90,7 @@ private:
     std::map<TimerID, Timer> m_timers;
     std::map<int, Task> m_signals;
     TimerID m_lastTimer = 0;
+    bool m_isStopped = false;
     Mutex m_mutex;
     std::deque<Task> m_queue SW_GUARDED_BY(m_mutex);
 };

@@ -118,6 +118,8 @@ void BusServices::addScans() {
     m_driver.addMethod("status", {}, [&driver] { return driver.status(); });
     m_driver.addMethod("searchService", {"text"},
                        [&driver](Text text) { return driver.searchService(text); });
+    m_driver.addMethod("showWindow", {}, [&driver] { return driver.showWindow(); });
+    m_driver.addMethod("toggleWindow", {}, [&driver] { return driver.toggleWindow(); });
     m_driver.addMethod("quit", {}, [&driver] { return driver.quit(); });
     m_driver.addMethod("runningSearchItemForProcess", {"process"},
                        [this](Text process) -> Result<Dictionary> {

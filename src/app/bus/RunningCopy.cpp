@@ -278,6 +278,10 @@ Result<PropertyList::Dictionary> RunningCopy::status() {
 
 Status RunningCopy::searchService(const std::string& text) { return tell("searchService", text); }
 
+Status RunningCopy::showWindow() { return tell("showWindow"); }
+
+Status RunningCopy::toggleWindow() { return tell("toggleWindow"); }
+
 Status RunningCopy::quit() { return tell("quit"); }
 
 }  // namespace siftwell

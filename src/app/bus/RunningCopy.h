@@ -61,6 +61,8 @@ public:
     Status removeSetting(const std::string& key) override;
     Result<PropertyList::Dictionary> status() override;
     Status searchService(const std::string& text) override;
+    Status showWindow() override;
+    Status toggleWindow() override;
     Status quit() override;
 
     // Until the other copy has left the bus, or the bus has gone, or the time is over; whether it

@@ -61,6 +61,8 @@ public:
 
     Result<PropertyList::Dictionary> status() override { return answered(statusAnswer); }
     Status searchService(const std::string& text) override { return note("search " + text); }
+    Status showWindow() override { return note("show"); }
+    Status toggleWindow() override { return note("toggle"); }
     Status quit() override {
         if (onQuit) onQuit();
         return note("quit");
