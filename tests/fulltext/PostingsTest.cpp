@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <deque>
+#include <random>
 
 #include "Oracle.h"
 #include "fulltext/BitPacking.h"
@@ -20,6 +21,34 @@ struct Posting {
 
 constexpr DocumentID kFirst = 1000;
 constexpr DocumentID kSpan = 200000;
+
+// As the format says it, a number at a time.
+std::uint64_t unpackedSlowly(const std::string& bytes, unsigned width,
+                             std::vector<std::uint32_t>& numbers) {
+    std::uint64_t number = numbers.front();
+    for (std::size_t i = 1; i < numbers.size(); ++i) {
+        const std::size_t bit = (i - 1) * width;
+        const auto word = loadNumber<std::uint64_t>(bytes.data() + bit / 8) >> (bit % 8);
+        number += (word & ((std::uint64_t{1} << width) - 1)) + 1;
+        numbers[i] = static_cast<std::uint32_t>(number);
+    }
+    return number;
+}
+
+TEST(BitPackingTest, DistancesOfEveryWidthAndNumberAreUnpackedAlike) {
+    std::mt19937_64 random(7);
+    for (int round = 0; round < 20'000; ++round) {
+        const auto width = static_cast<unsigned>(random() % 32);
+        std::vector<std::uint32_t> numbers(1 + random() % 128,
+                                           static_cast<std::uint32_t>(random()));
+        std::vector<std::uint32_t> expected = numbers;
+        std::string bytes(packedBytes(numbers.size() - 1, width) + kReadSlack, '\0');
+        for (char& byte : bytes) byte = static_cast<char>(random());
+        ASSERT_EQ(unpackRising(bytes.data(), width, numbers),
+                  unpackedSlowly(bytes, width, expected));
+        ASSERT_EQ(numbers, expected) << "width " << width;
+    }
+}
 
 class PostingsTest : public testing::Test {
 protected:
