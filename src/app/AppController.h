@@ -59,6 +59,11 @@ public:
     // The windows of a program that has some; null when they go.
     void setWindows(ProgramWindows* windows) { m_windows = windows; }
 
+    // Whether this copy knows where to look for newer versions.
+    bool canCheckForUpdate() const { return m_updater.canCheck(); }
+    // Looks at once. What is found is told by "SiftwellUpdateAvailableNotification".
+    void checkForUpdate() { m_updater.checkNow(); }
+
     // What reads the sources, for whoever wants a page's bytes from one. Any thread.
     const IndexerFactory& indexerFactory() const { return m_makeIndexer; }
 

@@ -4,6 +4,8 @@
 // Threads: main.
 #pragma once
 
+#include <memory>
+
 #include "app/AppController.h"
 #include "app/ProgramWindows.h"
 #include "app/Session.h"
@@ -11,6 +13,10 @@
 #include "ui/Program.h"
 
 namespace siftwell {
+
+class GlobalHotKey;
+class PrefsWindow;
+class TrayIcon;
 
 class WindowSet : public Commands, public ProgramWindows {
 public:
@@ -53,6 +59,9 @@ public:
 
 private:
     Program m_program;
+    std::unique_ptr<GlobalHotKey> m_hotKey;
+    std::unique_ptr<TrayIcon> m_trayIcon;
+    std::unique_ptr<PrefsWindow> m_preferences;
 };
 
 }  // namespace siftwell

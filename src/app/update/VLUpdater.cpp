@@ -111,7 +111,11 @@ void VLUpdater::autoConfigure() {
 }
 
 void VLUpdater::checkForUpdate() {
-    if (m_feed && m_version && m_load == nullptr && isDue()) start();
+    if (isDue()) checkNow();
+}
+
+void VLUpdater::checkNow() {
+    if (canCheck() && m_load == nullptr) start();
 }
 
 // A last look that lies ahead is one from before the clock was set.

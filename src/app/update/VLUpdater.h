@@ -56,6 +56,10 @@ public:
 
     // Looks when that is due. Returns at once.
     void checkForUpdate();
+    // Whether there is an address to look at.
+    bool canCheck() const { return m_feed && m_version; }
+    // Looks whether that is due or not.
+    void checkNow();
     bool isChecking() const { return m_load != nullptr; }
 
 private:

@@ -1,0 +1,52 @@
+// PortalHotKeyGrab: a key that the desktop gives through its portal (GlobalShortcuts), which is the
+// way under Wayland. The desktop may ask the user, and may give another key than was wished for.
+//
+// Threads: main; nothing here waits for the bus.
+// Errors: what the desktop refuses, and a bus or portal that is not there.
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QObject>
+#include <QVariantMap>
+
+#include "ui/desktop/HotKeyGrab.h"
+
+namespace siftwell {
+
+class PortalHotKeyGrab : public QObject, public HotKeyGrab {
+    Q_OBJECT
+
+public:
+    // Whether the desktop has such a portal; asks the bus, which may wait up to a second.
+    static bool isPossible(const QDBusConnection& bus);
+
+    PortalHotKeyGrab(const QDBusConnection& bus, Handlers handlers);
+    ~PortalHotKeyGrab() override;
+
+    void grab(const HotKey& key) override;
+    void release() override;
+
+private Q_SLOTS:
+    void sessionAnswered(uint response, const QVariantMap& results);
+    void shortcutsAnswered(uint response, const QVariantMap& results);
+    void activated(const QDBusObjectPath& session, const QString& shortcut, qulonglong time,
+                   const QVariantMap& options);
+
+private:
+    // A token for the next request, whose answer goes to the slot.
+    QString expectAnswer(const char* slot);
+    void call(const QString& method, const QVariantList& arguments);
+    void createSession();
+    void bindShortcut();
+    void fail(const std::string& reason);
+
+    QDBusConnection m_bus;
+    const Handlers m_handlers;
+    HotKey m_key;
+    QString m_session;
+    QString m_request;  // whose answer is waited for
+    int m_requests = 0;
+};
+
+}  // namespace siftwell

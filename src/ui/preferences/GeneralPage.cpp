@@ -1,0 +1,91 @@
+#include "ui/preferences/GeneralPage.h"
+
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QPushButton>
+#include <QSystemTrayIcon>
+#include <QVBoxLayout>
+
+#include "ui/Text.h"
+
+namespace siftwell {
+
+namespace {
+
+constexpr int kMostDays = 36'500;
+constexpr double kMostMinutes = 10'080;  // a week
+constexpr int kMostDownloads = 16;
+
+}  // namespace
+
+GeneralPage::GeneralPage(const Program& program, PrefsEdits& edits)
+    : m_program(program), m_controls(edits) {
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(makeIndexing());
+    layout->addWidget(makeWindows());
+    layout->addWidget(makeUpdates());
+    layout->addStretch();
+}
+
+QWidget* GeneralPage::makeIndexing() {
+    auto* group = new QGroupBox(q_("Indexing"));
+    auto* form = new QFormLayout(group);
+    auto* days = m_controls.spinBox("DaysToSearch", 1, kMostDays);
+    days->setSuffix(q_(" days"));
+    form->addRow(q_("&Forget pages after:"), days);
+    form->addRow(explanation(q_("Of sources whose pages are to be forgotten when they are old.")));
+    auto* minutes = m_controls.doubleSpinBox("MinutesBetweenScans", 0, kMostMinutes);
+    minutes->setSuffix(q_(" minutes"));
+    minutes->setSpecialValueText(q_("only when I ask"));
+    form->addRow(q_("&Look for new pages every:"), minutes);
+    form->addRow(q_("Fetch at the &same time:"), [this] {
+        auto* pages = m_controls.spinBox("MaxDownloadThreads", 1, kMostDownloads);
+        pages->setSuffix(q_(" pages"));
+        return pages;
+    }());
+    return group;
+}
+
+QWidget* GeneralPage::makeWindows() {
+    auto* group = new QGroupBox(q_("Windows"));
+    auto* layout = new QVBoxLayout(group);
+    layout->addWidget(m_controls.checkBox(q_("&Open the search window when Siftwell comes forward"),
+                                          "ShowWindowOnActivate"));
+    auto* icon = m_controls.checkBox(q_("Show an &icon in the panel"), "ShowIconInDock");
+    layout->addWidget(icon);
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        layout->addWidget(explanation(q_("This desktop has no panel for icons.")));
+    }
+    layout->addWidget(m_controls.checkBox(q_("Keep the mini search &above other windows"),
+                                          "SearchPaletteFloats"));
+    layout->addWidget(m_controls.checkBox(q_("&Hide the mini search while I use another program"),
+                                          "SearchPaletteHides"));
+    layout->addWidget(m_controls.checkBox(q_("Show the mini search only in front of a &browser"),
+                                          "SearchPaletteOnlyInBrowser"));
+    return group;
+}
+
+QWidget* GeneralPage::makeUpdates() {
+    auto* group = new QGroupBox(q_("Start and updates"));
+    auto* layout = new QVBoxLayout(group);
+    layout->addWidget(m_controls.checkBox(q_("Start Siftwell when I log &in"), "LaunchAtLogin"));
+    auto* check = m_controls.checkBox(q_("Look for &newer versions"), "CheckForUpdates");
+    auto* now = new QPushButton(q_("Look &Now"));
+    connect(now, &QPushButton::clicked, this, [this, now] {
+        m_program.driver.checkForUpdate();
+        now->setEnabled(false);  // the answer is a notice of its own
+    });
+    auto* row = new QHBoxLayout;
+    row->addWidget(check);
+    row->addStretch();
+    row->addWidget(now);
+    layout->addLayout(row);
+    if (!m_program.driver.canCheckForUpdate()) {
+        check->setEnabled(false);
+        now->hide();
+        layout->addWidget(explanation(q_("This copy is kept up to date by your system.")));
+    }
+    return group;
+}
+
+}  // namespace siftwell

@@ -1,0 +1,260 @@
+#include "ui/preferences/PrefsWindow.h"
+
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QProgressBar>
+#include <QScreen>
+#include <QScrollArea>
+#include <QShortcut>
+#include <QVBoxLayout>
+#include <utility>
+
+#include "ui/Text.h"
+#include "ui/desktop/LaunchAtLogin.h"
+
+namespace siftwell {
+
+namespace {
+
+constexpr const char* kFrame = "WindowFrame Preferences";
+constexpr QSize kLeast(520, 660);
+
+// What does not fit a small screen, or large letters, can be scrolled to.
+QScrollArea* scrolled(QWidget* page) {
+    auto* area = new QScrollArea;
+    area->setWidget(page);
+    area->setWidgetResizable(true);
+    area->setFrameShape(QFrame::NoFrame);
+    area->viewport()->setAutoFillBackground(false);
+    page->setAutoFillBackground(false);
+    return area;
+}
+
+// Covers the window while nothing can be done with it.
+class WaitSheet : public QDialog {
+public:
+    explicit WaitSheet(QWidget* parent) : QDialog(parent, Qt::Dialog | Qt::CustomizeWindowHint) {
+        setWindowModality(Qt::WindowModal);
+        auto* bar = new QProgressBar;
+        bar->setRange(0, 0);
+        bar->setAccessibleName(q_("Waiting for the scan to end…"));
+        auto* layout = new QVBoxLayout(this);
+        layout->addWidget(new QLabel(q_("Waiting for the scan to end…")));
+        layout->addWidget(bar);
+    }
+
+protected:
+    void reject() override {}  // the wait cannot be given up
+};
+
+}  // namespace
+
+PrefsWindow::PrefsWindow(const Program& program, const GlobalHotKey* hotKey)
+    : m_program(program),
+      m_edits(program.session),
+      m_tabs(new QTabWidget),
+      m_sources(new SourcesPage(program, m_edits)),
+      m_filters(new FiltersPage(program, m_edits)),
+      m_search(new SearchPage(program, m_edits, hotKey)),
+      m_general(new GeneralPage(program, m_edits)),
+      m_privacy(new PrivacyPage(program, m_edits)) {
+    setWindowTitle(q_("Preferences"));
+    setWindowFlags(Qt::Window);
+    layOut();
+    placeFrame();
+    connect(m_tabs, &QTabWidget::currentChanged, this, [this](int tab) { tabChanged(tab); });
+}
+
+PrefsWindow::~PrefsWindow() {
+    if (!isEditing()) return;
+    m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);
+    commitSettings(false);
+    m_program.driver.enableIndexing();
+}
+
+void PrefsWindow::layOut() {
+    m_tabs->addTab(m_sources, q_("Sources"));
+    m_tabs->addTab(m_filters, q_("Filters"));
+    m_tabs->addTab(scrolled(m_search), q_("Search"));
+    m_tabs->addTab(scrolled(m_general), q_("General"));
+    m_tabs->addTab(scrolled(m_privacy), q_("Privacy"));
+    m_tabs->setAccessibleName(q_("Preferences"));
+    auto* buttons = new QDialogButtonBox;
+    m_confirm = buttons->addButton(q_("OK"), QDialogButtonBox::AcceptRole);
+    buttons->addButton(q_("Cancel"), QDialogButtonBox::RejectRole);
+    connect(buttons, &QDialogButtonBox::accepted, this, [this] { accept(); });
+    connect(buttons, &QDialogButtonBox::rejected, this, [this] { reject(); });
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_tabs, 1);
+    layout->addWidget(buttons);
+    // Return confirms or does nothing; it never presses what has the keyboard by chance.
+    for (QPushButton* each : findChildren<QPushButton*>()) each->setAutoDefault(false);
+    m_confirm->setDefault(true);
+    auto* confirm = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return), this);
+    connect(confirm, &QShortcut::activated, this, [this] { accept(); });
+    auto* closing = new QShortcut(QKeySequence::Close, this);
+    connect(closing, &QShortcut::activated, this, [this] { reject(); });
+}
+
+// At least so large, as far as there is room on the screen; in the middle when it is new.
+void PrefsWindow::placeFrame() {
+    const QRect room = screen()->availableGeometry();
+    const QSize least = kLeast.boundedTo(room.size());
+    setMinimumSize(least);
+    const PropertyList frame = m_program.session.settings().value(kFrame);
+    const bool isKnown = frame.asData() != nullptr &&
+                         restoreGeometry(QByteArray::fromStdString(frame.asData()->bytes));
+    if (isKnown) {
+        resize(size().expandedTo(least));
+        return;
+    }
+    resize(sizeHint().expandedTo(least).boundedTo(room.size()));
+    move(room.center() - rect().center());
+}
+
+// ---- Opening
+
+void PrefsWindow::showWindow(int tab) {
+    m_tabs->setCurrentIndex(tab);
+    if (m_state == State::Closed) {
+        m_state = State::Waiting;
+        m_tabs->setEnabled(false);
+        m_confirm->setEnabled(false);
+        load();
+        show();
+        waitForScan();
+        m_state = State::Editing;
+        if (m_isQuitting) return reject();
+        load();
+        m_tabs->setEnabled(true);
+        m_confirm->setEnabled(true);
+        m_tabs->setFocus();
+    }
+    raise();
+    activateWindow();
+}
+
+void PrefsWindow::waitForScan() {
+    WaitSheet sheet(this);
+    const auto scan = m_program.driver.scanState();
+    if (scan && scan->isScanning) sheet.show();
+    m_program.driver.disableIndexing();
+}
+
+void PrefsWindow::load() {
+    m_edits.load();
+    m_sources->load();
+    m_filters->load();
+    m_search->load();
+    m_general->load();
+    m_privacy->load();
+}
+
+// On that tab Return belongs to the texts.
+void PrefsWindow::tabChanged(int tab) { m_confirm->setDefault(tab != SearchTab); }
+
+// ---- Closing
+
+void PrefsWindow::accept() {
+    if (!isEditing()) return;
+    m_state = State::Ending;
+    if (!mayConfirm()) {
+        m_state = State::Editing;
+        return;
+    }
+    const PrefsEdits::Changes changes = commitSettings(true);
+    closeWindow();
+    if (!changes.concernsScans) return;
+    if (!m_program.driver.startScan(Driver::ScanScope::Everything).isOk()) {
+        static_cast<void>(m_program.driver.startScan(Driver::ScanScope::LocalSources));
+    }
+}
+
+// A field that is being edited gives up the keyboard first, and with it what it holds.
+bool PrefsWindow::mayConfirm() {
+    if (QWidget* edited = focusWidget()) edited->clearFocus();
+    m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);
+    const QString problem = m_sources->problem();
+    if (problem.isEmpty()) return true;
+    m_tabs->setCurrentIndex(SourcesTab);
+    m_program.alerts.ask({.title = problem.toStdString(), .text = "", .buttons = {_("OK")}}, 0);
+    return false;
+}
+
+void PrefsWindow::reject() {
+    if (!isEditing()) return;
+    m_state = State::Ending;
+    m_search->hotkey().takeBack();
+    m_edits.cancel();
+    closeWindow();
+}
+
+void PrefsWindow::closeWindow() {
+    m_program.session.settings().set(kFrame,
+                                     PropertyList::Data{.bytes = saveGeometry().toStdString()});
+    hide();
+    m_state = State::Closed;
+    m_program.driver.enableIndexing();
+}
+
+void PrefsWindow::applicationWillTerminate() {
+    m_isQuitting = true;
+    if (!isEditing()) return;
+    m_state = State::Ending;
+    m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);
+    commitSettings(true);
+    closeWindow();
+}
+
+// ---- Storing
+
+PrefsEdits::Changes PrefsWindow::commitSettings(bool isAsking) {
+    if (isAsking) askAboutLaunch();
+    const bool isFiltering = isAsking && isFilteringWanted();
+    const PrefsEdits::Changes changes = m_edits.confirm();
+    applyLaunch();
+    if (isFiltering) {
+        m_program.session.centre().postMainThreadNotificationName(
+            "SiftwellIndexFilterRequestNotification", {});
+    }
+    return changes;
+}
+
+// Once, and never of those who do not want it.
+void PrefsWindow::askAboutLaunch() {
+    Settings& settings = m_program.session.settings();
+    if (settings.boolean("AskedToLaunchAtLogin")) return;
+    settings.set("AskedToLaunchAtLogin", true);
+    if (!m_edits.boolean("LaunchAtLogin")) return;
+    const std::size_t answer = m_program.alerts.ask(
+        {.title = _("Do you want Siftwell to start whenever you log in?"),
+         .text = _("It then indexes the pages that you visit from the start, in the background."),
+         .buttons = {_("Yes"), _("No")}},
+        0);
+    if (answer != 0) m_edits.set("LaunchAtLogin", false);
+}
+
+bool PrefsWindow::isFilteringWanted() {
+    if (!m_edits.hasNewFilters()) return false;
+    return m_program.alerts.ask(
+               {.title = _("You have added new filtering strings to keep Siftwell from indexing "
+                           "certain URL's."),
+                .text = _("Would you like to check the documents already in your search index and "
+                          "remove pages that have URL's that match your filtering strings?\r\r"
+                          "Depending upon the number of pages in your search index, this could "
+                          "take several minutes."),
+                .buttons = {_("Yes"), _("No")}},
+               1) == 0;
+}
+
+void PrefsWindow::applyLaunch() {
+    const LaunchAtLogin entry(m_program.session.paths());
+    const bool isWanted = m_edits.boolean("LaunchAtLogin");
+    if (!isWanted && !entry.isOn()) return;
+    const Status status = entry.set(isWanted);
+    if (status.isOk()) return;
+    m_program.session.notifier().reportError(
+        _("Siftwell could not change what starts when you log in."), 5, "", status.message());
+}
+
+}  // namespace siftwell
