@@ -42,9 +42,9 @@ void DocumentLister::startLook() {
 
 TaskThread::Done DocumentLister::look(DocumentWalk& walk, const std::stop_token& stop) {
     if (!readAll(walk, stop)) return {};
-    return [show = handOver(walk, stop), stop, this] {
+    handOver(walk, stop);
+    return [this, stop] {
         if (stop.stop_requested()) return;
-        show();
         m_isLooking = false;
         if (m_isLookWanted) startLook();
     };
@@ -56,16 +56,27 @@ bool DocumentLister::readAll(DocumentWalk& walk, const std::stop_token& stop) {
     const auto indexes = m_indexes.indexes();
     walk.look(*indexes);
     while (!stop.stop_requested() && walk.readPiece()) {
-        if (walk.isListDue()) m_thread.post(handOver(walk, stop));
+        if (walk.isListDue()) handOver(walk, stop);
         letSearchesPass(stop);
     }
     return !stop.stop_requested();
 }
 
-TaskThread::Done DocumentLister::handOver(DocumentWalk& walk, const std::stop_token& stop) {
-    return [this, list = walk.list(), stop] {
-        if (!stop.stop_requested()) m_take(list);
-    };
+// What the main thread has not taken yet is replaced.
+void DocumentLister::handOver(DocumentWalk& walk, const std::stop_token& stop) {
+    DocumentListPointer list = walk.list();
+    {
+        MutexLock lock(m_mutex);
+        m_newest.swap(list);
+    }
+    m_thread.post([this, stop] {
+        DocumentListPointer newest;
+        {
+            MutexLock lock(m_mutex);
+            newest.swap(m_newest);
+        }
+        if (newest != nullptr && !stop.stop_requested()) m_take(newest);
+    });
 }
 
 void DocumentLister::letSearchesPass(const std::stop_token& stop) const {

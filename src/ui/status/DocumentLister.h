@@ -10,6 +10,7 @@
 #include <memory>
 #include <stop_token>
 
+#include "base/Mutex.h"
 #include "index/IndexController.h"
 #include "ui/background/TaskThread.h"
 #include "ui/status/DocumentWalk.h"
@@ -33,7 +34,7 @@ private:
     void startLook();
     TaskThread::Done look(DocumentWalk& walk, const std::stop_token& stop);
     bool readAll(DocumentWalk& walk, const std::stop_token& stop);
-    TaskThread::Done handOver(DocumentWalk& walk, const std::stop_token& stop);
+    void handOver(DocumentWalk& walk, const std::stop_token& stop);
     void letSearchesPass(const std::stop_token& stop) const;
 
     IndexController& m_indexes;
@@ -42,6 +43,8 @@ private:
     std::stop_source m_stop;               // of the query
     bool m_isLooking = false;
     bool m_isLookWanted = false;
+    Mutex m_mutex;
+    DocumentListPointer m_newest SW_GUARDED_BY(m_mutex);  // null once it was taken
     TaskThread m_thread;
 };
 

@@ -188,7 +188,7 @@ void IndexStatusWindow::closeEvent(QCloseEvent* event) {
 void IndexStatusWindow::begin() {
     m_lister =
         std::make_unique<DocumentLister>(m_program.session.indexes(), m_program.session.mainLoop(),
-                                         [this](const DocumentListPointer& list) { show(list); });
+                                         [this](const DocumentListPointer& list) { take(list); });
     showSources();
     m_filter->setFocus();
     ask();
@@ -210,7 +210,7 @@ void IndexStatusWindow::ask() {
                         .startOfWeek = startOfWeek()});
 }
 
-void IndexStatusWindow::show(const DocumentListPointer& list) {
+void IndexStatusWindow::take(const DocumentListPointer& list) {
     m_documents->setList(list);
     m_chart->setWeeks(list->weeks);
     if (list->isComplete) {
@@ -236,7 +236,8 @@ void IndexStatusWindow::sayHowMany(const DocumentList& list) {
 }
 
 void IndexStatusWindow::showSources() {
-    m_sources->show(searchItemsIn(m_program.session.settings().array("SearchItems")), m_sizes);
+    m_sources->setSources(searchItemsIn(m_program.session.settings().array("SearchItems")),
+                          m_sizes);
 }
 
 void IndexStatusWindow::setSwitch(const QString& source, bool isOn) {

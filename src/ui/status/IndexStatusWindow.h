@@ -40,7 +40,7 @@ private:
     void begin();
     void end();
     void ask();  // the query as the fields have it
-    void show(const DocumentListPointer& list);
+    void take(const DocumentListPointer& list);
     void sayHowMany(const DocumentList& list);
     void showSources();
     void setSwitch(const QString& source, bool isOn);

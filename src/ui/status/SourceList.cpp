@@ -68,7 +68,8 @@ SourceList::SourceList(QWidget* parent) : QTreeWidget(parent) {
             [this](const QTreeWidgetItem* line) { noteSwitch(*line); });
 }
 
-void SourceList::show(const std::vector<SearchItem>& items, const std::vector<IndexSize>& sizes) {
+void SourceList::setSources(const std::vector<SearchItem>& items,
+                            const std::vector<IndexSize>& sizes) {
     const QScopedValueRollback filling(m_isFilling, true);
     std::map<QString, IndexSize> ofSources = sizesBySource(sizes);
     std::set<QString> shown;

@@ -21,7 +21,7 @@ public:
     explicit SourceList(QWidget* parent = nullptr);
 
     // Those of the list in its order, then what else is in the index. What is selected stays.
-    void show(const std::vector<SearchItem>& items, const std::vector<IndexSize>& sizes);
+    void setSources(const std::vector<SearchItem>& items, const std::vector<IndexSize>& sizes);
 
     std::optional<std::string> selectedSource() const;  // none for all of them
 
