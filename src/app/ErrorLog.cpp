@@ -94,4 +94,10 @@ std::vector<LoggedError> ErrorLog::read(const std::string& stateFolder) {
     return errors;
 }
 
+Status ErrorLog::clear(const std::string& stateFolder) {
+    const std::string file = fileIn(stateFolder);
+    if (unlink(file.c_str()) == 0 || errno == ENOENT) return {};
+    return Status::fromErrno(errno, "delete the file " + file);
+}
+
 }  // namespace siftwell

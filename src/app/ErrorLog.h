@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/NotificationCentre.h"
+#include "base/Status.h"
 
 namespace siftwell {
 
@@ -28,6 +29,8 @@ public:
 
     // What the file holds, oldest first. Lines that cannot be read are left out.
     static std::vector<LoggedError> read(const std::string& stateFolder);
+    // Forgets all of it.
+    static Status clear(const std::string& stateFolder);
 
 private:
     void add(const PropertyList& record);

@@ -7,9 +7,9 @@
 #include "base/Translate.h"
 #include "cli/AddressArgument.h"
 #include "cli/Commands.h"
-#include "cli/IndexSizes.h"
 #include "cli/MaintenanceWatch.h"
 #include "cli/ScanWatch.h"
+#include "index/IndexSizes.h"
 
 namespace siftwell {
 
@@ -18,7 +18,7 @@ namespace {
 // How much there is now; none, explained, when the index cannot be used.
 std::optional<IndexSize> sizeNow(const CommandContext& context) {
     const auto session = Session::open(context.paths, Session::Purpose::Reading, context.mainLoop);
-    if (session) return sumOf(sizesOf((*session)->indexes()));
+    if (session) return sumOf(sizesOf(*(*session)->indexes().indexes()));
     explainFailure(session.status(), context.console);
     return std::nullopt;
 }

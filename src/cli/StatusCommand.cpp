@@ -8,8 +8,8 @@
 #include "base/Translate.h"
 #include "cli/Commands.h"
 #include "cli/ErrorList.h"
-#include "cli/IndexSizes.h"
 #include "cli/JsonLine.h"
+#include "index/IndexSizes.h"
 #include "text/Utf8Prefix.h"
 
 namespace siftwell {
@@ -169,7 +169,7 @@ ExitStatus runStatus(const StatusOptions& options, const CommandContext& context
     auto session = Session::open(context.paths, Session::Purpose::Reading, context.mainLoop);
     if (!session) return explainFailure(session.status(), context.console);
     const ErrorList errors((*session)->centre(), context.console);
-    State state{.lines = sizesOf((*session)->indexes()),
+    State state{.lines = sizesOf(*(*session)->indexes().indexes()),
                 .lastScan = lastScan((*session)->settings()),
                 .other = {},
                 .tool = toolConfinement(context.paths)};

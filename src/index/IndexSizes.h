@@ -1,13 +1,13 @@
 // IndexSizes: how much each index holds.
 //
-// Threads: main.
+// Threads: any. Cost: a look at the folder for each file.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "index/IndexController.h"
+#include "index/IndexSet.h"
 
 namespace siftwell {
 
@@ -16,7 +16,7 @@ struct IndexSize {
     std::uint64_t documents = 0;
     std::uint64_t bytes = 0;  // of all its files
 };
-std::vector<IndexSize> sizesOf(const IndexController& indexes);
+std::vector<IndexSize> sizesOf(const IndexSet::List& indexes);
 
 IndexSize sumOf(const std::vector<IndexSize>& sizes);  // without a name
 

@@ -1,4 +1,4 @@
-#include "cli/IndexSizes.h"
+#include "index/IndexSizes.h"
 
 #include "base/Files.h"
 
@@ -18,10 +18,9 @@ std::uint64_t bytesOf(const OpenIndex& index) {
 
 }  // namespace
 
-std::vector<IndexSize> sizesOf(const IndexController& indexes) {
+std::vector<IndexSize> sizesOf(const IndexSet::List& indexes) {
     std::vector<IndexSize> sizes;
-    const auto list = indexes.indexes();
-    for (const SKIndex& index : *list) {
+    for (const SKIndex& index : indexes) {
         sizes.push_back({index->name, index->index->documentCount(), bytesOf(*index)});
     }
     return sizes;
