@@ -26,6 +26,14 @@ QString reasonOf(const QWebEngineLoadingInfo& info) {
     }
 }
 
+constexpr std::chrono::milliseconds kLongestWayOfDownload(1000);
+
+// The type of a page; "text/xml" as well for one that is shown as text though it is XML.
+const QString kScriptOfType = QStringLiteral(
+    "document.contentType === 'text/plain' &&"
+    " /^\\s*<(\\?xml|rss|feed|rdf)/i.test(document.body.textContent.slice(0, 200))"
+    " ? 'text/xml' : document.contentType");
+
 std::unique_ptr<PreviewBytesHandler> handlerOf(PreviewContent& content) {
     auto* const document = std::get_if<PreviewDocument>(&content);
     return document == nullptr ? nullptr
@@ -60,11 +68,17 @@ void PreviewVisit::watch() {
             });
 }
 
-// A load that turns out to be a download fails as well; the download says why.
 void PreviewVisit::handleLoading(const QWebEngineLoadingInfo& info) {
-    if (info.status() == QWebEngineLoadingInfo::LoadStartedStatus) return;
-    if (info.status() == QWebEngineLoadingInfo::LoadSucceededStatus) return askForType();
-    QTimer::singleShot(0, this, [this, why = reasonOf(info)] { end(Outcome::Failed, why); });
+    switch (info.status()) {
+        case QWebEngineLoadingInfo::LoadStartedStatus:
+            return;
+        case QWebEngineLoadingInfo::LoadSucceededStatus:
+            return askForType();
+        case QWebEngineLoadingInfo::LoadFailedStatus:
+            return end(Outcome::Failed, reasonOf(info));
+        case QWebEngineLoadingInfo::LoadStoppedStatus:  // a download is about to be told of
+            QTimer::singleShot(kLongestWayOfDownload, this, [this] { end(Outcome::Failed); });
+    }
 }
 
 void PreviewVisit::handleDownload(const QString& mimeType) {
@@ -76,7 +90,7 @@ void PreviewVisit::handleDownload(const QString& mimeType) {
 void PreviewVisit::askForType() {
     if (m_copy) return end(Outcome::Shown);
     const QPointer<PreviewVisit> self = this;
-    m_page->runOwnScript(QStringLiteral("document.contentType"), [self](const QVariant& type) {
+    m_page->runOwnScript(kScriptOfType, [self](const QVariant& type) {
         if (!self) return;
         self->end(isFeedType(type.toString().toStdString()) ? Outcome::ShownFeed : Outcome::Shown);
     });
