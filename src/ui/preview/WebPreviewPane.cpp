@@ -66,8 +66,10 @@ WebPreviewPane::~WebPreviewPane() { leave(); }
 void WebPreviewPane::buildTopLine() {
     auto* const line = new QHBoxLayout;
     line->setContentsMargins(8, 8, 8, 8);
+    line->setSpacing(8);
     m_address = new QLineEdit;
     m_address->setReadOnly(true);
+    m_address->setMinimumWidth(fontMetrics().averageCharWidth() * 12);
     m_address->setLayoutDirection(Qt::LeftToRight);
     m_address->setAccessibleName(q_("Address of the page"));
     m_address->setPlaceholderText(q_("No page"));
