@@ -56,6 +56,7 @@ Dictionary scanDefaults() {
 
 Dictionary searchWindowDefaults(Date now) {
     return {{"LoadImages", true},
+            {"PreviewRunsScripts", false},
             {"LiveSearch", 1},
             {"SearchType", "0"},
             {"ContentSearchAppearance", "Standard"},

@@ -1,0 +1,19 @@
+// What the web engine may do for a previewed page, and what it keeps of it: nothing.
+//
+// Threads: main.
+#pragma once
+
+#include <QWebEngineProfile>
+#include <memory>
+
+namespace siftwell {
+
+struct PreviewRights {
+    bool areImagesShown = true;
+    bool areScriptsRun = false;
+};
+
+// Off the record. The engine is started when this is called the first time.
+std::unique_ptr<QWebEngineProfile> makePreviewProfile(const PreviewRights& rights);
+
+}  // namespace siftwell

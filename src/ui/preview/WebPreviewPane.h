@@ -1,0 +1,97 @@
+// WebPreviewPane: the preview, by the web engine, which is started when the first page is shown.
+//
+// The page is a stranger's: see PreviewProfile, PreviewInterceptor and PreviewPage for what it may
+// not do. Its bytes are read on a thread of their own.
+//
+// Threads: main. Errors: what cannot be shown is said in the pane.
+#pragma once
+
+#include <QElapsedTimer>
+#include <QTimer>
+#include <memory>
+
+#include "ui/PreviewPane.h"
+#include "ui/Program.h"
+#include "ui/preview/PreviewVisit.h"
+#include "ui/preview/PreviewWorker.h"
+
+class QLineEdit;
+class QProgressBar;
+class QPushButton;
+class QStackedWidget;
+class QWebEngineView;
+
+namespace siftwell {
+
+class FindBar;
+class PreviewMessage;
+
+class WebPreviewPane : public PreviewPane {
+    Q_OBJECT
+
+public:
+    // What the program has outlives the pane.
+    explicit WebPreviewPane(const Program& program, QWidget* parent = nullptr);
+    ~WebPreviewPane() override;
+
+    void showRow(const ResultRow& row, const std::string& query) override;
+    // Everything that the engine keeps of the page goes, too.
+    void blank() override;
+    QString webURL() const override;
+    void performFindPanelAction(int tag) override;
+
+    // The page that is shown or loaded; null for none.
+    PreviewPage* page();
+
+Q_SIGNALS:
+    // The page or what stands for it is there, its words marked.
+    void settled();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    using Wanted = std::function<std::optional<PreviewContent>(const std::stop_token&)>;
+
+    void buildTopLine();
+    void buildPane();
+    QWebEngineView& view();
+    void setWebURL(const QString& url);
+    void beginWaiting();
+    void endWaiting();
+    void leave();
+
+    // `otherwise` is done when nothing comes.
+    void get(Wanted wanted, std::function<void()> otherwise);
+    void visit(PreviewContent content);
+    void watchVisit(const std::optional<Url>& address);
+    void getFeed(const Url& url, std::function<void()> otherwise);
+    void markWords();
+    void mark(const QString& texts);
+    void fail(const QString& why);
+    void settle();
+
+    void find(const QString& text, bool isBackward);
+    void openLink(const QUrl& url);
+    void showMenu(const QPoint& place);
+
+    Program m_program;
+    QLineEdit* m_address = nullptr;
+    QPushButton* m_findButton = nullptr;
+    QPushButton* m_openButton = nullptr;
+    QProgressBar* m_waiting = nullptr;
+    FindBar* m_findBar = nullptr;
+    QStackedWidget* m_stack = nullptr;
+    QWidget* m_empty = nullptr;
+    PreviewMessage* m_message = nullptr;
+    QWebEngineView* m_view = nullptr;  // null until the first page comes
+    QTimer m_patience;                 // until a page that was left is taken away
+    QElapsedTimer m_lastInput;         // of a person, in the page
+    std::string m_query;
+    int m_load = 0;  // counts what was asked for
+    std::unique_ptr<PreviewVisit> m_visit;
+    PreviewWorker m_worker;
+};
+
+}  // namespace siftwell
