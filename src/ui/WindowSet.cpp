@@ -10,11 +10,16 @@ WindowSet::WindowSet(const Surroundings& surroundings)
 
 WindowSet::~WindowSet() { m_program.driver.setWindows(nullptr); }
 
+SearchWindows& WindowSet::search() {
+    if (m_search == nullptr) m_search = std::make_unique<SearchWindows>(m_program);
+    return *m_search;
+}
+
 void WindowSet::open() {}
-void WindowSet::showSearch() {}
-void WindowSet::toggle() {}
-Status WindowSet::searchFor(const std::string&) { return {}; }
-void WindowSet::showMiniSearch() {}
+void WindowSet::showSearch() { search().show(); }
+void WindowSet::toggle() { search().toggle(); }
+Status WindowSet::searchFor(const std::string& text) { return search().searchFor(text); }
+void WindowSet::showMiniSearch() { search().showMini(); }
 void WindowSet::showIndexStatus() {}
 void WindowSet::showErrors() {}
 void WindowSet::showPreferences(int) {}

@@ -4,11 +4,14 @@
 // Threads: main.
 #pragma once
 
+#include <memory>
+
 #include "app/AppController.h"
 #include "app/ProgramWindows.h"
 #include "app/Session.h"
 #include "ui/Commands.h"
 #include "ui/Program.h"
+#include "ui/search/SearchWindows.h"
 
 namespace siftwell {
 
@@ -52,7 +55,10 @@ public:
     void addProgramMenus(QMenuBar& menus) override;
 
 private:
+    SearchWindows& search();
+
     Program m_program;
+    std::unique_ptr<SearchWindows> m_search;
 };
 
 }  // namespace siftwell
