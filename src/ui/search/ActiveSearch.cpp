@@ -50,7 +50,7 @@ ContentSearchController::Surroundings ActiveSearch::surroundings() {
 }
 
 std::string ActiveSearch::fieldText() const {
-    const bool isMini = m_miniField && m_miniField->isVisible();
+    const bool isMini = m_miniField && m_miniField->window()->isVisible();
     const QLineEdit* field = isMini ? m_miniField : m_mainField;
     return field ? field->text().trimmed().toStdString() : m_controller.searchQuery();
 }

@@ -15,7 +15,7 @@ namespace siftwell {
 
 // What rows are compared by: the number first, then the text.
 struct ResultModel::Key {
-    std::uint64_t number;
+    std::array<std::uint64_t, 2> number;
     std::string_view text;
     Place place;
 };
@@ -29,13 +29,14 @@ std::uint64_t ordered(double value) {
     return (bits & kSign) != 0 ? ~bits : bits | kSign;
 }
 
-// The first bytes, so that most texts are told apart by a number.
-std::uint64_t ordered(std::string_view text) {
-    std::uint64_t number = 0;
-    for (std::size_t i = 0; i < 8; ++i) {
-        number = number << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
+// The first bytes, so that most texts are told apart by numbers.
+std::array<std::uint64_t, 2> ordered(std::string_view text) {
+    std::array<std::uint64_t, 2> numbers{};
+    for (std::size_t i = 0; i < 16; ++i) {
+        numbers[i / 8] =
+            numbers[i / 8] << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
     }
-    return number;
+    return numbers;
 }
 
 // Addresses are sorted by their hosts, however these are reached.
@@ -75,11 +76,11 @@ ResultModel::Key ResultModel::keyOf(Place place) const {
         case SourceColumn:
             return byText(row.source);
         case DateColumn:
-            return {ordered(row.moment.value_or(Date::distantPast()).secondsSinceReference()),
+            return {{ordered(row.moment.value_or(Date::distantPast()).secondsSinceReference()), 0},
                     {},
                     place};
         default:
-            return {ordered(static_cast<double>(row.score)), {}, place};
+            return {{ordered(static_cast<double>(row.score)), 0}, {}, place};
     }
 }
 

@@ -58,6 +58,7 @@ void ResultModelTest::selectionAndPlaceStayWhileBatchesArrive() {
     view.resize(400, 300);
     view.show();
     model.append(rows(300, 1), 2e6F);
+    QCoreApplication::processEvents();
     view.selectRowAt(200);
     const QString selected = titles(model).split(QStringLiteral(" Title "))[200];
     const int top = view.visualRect(view.currentIndex()).top();

@@ -57,6 +57,7 @@ public:
     // Types the text and presses Return; true when no more rows will come.
     bool search(const QString& text) {
         window().field().showText(text);
+        window().field().setFocus();
         QTest::keyClick(&window().field(), Qt::Key_Return);
         return rest();
     }

@@ -17,7 +17,7 @@ void SearchWindowTest::wordsFindPagesAndTheEndClearsTheStatus() {
     QVERIFY(!m_f->window().isEmptyPageShown());
     QVERIFY(m_f->search(QStringLiteral("banana7")));
     QCOMPARE(m_f->rowCount(), 1);
-    QCOMPARE(m_f->title(0), QStringLiteral("Title 7"));
+    QVERIFY(m_f->title(0).endsWith(QStringLiteral("Title 7")));
     QCOMPARE(m_f->program.settings().strings("RecentSearches").front(), std::string("banana7"));
 }
 
@@ -116,6 +116,7 @@ void SearchWindowTest::removingAPageTakesItsRowEvenWhenTheIndexHasItNoMore() {
         static_cast<ResultModel*>(m_f->window().view().model())->rowAt(1).url;
     QVERIFY(m_f->program.driver().removeFromIndex({address}).value() == 1);
     const QString next = m_f->title(2);
+    m_f->window().view().setFocus();
     QTest::keyClick(&m_f->window().view(), Qt::Key_Delete);
     QCOMPARE(m_f->rowCount(), 2);
     QCOMPARE(m_f->title(m_f->window().view().selectedRow()), next);
@@ -143,9 +144,9 @@ void SearchWindowTest::keysLeadFromTheFieldToTheRowsAndBack() {
     QTest::keyClick(&m_f->window().field(), Qt::Key_Down);
     QTest::keyClick(&view, Qt::Key_F3);
     QCOMPARE(m_f->preview->finds, QList<int>{2});
+    const QString number = m_f->title(0).right(1);
     QTest::keyClick(&view, Qt::Key_M, Qt::ControlModifier);
-    QCOMPARE(m_f->window().field().text(),
-             QStringLiteral("host") + m_f->title(0).right(1) + QStringLiteral(".example"));
+    QCOMPARE(m_f->window().field().text(), QStringLiteral("host%1.example").arg(number));
 }
 
 void SearchWindowTest::escapeClearsTheFieldThenClosesTheWindow() {
