@@ -1,12 +1,5 @@
 #include "ui/WindowSet.h"
 
-#include <QApplication>
-
-#include "ui/desktop/ApplicationIcon.h"
-#include "ui/desktop/GlobalHotKey.h"
-#include "ui/desktop/TrayIcon.h"
-#include "ui/preferences/PrefsWindow.h"
-
 namespace siftwell {
 
 WindowSet::WindowSet(const Surroundings& surroundings)
@@ -17,24 +10,19 @@ WindowSet::WindowSet(const Surroundings& surroundings)
 
 WindowSet::~WindowSet() { m_program.driver.setWindows(nullptr); }
 
-void WindowSet::open() {
-    QApplication::setWindowIcon(applicationIcon());
-    m_hotKey = std::make_unique<GlobalHotKey>(m_program.session.settings(),
-                                              m_program.session.centre(), [this] { toggle(); });
-    m_trayIcon = std::make_unique<TrayIcon>(m_program, *m_hotKey);
+SearchWindows& WindowSet::search() {
+    if (m_search == nullptr) m_search = std::make_unique<SearchWindows>(m_program);
+    return *m_search;
 }
-void WindowSet::showSearch() {}
-void WindowSet::toggle() {}
-Status WindowSet::searchFor(const std::string&) { return {}; }
-void WindowSet::showMiniSearch() {}
+
+void WindowSet::open() {}
+void WindowSet::showSearch() { search().show(); }
+void WindowSet::toggle() { search().toggle(); }
+Status WindowSet::searchFor(const std::string& text) { return search().searchFor(text); }
+void WindowSet::showMiniSearch() { search().showMini(); }
 void WindowSet::showIndexStatus() {}
 void WindowSet::showErrors() {}
-void WindowSet::showPreferences(int tab) {
-    if (m_preferences == nullptr) {
-        m_preferences = std::make_unique<PrefsWindow>(m_program, m_hotKey.get());
-    }
-    m_preferences->showWindow(tab);
-}
+void WindowSet::showPreferences(int) {}
 void WindowSet::showAbout() {}
 void WindowSet::showFirstRun() {}
 void WindowSet::addToIndex(const QStringList&) {}
@@ -44,10 +32,7 @@ void WindowSet::rebuildIndex(QWidget*) {}
 void WindowSet::compactIndex(QWidget*) {}
 void WindowSet::dumpIndex(QWidget*, bool) {}
 void WindowSet::goToURL(int) {}
-void WindowSet::quit() {
-    if (m_preferences != nullptr) m_preferences->applicationWillTerminate();
-    static_cast<void>(m_program.driver.quit());
-}
+void WindowSet::quit() { static_cast<void>(m_program.driver.quit()); }
 void WindowSet::addProgramMenus(QMenuBar&) {}
 
 }  // namespace siftwell

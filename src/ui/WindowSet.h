@@ -11,12 +11,9 @@
 #include "app/Session.h"
 #include "ui/Commands.h"
 #include "ui/Program.h"
+#include "ui/search/SearchWindows.h"
 
 namespace siftwell {
-
-class GlobalHotKey;
-class PrefsWindow;
-class TrayIcon;
 
 class WindowSet : public Commands, public ProgramWindows {
 public:
@@ -58,10 +55,10 @@ public:
     void addProgramMenus(QMenuBar& menus) override;
 
 private:
+    SearchWindows& search();
+
     Program m_program;
-    std::unique_ptr<GlobalHotKey> m_hotKey;
-    std::unique_ptr<TrayIcon> m_trayIcon;
-    std::unique_ptr<PrefsWindow> m_preferences;
+    std::unique_ptr<SearchWindows> m_search;
 };
 
 }  // namespace siftwell

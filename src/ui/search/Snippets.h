@@ -1,0 +1,71 @@
+// Snippets: what the pages say around the words that were looked for, for the rows in sight.
+//
+// They are read from the indexes by a thread of their own: the last that was asked for comes first,
+// and what was asked for too long ago is dropped, to be asked for again when it is in sight again.
+//
+// Threads: main; the thread is the class's own. Errors: a page that is gone says nothing.
+#pragma once
+
+#include <QObject>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <thread>
+
+#include "base/Mutex.h"
+#include "search/Snippet.h"
+
+namespace siftwell {
+
+class Snippets : public QObject {
+    Q_OBJECT
+
+public:
+    explicit Snippets(QObject* parent = nullptr);
+    ~Snippets() override;
+
+    // For the rows of a new search; the old ones are forgotten. `query` in the engine's language.
+    void begin(const std::string& query, const std::set<std::string>& stopWords);
+    // As wide as they shall be. Others are made where the width changes much.
+    void setColumns(std::size_t columns);
+
+    // The row's, or null until `changed` is told.
+    const Snippet* find(const FoundRow& row);
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    using Key = std::pair<const OpenIndex*, fulltext::DocumentID>;
+    struct Wish {
+        std::uint64_t generation;
+        Key key;
+        FoundRow row;
+        std::size_t columns;
+        std::shared_ptr<const SnippetMaker> maker;
+    };
+    static constexpr std::size_t kMostWishes = 64;
+    static constexpr std::size_t kMostKept = 1000;
+
+    void forget();
+    void serve(const std::stop_token& stop);
+    bool take(Wish& wish, const std::stop_token& stop);
+    void keep(const Wish& wish, Snippet snippet);
+
+    std::shared_ptr<const SnippetMaker> m_maker;
+    std::uint64_t m_generation = 0;
+    std::size_t m_columns = 100;
+    std::map<Key, Snippet> m_kept;
+    std::set<Key> m_wished;
+
+    Mutex m_mutex;
+    Condition m_work;
+    std::deque<Wish> m_wishes SW_GUARDED_BY(m_mutex);
+    std::jthread m_thread;
+};
+
+}  // namespace siftwell
