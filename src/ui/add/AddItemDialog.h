@@ -1,0 +1,61 @@
+// AddItemDialog: asks what to add to the index, and adds it.
+//
+// What several files were dropped for is asked once for all of them.
+//
+// Threads: main. Errors: shown in the dialog, which stays open with what could not be added.
+#pragma once
+
+#include <QComboBox>
+#include <QDialog>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QRadioButton>
+
+#include "app/Driver.h"
+#include "ui/Program.h"
+
+namespace siftwell {
+
+class AddItemDialog : public QDialog {
+    Q_OBJECT
+
+public:
+    // With addresses and files that were dropped somewhere.
+    AddItemDialog(const Program& program, const QStringList& targets, QWidget* parent = nullptr);
+
+    void accept() override;
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    void arrange();
+    QWidget* makeTargetField();
+    QWidget* makeFileQuestion();
+    void fillIndexers();
+    void setTargets(const QStringList& targets);
+    QStringList targets() const;
+    void browse(bool isFolder);
+    void update();  // to what is to be added
+    void sayWhatIsWrong(const QString& text);
+
+    Driver::FileUse fileUse() const;
+    std::optional<std::string> indexer() const;
+    Status add(const QString& target, bool isLast);
+
+    const Program m_program;
+    QLineEdit* const m_target = new QLineEdit(this);
+    QListWidget* const m_list = new QListWidget(this);  // in its place when there are several
+    QComboBox* const m_indexer = new QComboBox(this);
+    QWidget* m_fileQuestion = nullptr;
+    QRadioButton* m_contents = nullptr;
+    QRadioButton* m_addresses = nullptr;
+    QLabel* const m_outlook = new QLabel(this);
+    QLabel* const m_problem = new QLabel(this);
+    QDialogButtonBox* const m_buttons = new QDialogButtonBox(this);
+};
+
+}  // namespace siftwell
