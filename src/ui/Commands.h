@@ -34,6 +34,7 @@ public:
     virtual void compactIndex(QWidget* parent) = 0;
     virtual void dumpIndex(QWidget* parent, bool withTerms) = 0;
 
+    virtual void showHelp() = 0;
     // The maker's page for feedback (0) or support (any other).
     virtual void goToURL(int tag) = 0;
     virtual void quit() = 0;

@@ -4,18 +4,27 @@
 // Threads: main.
 #pragma once
 
+#include <QObject>
+#include <QPointer>
 #include <memory>
+#include <vector>
 
-#include "app/AppController.h"
 #include "app/ProgramWindows.h"
-#include "app/Session.h"
 #include "ui/Commands.h"
 #include "ui/Program.h"
+#include "ui/desktop/GlobalHotKey.h"
+#include "ui/desktop/TrayIcon.h"
+#include "ui/errors/ErrorWindow.h"
+#include "ui/maintenance/MaintenanceDialogs.h"
+#include "ui/preferences/PrefsWindow.h"
 #include "ui/search/SearchWindows.h"
+#include "ui/status/IndexStatusWindow.h"
 
 namespace siftwell {
 
-class WindowSet : public Commands, public ProgramWindows {
+class WindowSet : public QObject, public Commands, public ProgramWindows {
+    Q_OBJECT
+
 public:
     // Borrowed; outlives the windows.
     struct Surroundings {
@@ -30,6 +39,8 @@ public:
     // The windows that stood open when the program ended; before the very first start, the choice
     // of browsers.
     void open();
+    // What the windows still have to ask and to store before the program ends.
+    void applicationWillTerminate();
 
     // ---- ProgramWindows
     void showSearch() override;
@@ -46,19 +57,35 @@ public:
     void showFirstRun() override;
     void addToIndex(const QStringList& targets) override;
     void scanNow() override;
-    void clearIndex(QWidget* parent) override;
-    void rebuildIndex(QWidget* parent) override;
-    void compactIndex(QWidget* parent) override;
-    void dumpIndex(QWidget* parent, bool withTerms) override;
+    void clearIndex(QWidget* parent) override { m_maintenance.clearIndex(parent); }
+    void rebuildIndex(QWidget* parent) override { m_maintenance.rebuildIndex(parent); }
+    void compactIndex(QWidget* parent) override { m_maintenance.compactIndex(parent); }
+    void dumpIndex(QWidget* parent, bool withTerms) override {
+        m_maintenance.dumpIndex(parent, withTerms);
+    }
+    void showHelp() override;
     void goToURL(int tag) override;
     void quit() override;
     void addProgramMenus(QMenuBar& menus) override;
 
 private:
-    SearchWindows& search();
+    void activate();
+    void hide();
+    void applicationDidBecomeActive();
+    bool isRememberedWindowOpen() const;
+    void tellOfUpdate(const PropertyList& update);
+    void explain(const Status& status);
 
-    Program m_program;
-    std::unique_ptr<SearchWindows> m_search;
+    const Program m_program;
+    MaintenanceDialogs m_maintenance;
+    SearchWindows m_search;
+    std::unique_ptr<IndexStatusWindow> m_indexStatus;
+    std::unique_ptr<ErrorWindow> m_errors;
+    GlobalHotKey m_hotKey;
+    TrayIcon m_tray;
+    std::unique_ptr<PrefsWindow> m_preferences;
+    std::vector<QPointer<QWidget>> m_hidden;  // by the hot key, to be shown by it again
+    NotificationCentre::Observation m_updates;
 };
 
 }  // namespace siftwell

@@ -218,6 +218,8 @@ protected:
                                                       {"XDG_DATA_HOME", m_home.file("data")},
                                                       {"XDG_STATE_HOME", m_home.file("state")},
                                                       {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/"},
+                                                      {"DISPLAY", ""},
+                                                      {"WAYLAND_DISPLAY", ""},
                                                       {"LC_ALL", "C.UTF-8"},
                                                       {"LANGUAGE", "en"},
                                                       {"TZ", "UTC"}};

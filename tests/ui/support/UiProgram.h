@@ -59,6 +59,7 @@ public:
     void rebuildIndex(QWidget*) override { note("rebuild"); }
     void compactIndex(QWidget*) override { note("compact"); }
     void dumpIndex(QWidget*, bool withTerms) override { note(withTerms ? "dump terms" : "dump"); }
+    void showHelp() override { note("help"); }
     void goToURL(int tag) override { note("go " + std::to_string(tag)); }
     void quit() override { note("quit"); }
     void addProgramMenus(QMenuBar&) override {}
