@@ -5,11 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
+#include <set>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "support/TestBus.h"
@@ -52,13 +54,16 @@ public:
         waitUntil([&] { return !hasWindow(title); });
     }
 
-    // Until two looks, a moment apart, show the same.
+    // Until nothing changes any more but a blinking cursor.
     void waitForQuiet() const {
-        std::string last;
+        std::deque<std::string> looks;
         waitUntil([&] {
-            rest(300);
-            std::string now = output("import -window root png:- | md5sum");
-            return std::exchange(last, now) == now;
+            rest(250);
+            const std::string now = output("import -window root png:- | md5sum");
+            const bool isKnown = std::count(looks.begin(), looks.end(), now) > 0;
+            looks.push_back(now);
+            if (looks.size() > 4) looks.pop_front();
+            return isKnown && std::set(looks.begin(), looks.end()).size() <= 2 && looks.size() == 4;
         });
     }
     static void rest(int milliseconds) {
