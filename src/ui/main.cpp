@@ -13,7 +13,6 @@
 #include "ui/QtRunLoop.h"
 #include "ui/Text.h"
 #include "ui/WindowSet.h"
-#include "ui/preview/PreviewScheme.h"
 
 namespace siftwell {
 namespace {
@@ -39,7 +38,6 @@ int sayWhatIsWrong(const Status& status, Alerts& alerts) {
 int run(int argc, char** argv) {
     const Paths paths = prepareProgram();
     keepMemorySmall();
-    registerPreviewScheme();
     QApplication application(argc, argv);
     describe(application);
     const auto mainLoop = makeQtRunLoop();

@@ -10,9 +10,6 @@
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QVBoxLayout>
-#include <QWebEngineContextMenuRequest>
-#include <QWebEngineFindTextResult>
-#include <QWebEngineView>
 #include <array>
 #include <utility>
 
@@ -34,6 +31,46 @@ bool mayBeOpened(const QUrl& url) {
     return std::any_of(kSchemes.begin(), kSchemes.end(), [&url](const char* scheme) {
         return url.scheme() == QLatin1String(scheme);
     });
+}
+
+// An address as Qt has it.
+QUrl toQUrl(const Url& url) {
+    return QUrl::fromEncoded(QByteArray::fromStdString(url.absoluteString()));
+}
+
+PreviewPart partOf(const WebResource& resource) {
+    QByteArray type = QByteArray::fromStdString(resource.mimeType.value_or("text/html"));
+    if (resource.textEncodingName) {
+        type += "; charset=" + QByteArray::fromStdString(*resource.textEncodingName);
+    }
+    return {toQUrl(resource.url), type, QByteArray::fromStdString(resource.data)};
+}
+
+PreviewTarget targetOf(const PreviewContent& content) {
+    const auto* const document = std::get_if<PreviewDocument>(&content);
+    if (document == nullptr) return {.address = toQUrl(std::get<Url>(content))};
+    PreviewTarget target{.address = toQUrl(document->page.url),
+                         .isCopy = true,
+                         .page = partOf(document->page),
+                         .parts = {}};
+    for (const WebResource& part : document->parts) target.parts.push_back(partOf(part));
+    return target;
+}
+
+QString reasonOf(PreviewEngine::Failure why, int httpStatus) {
+    switch (why) {
+        case PreviewEngine::Failure::Unreachable:
+            return q_("Its server cannot be reached.");
+        case PreviewEngine::Failure::Insecure:
+            return q_("The connection to its server would not be secure.");
+        case PreviewEngine::Failure::Answered:
+            return httpStatus == 404 || httpStatus == 410
+                       ? q_("Its server no longer has it.")
+                       : q_("Its server answered with error %1.").arg(httpStatus);
+        case PreviewEngine::Failure::Other:
+            break;
+    }
+    return {};
 }
 
 QPushButton* addButton(QBoxLayout& line, const QString& text, const QKeySequence& key) {
@@ -107,24 +144,25 @@ void WebPreviewPane::buildPane() {
     static_cast<QVBoxLayout*>(layout())->setStretchFactor(m_stack, 1);
     connect(m_findBar, &FindBar::findRequested, this, &WebPreviewPane::find);
     connect(m_findBar, &FindBar::closed, this, [this] {
-        if (page() != nullptr) page()->findText({});
+        if (m_hasPage) m_engine->find({}, false, {});
         m_stack->currentWidget()->setFocus();
     });
     connect(m_message, &PreviewMessage::openRequested, this, &PreviewPane::openRequested);
 }
 
-QWebEngineView& WebPreviewPane::view() {
-    if (m_view != nullptr) return *m_view;
-    m_view = new QWebEngineView;
-    m_view->setAccessibleName(q_("Page"));
-    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
-    m_view->installEventFilter(this);
-    connect(m_view, &QWidget::customContextMenuRequested, this, &WebPreviewPane::showMenu);
-    m_stack->addWidget(m_view);
-    return *m_view;
+bool WebPreviewPane::startEngine() {
+    if (m_engine) return true;
+    m_engine = loadPreviewEngine();
+    if (!m_engine) return false;
+    QWidget* const view = m_engine->widget();
+    view->setAccessibleName(q_("Page"));
+    view->installEventFilter(this);
+    m_stack->addWidget(view);
+    m_engine->setMenu([this](QPoint place, const QUrl& link, bool hasSelection) {
+        showMenu(place, link, hasSelection);
+    });
+    return true;
 }
-
-PreviewPage* WebPreviewPane::page() { return m_visit ? &m_visit->page() : nullptr; }
 
 QString WebPreviewPane::webURL() const { return m_address->text(); }
 
@@ -153,8 +191,8 @@ void WebPreviewPane::endWaiting() {
 // What comes of it from now on does not count.
 void WebPreviewPane::leave() {
     ++m_load;
-    if (m_view != nullptr) m_view->setPage(nullptr);
-    m_visit.reset();
+    m_hasPage = false;
+    if (m_engine) m_engine->leave();
 }
 
 void WebPreviewPane::blank() {
@@ -185,47 +223,57 @@ void WebPreviewPane::get(Wanted wanted, std::function<void()> otherwise) {
         const auto take = [this, load, content, otherwise] {
             if (load != m_load) return;
             if (!*content) return otherwise();
-            visit(**std::move(content));
+            visit(**content);
         };
         QMetaObject::invokeMethod(this, take, Qt::QueuedConnection);
     });
 }
 
-void WebPreviewPane::visit(PreviewContent content) {
+void WebPreviewPane::visit(const PreviewContent& content) {
     const Url* const address = std::get_if<Url>(&content);
     const std::optional<Url> live = address ? std::optional<Url>(*address) : std::nullopt;
     if (live && toQUrl(*live).scheme() == QLatin1String("feed")) {
         return getFeed(*live, [this] { fail({}); });
     }
+    if (!startEngine()) return fail({});
     const Settings& settings = m_program.session.settings();
-    auto next = std::make_unique<PreviewVisit>(
-        std::move(content), PreviewRights{.areImagesShown = settings.boolean("LoadImages"),
-                                          .areScriptsRun = settings.boolean("PreviewRunsScripts")});
-    view().setPage(&next->page());
-    m_visit = std::move(next);
-    watchVisit(live);
-    m_visit->page().open();
+    m_engine->show(targetOf(content),
+                   {.areImagesShown = settings.boolean("LoadImages"),
+                    .areScriptsRun = settings.boolean("PreviewRunsScripts")},
+                   eventsOf(live));
+    m_hasPage = true;
     m_patience.stop();
-    m_stack->setCurrentWidget(m_view);
+    m_stack->setCurrentWidget(m_engine->widget());
 }
 
-// In a later turn: some of what follows ends the visit.
-void WebPreviewPane::watchVisit(const std::optional<Url>& address) {
-    const auto whileItCounts = [this](auto function) {
-        return [this, load = m_load, function](const auto&... arguments) {
-            if (load == m_load) function(arguments...);
+// Handled in a later turn: some of what follows leaves the page.
+PreviewEngine::Events WebPreviewPane::eventsOf(const std::optional<Url>& address) {
+    const auto later = [this](auto function) {
+        return [this, load = m_load, function](auto... arguments) {
+            const auto call = [this, load, function, arguments...] {
+                if (load == m_load) function(arguments...);
+            };
+            QMetaObject::invokeMethod(this, call, Qt::QueuedConnection);
         };
     };
-    const PreviewVisit* const visit = m_visit.get();
-    connect(visit, &PreviewVisit::shown, this, whileItCounts([this] { markWords(); }),
-            Qt::QueuedConnection);
-    connect(visit, &PreviewVisit::failed, this,
-            whileItCounts([this](const QString& why) { fail(why); }), Qt::QueuedConnection);
-    connect(visit, &PreviewVisit::feedFound, this, whileItCounts([this, address](bool isShown) {
-                getFeed(*address, [this, isShown] { isShown ? markWords() : fail({}); });
+    return {.shown = later([this, address](const QString& type) { handleType(type, address); }),
+            .failed = later([this](PreviewEngine::Failure why, int httpStatus) {
+                fail(reasonOf(why, httpStatus));
             }),
-            Qt::QueuedConnection);
-    connect(visit, &PreviewVisit::linkClicked, this, &WebPreviewPane::openLink);
+            .isDownload =
+                later([this, address](const QString& type) { handleDownload(type, address); }),
+            .linkClicked = later([this](const QUrl& url) { openLink(url); })};
+}
+
+void WebPreviewPane::handleType(const QString& mimeType, const std::optional<Url>& address) {
+    if (!address || !isFeedType(mimeType.toStdString())) return markWords();
+    getFeed(*address, [this] { markWords(); });
+}
+
+void WebPreviewPane::handleDownload(const QString& mimeType, const std::optional<Url>& address) {
+    const QString why = q_("It is a file that only another program can show.");
+    if (!address || !isFeedType(mimeType.toStdString())) return fail(why);
+    getFeed(*address, [this, why] { fail(why); });
 }
 
 void WebPreviewPane::getFeed(const Url& url, std::function<void()> otherwise) {
@@ -241,7 +289,7 @@ void WebPreviewPane::markWords() {
     endWaiting();
     const int load = m_load;
     const QPointer<WebPreviewPane> self = this;
-    page()->runOwnScript(scriptOfTexts(), [self, load](const QVariant& texts) {
+    m_engine->runScript(scriptOfTexts(), [self, load](const QVariant& texts) {
         if (self && load == self->m_load) self->mark(texts.toString());
     });
 }
@@ -256,7 +304,7 @@ void WebPreviewPane::mark(const QString& texts) {
             [this, load, script] {
                 if (load != m_load) return;
                 const QPointer<WebPreviewPane> self = this;
-                page()->runOwnScript(script, [self, load](const QVariant&) {
+                m_engine->runScript(script, [self, load](const QVariant&) {
                     if (self && load == self->m_load) self->settle();
                 });
             },
@@ -283,14 +331,12 @@ void WebPreviewPane::performFindPanelAction(int tag) {
 }
 
 void WebPreviewPane::find(const QString& text, bool isBackward) {
-    if (page() == nullptr) return text.isEmpty() ? void() : QApplication::beep();
-    QWebEnginePage::FindFlags flags;
-    flags.setFlag(QWebEnginePage::FindBackward, isBackward);
+    if (!m_hasPage) return text.isEmpty() ? void() : QApplication::beep();
     const QPointer<WebPreviewPane> self = this;
-    page()->findText(text, flags, [self, text](const QWebEngineFindTextResult& result) {
+    m_engine->find(text, isBackward, [self, text](int active, int total) {
         if (!self || text != self->m_findBar->text()) return;
-        self->m_findBar->setFound(result.activeMatch(), result.numberOfMatches());
-        if (result.numberOfMatches() == 0 && !text.isEmpty()) QApplication::beep();
+        self->m_findBar->setFound(active, total);
+        if (total == 0 && !text.isEmpty()) QApplication::beep();
     });
 }
 
@@ -323,28 +369,24 @@ void WebPreviewPane::keyPressEvent(QKeyEvent* event) {
     performFindPanelAction(event->modifiers().testFlag(Qt::ShiftModifier) ? 3 : 2);
 }
 
-void WebPreviewPane::showMenu(const QPoint& place) {
-    const QWebEngineContextMenuRequest* request = m_view->lastContextMenuRequest();
-    if (request == nullptr || page() == nullptr) return;
+void WebPreviewPane::showMenu(QPoint place, const QUrl& link, bool hasSelection) {
     QMenu menu;
-    const QUrl link = request->linkUrl();
     if (mayBeOpened(link)) {
-        menu.addAction(q_("Open Link in Browser"), this, [this, link] { openLink(link); });
+        menu.addAction(q_("Open Link in Browser"), this, [this, link] {
+            m_lastInput.start();
+            openLink(link);
+        });
         menu.addAction(q_("Copy Link Address"), this, [link] {
             QGuiApplication::clipboard()->setText(link.toString(QUrl::FullyEncoded));
         });
         menu.addSeparator();
     }
-    if (page()->hasSelection()) {
-        menu.addAction(q_("Copy"), this, [this] { page()->triggerAction(QWebEnginePage::Copy); });
-    }
-    menu.addAction(q_("Select All"), this,
-                   [this] { page()->triggerAction(QWebEnginePage::SelectAll); });
+    if (hasSelection) menu.addAction(q_("Copy"), this, [this] { m_engine->copy(); });
+    menu.addAction(q_("Select All"), this, [this] { m_engine->selectAll(); });
     menu.addSeparator();
     menu.addAction(q_("Find in Page"), this, [this] { performFindPanelAction(1); });
     menu.addAction(q_("Open in Browser"), this, &PreviewPane::openRequested);
-    m_lastInput.start();  // choosing from the menu is a person's doing
-    menu.exec(m_view->mapToGlobal(place));
+    menu.exec(place);
 }
 
 }  // namespace siftwell

@@ -1,7 +1,7 @@
 // WebPreviewPane: the preview, by the web engine, which is started when the first page is shown.
 //
-// The page is a stranger's: see PreviewProfile, PreviewInterceptor and PreviewPage for what it may
-// not do. Its bytes are read on a thread of their own.
+// The page is a stranger's: see PreviewProfile, PreviewInterceptor and PreviewPage (engine/) for
+// what it may not do. Its bytes are read on a thread of their own.
 //
 // Threads: main. Errors: what cannot be shown is said in the pane.
 #pragma once
@@ -10,16 +10,16 @@
 #include <QTimer>
 #include <memory>
 
+#include "app/PreviewDocument.h"
 #include "ui/PreviewPane.h"
 #include "ui/Program.h"
-#include "ui/preview/PreviewVisit.h"
+#include "ui/preview/PreviewEngine.h"
 #include "ui/preview/PreviewWorker.h"
 
 class QLineEdit;
 class QProgressBar;
 class QPushButton;
 class QStackedWidget;
-class QWebEngineView;
 
 namespace siftwell {
 
@@ -40,8 +40,8 @@ public:
     QString webURL() const override;
     void performFindPanelAction(int tag) override;
 
-    // The page that is shown or loaded; null for none.
-    PreviewPage* page();
+    // What shows pages; null until the first one comes.
+    PreviewEngine* engine() { return m_engine.get(); }
 
 Q_SIGNALS:
     // The page or what stands for it is there, its words marked.
@@ -56,7 +56,7 @@ private:
 
     void buildTopLine();
     void buildPane();
-    QWebEngineView& view();
+    bool startEngine();
     void setWebURL(const QString& url);
     void beginWaiting();
     void endWaiting();
@@ -64,8 +64,10 @@ private:
 
     // `otherwise` is done when nothing comes.
     void get(Wanted wanted, std::function<void()> otherwise);
-    void visit(PreviewContent content);
-    void watchVisit(const std::optional<Url>& address);
+    void visit(const PreviewContent& content);
+    PreviewEngine::Events eventsOf(const std::optional<Url>& address);
+    void handleType(const QString& mimeType, const std::optional<Url>& address);
+    void handleDownload(const QString& mimeType, const std::optional<Url>& address);
     void getFeed(const Url& url, std::function<void()> otherwise);
     void markWords();
     void mark(const QString& texts);
@@ -74,7 +76,7 @@ private:
 
     void find(const QString& text, bool isBackward);
     void openLink(const QUrl& url);
-    void showMenu(const QPoint& place);
+    void showMenu(QPoint place, const QUrl& link, bool hasSelection);
 
     Program m_program;
     QLineEdit* m_address = nullptr;
@@ -85,12 +87,12 @@ private:
     QStackedWidget* m_stack = nullptr;
     QWidget* m_empty = nullptr;
     PreviewMessage* m_message = nullptr;
-    QWebEngineView* m_view = nullptr;  // null until the first page comes
-    QTimer m_patience;                 // until a page that was left is taken away
-    QElapsedTimer m_lastInput;         // of a person, in the page
+    QTimer m_patience;          // until a page that was left is taken away
+    QElapsedTimer m_lastInput;  // of a person, in the page
     std::string m_query;
     int m_load = 0;  // counts what was asked for
-    std::unique_ptr<PreviewVisit> m_visit;
+    bool m_hasPage = false;
+    std::unique_ptr<PreviewEngine> m_engine;
     PreviewWorker m_worker;
 };
 

@@ -8,9 +8,9 @@
 #include <QWebEngineLoadingInfo>
 #include <memory>
 
-#include "ui/preview/PreviewInterceptor.h"
-#include "ui/preview/PreviewPage.h"
-#include "ui/preview/PreviewProfile.h"
+#include "ui/preview/engine/PreviewInterceptor.h"
+#include "ui/preview/engine/PreviewPage.h"
+#include "ui/preview/engine/PreviewProfile.h"
 
 namespace siftwell {
 
@@ -18,29 +18,20 @@ class PreviewVisit : public QObject {
     Q_OBJECT
 
 public:
-    PreviewVisit(PreviewContent content, const PreviewRights& rights);
+    PreviewVisit(PreviewTarget target, const PreviewRights& rights, PreviewEngine::Events events);
     ~PreviewVisit() override;
 
     PreviewPage& page() { return *m_page; }
 
-Q_SIGNALS:
-    // Each visit ends in one of these. Not to be deleted by whoever is called at once.
-    void shown();
-    void failed(const QString& why);
-    // What is at the address seems to be a feed; whether the engine can show it as it is written.
-    void feedFound(bool isShown);
-
-    void linkClicked(const QUrl& url);
-
 private:
-    enum class Outcome { Shown, Failed, ShownFeed, OtherFeed };
-
     void watch();
     void handleLoading(const QWebEngineLoadingInfo& info);
-    void handleDownload(const QString& mimeType);
     void askForType();
-    void end(Outcome outcome, const QString& why = {});
+    // Does the one that is the visit's end, and none after it.
+    void end(const std::function<void()>& tell);
+    void fail(PreviewEngine::Failure why, int httpStatus = 0);
 
+    const PreviewEngine::Events m_events;
     std::unique_ptr<PreviewBytesHandler> m_copy;  // null for a page of the web
     PreviewInterceptor m_interceptor;
     std::unique_ptr<QWebEngineProfile> m_profile;

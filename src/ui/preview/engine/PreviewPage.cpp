@@ -1,4 +1,4 @@
-#include "ui/preview/PreviewPage.h"
+#include "ui/preview/engine/PreviewPage.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -7,7 +7,7 @@
 #include <QWebEngineNewWindowRequest>
 #include <QWebEngineScript>
 
-#include "ui/preview/PreviewInterceptor.h"
+#include "ui/preview/engine/PreviewInterceptor.h"
 
 namespace siftwell {
 

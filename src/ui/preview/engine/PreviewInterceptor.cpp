@@ -1,4 +1,4 @@
-#include "ui/preview/PreviewInterceptor.h"
+#include "ui/preview/engine/PreviewInterceptor.h"
 
 namespace siftwell {
 

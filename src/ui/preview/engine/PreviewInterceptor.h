@@ -9,7 +9,7 @@
 
 #include <QWebEngineUrlRequestInterceptor>
 
-#include "ui/preview/PreviewScheme.h"
+#include "ui/preview/engine/PreviewScheme.h"
 
 namespace siftwell {
 

@@ -6,7 +6,7 @@
 
 #include <QWebEnginePage>
 
-#include "ui/preview/PreviewScheme.h"
+#include "ui/preview/engine/PreviewScheme.h"
 
 namespace siftwell {
 

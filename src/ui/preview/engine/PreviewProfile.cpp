@@ -1,4 +1,4 @@
-#include "ui/preview/PreviewProfile.h"
+#include "ui/preview/engine/PreviewProfile.h"
 
 #include <QWebEngineNotification>
 #include <QWebEngineSettings>

@@ -6,12 +6,9 @@
 #include <QWebEngineProfile>
 #include <memory>
 
-namespace siftwell {
+#include "ui/preview/PreviewEngine.h"
 
-struct PreviewRights {
-    bool areImagesShown = true;
-    bool areScriptsRun = false;
-};
+namespace siftwell {
 
 // Off the record. The engine is started when this is called the first time.
 std::unique_ptr<QWebEngineProfile> makePreviewProfile(const PreviewRights& rights);
