@@ -128,6 +128,7 @@ void SourceDetails::showItems(const std::vector<EditedItem*>& items) {
     };
     setText(m_name, isOne ? toQString(items[0]->item.Name) : QString());
     setText(m_path, isOne ? toQString(items[0]->item.Path) : QString());
+    m_path->setToolTip(m_path->text());
     m_name->setPlaceholderText(items.size() > 1 ? counted(N_("%@ source"), N_("%@ sources"),
                                                           static_cast<qint64>(items.size()))
                                                 : QString());
