@@ -40,7 +40,7 @@ QWidget* PrivacyPage::makePreviews() {
     auto* layout = new QVBoxLayout(group);
     layout->addWidget(m_controls.checkBox(q_("&Load pictures"), "LoadImages"));
     layout->addWidget(explanationBelow(q_("Their servers learn that you look at the page again.")));
-    layout->addWidget(m_controls.checkBox(q_("Let pages run &scripts"), "PreviewScripts"));
+    layout->addWidget(m_controls.checkBox(q_("Let pages run &scripts"), "PreviewRunsScripts"));
     layout->addWidget(explanationBelow(
         q_("Some pages show nothing without them; with them, a page can tell its servers more.")));
     return group;
