@@ -13,6 +13,7 @@
 #include "ui/QtRunLoop.h"
 #include "ui/Text.h"
 #include "ui/WindowSet.h"
+#include "ui/desktop/ApplicationIcon.h"
 #include "ui/preview/PreviewScheme.h"
 
 namespace siftwell {
@@ -23,6 +24,7 @@ void describe(QApplication& application) {
     QApplication::setApplicationDisplayName(QStringLiteral("Siftwell"));
     QApplication::setApplicationVersion(QStringLiteral(SIFTWELL_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("siftwell"));
+    QApplication::setWindowIcon(applicationIcon());
     application.setQuitOnLastWindowClosed(false);
 }
 
