@@ -13,6 +13,7 @@
 #include "ui/QtRunLoop.h"
 #include "ui/Text.h"
 #include "ui/WindowSet.h"
+#include "ui/desktop/ApplicationIcon.h"
 
 namespace siftwell {
 namespace {
@@ -22,6 +23,7 @@ void describe(QApplication& application) {
     QApplication::setApplicationDisplayName(QStringLiteral("Siftwell"));
     QApplication::setApplicationVersion(QStringLiteral(SIFTWELL_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("siftwell"));
+    QApplication::setWindowIcon(applicationIcon());
     application.setQuitOnLastWindowClosed(false);
 }
 

@@ -3,6 +3,7 @@
 #include <QDBusArgument>
 #include <QDBusInterface>
 #include <QDBusMetaType>
+#include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QGuiApplication>
@@ -67,7 +68,7 @@ PortalHotKeyGrab::PortalHotKeyGrab(const QDBusConnection& bus, Handlers handlers
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<QList<PortalShortcut>>();
     m_bus.connect(kService, kPath, kShortcuts, QStringLiteral("Activated"), this,
-                  SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+                  SLOT(activated(QDBusMessage)));
 }
 
 PortalHotKeyGrab::~PortalHotKeyGrab() { release(); }
@@ -149,11 +150,12 @@ void PortalHotKeyGrab::fail(const std::string& reason) {
         {StatusCode::Denied, filledIn(_("The desktop gives no hot key to Siftwell: %@"), reason)});
 }
 
-void PortalHotKeyGrab::activated(const QDBusObjectPath& session, const QString& shortcut,
-                                 qulonglong, const QVariantMap&) {
-    if (!m_session.isEmpty() && session.path() == m_session && shortcut == kName) {
-        m_handlers.pressed();
-    }
+void PortalHotKeyGrab::activated(const QDBusMessage& signal) {
+    const QVariantList arguments = signal.arguments();
+    if (arguments.size() < 2 || m_session.isEmpty()) return;
+    const bool isOfThisSession =
+        arguments[0].value<QDBusObjectPath>().path() == m_session && arguments[1] == kName;
+    if (isOfThisSession) m_handlers.pressed();
 }
 
 }  // namespace siftwell

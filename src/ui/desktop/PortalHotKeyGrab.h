@@ -6,7 +6,7 @@
 #pragma once
 
 #include <QDBusConnection>
-#include <QDBusObjectPath>
+#include <QDBusMessage>
 #include <QObject>
 #include <QVariantMap>
 
@@ -30,8 +30,7 @@ public:
 private Q_SLOTS:
     void sessionAnswered(uint response, const QVariantMap& results);
     void shortcutsAnswered(uint response, const QVariantMap& results);
-    void activated(const QDBusObjectPath& session, const QString& shortcut, qulonglong time,
-                   const QVariantMap& options);
+    void activated(const QDBusMessage& signal);
 
 private:
     // A token for the next request, whose answer goes to the slot.

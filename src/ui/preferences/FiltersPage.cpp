@@ -1,6 +1,7 @@
 #include "ui/preferences/FiltersPage.h"
 
 #include <QGridLayout>
+#include <QItemSelectionModel>
 #include <QLabel>
 #include <QShortcut>
 #include <QSignalBlocker>
@@ -48,6 +49,7 @@ void FiltersPage::layOut() {
            "switched off does nothing.")));
     details->addStretch();
     auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(fontMetrics().averageCharWidth());
     buttons->addWidget(m_add);
     buttons->addWidget(m_remove);
     auto* layout = new QGridLayout(this);
@@ -57,7 +59,7 @@ void FiltersPage::layOut() {
     layout->addWidget(m_reset, 1, 1, Qt::AlignLeading);
     layout->setColumnStretch(0, 2);
     layout->setColumnStretch(1, 3);
-    layout->setHorizontalSpacing(layout->horizontalSpacing() * 2);
+    layout->setHorizontalSpacing(2 * fontMetrics().averageCharWidth());
 }
 
 void FiltersPage::showRow(const URLFilter& filter) {
@@ -72,7 +74,7 @@ void FiltersPage::load() {
         m_list->clear();
         for (const URLFilter& each : m_edits.filters()) showRow(each);
     }
-    m_list->setCurrentRow(0);
+    m_list->setCurrentRow(0, QItemSelectionModel::ClearAndSelect);
     selectionChanged();
 }
 
@@ -99,7 +101,7 @@ void FiltersPage::add() {
         showRow({.Enabled = true, .String = _("match-this-text")});
     }
     store();
-    m_list->setCurrentRow(m_list->count() - 1);
+    m_list->setCurrentRow(m_list->count() - 1, QItemSelectionModel::ClearAndSelect);
     m_text->setFocus();
     m_text->selectAll();
 }
@@ -108,7 +110,7 @@ void FiltersPage::remove() {
     const int row = m_list->currentRow();
     qDeleteAll(m_list->selectedItems());
     store();
-    m_list->setCurrentRow(std::min(row, m_list->count() - 1));
+    m_list->setCurrentRow(std::min(row, m_list->count() - 1), QItemSelectionModel::ClearAndSelect);
     selectionChanged();
 }
 

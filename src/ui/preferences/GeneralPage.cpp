@@ -54,7 +54,7 @@ QWidget* GeneralPage::makeWindows() {
     auto* icon = m_controls.checkBox(q_("Show an &icon in the panel"), "ShowIconInDock");
     layout->addWidget(icon);
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        layout->addWidget(explanation(q_("This desktop has no panel for icons.")));
+        layout->addWidget(explanationBelow(q_("This desktop has no panel for icons.")));
     }
     layout->addWidget(m_controls.checkBox(q_("Keep the mini search &above other windows"),
                                           "SearchPaletteFloats"));
@@ -83,7 +83,7 @@ QWidget* GeneralPage::makeUpdates() {
     if (!m_program.driver.canCheckForUpdate()) {
         check->setEnabled(false);
         now->hide();
-        layout->addWidget(explanation(q_("This copy is kept up to date by your system.")));
+        layout->addWidget(explanationBelow(q_("This copy is kept up to date by your system.")));
     }
     return group;
 }

@@ -35,12 +35,18 @@ HotkeyField::HotkeyField(const Program& program, const GlobalHotKey* hotKey)
 }
 
 void HotkeyField::load() {
-    m_loaded = HotKey::storedIn(m_program.session.settings());
+    const Settings& settings = m_program.session.settings();
+    m_loadedCode = settings.userValue("HotkeyCode");
+    m_loadedModifiers = settings.userValue("HotkeyMods");
     showKey();
 }
 
 void HotkeyField::store(const HotKey& key) {
     key.storeIn(m_program.session.settings());
+    tell();
+}
+
+void HotkeyField::tell() {
     m_program.session.centre().postMainThreadNotificationName(
         "SiftwellPreferenceChangeNotification", {});
 }
@@ -86,7 +92,18 @@ void HotkeyField::finishHotkey(HotkeyAnswer answer) {
 
 void HotkeyField::takeBack() {
     finishHotkey(HotkeyAnswer::Cancel);
-    if (HotKey::storedIn(m_program.session.settings()) != m_loaded) store(m_loaded);
+    Settings& settings = m_program.session.settings();
+    const auto putBack = [&settings](const std::string& key, const PropertyList& value) {
+        if (settings.userValue(key) == value) return false;
+        if (value.isNull()) {
+            settings.remove(key);
+        } else {
+            settings.set(key, value);
+        }
+        return true;
+    };
+    const bool isCodeChanged = putBack("HotkeyCode", m_loadedCode);
+    if (putBack("HotkeyMods", m_loadedModifiers) || isCodeChanged) tell();
 }
 
 }  // namespace siftwell

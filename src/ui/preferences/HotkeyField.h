@@ -37,6 +37,7 @@ public:
 
 private:
     void store(const HotKey& key);
+    void tell();
     void showKey();
 
     const Program m_program;
@@ -44,7 +45,8 @@ private:
     QLineEdit* m_text;
     QPushButton* m_change;
     QLabel* m_problem;
-    HotKey m_loaded;
+    PropertyList m_loadedCode;  // null where the user has chosen none
+    PropertyList m_loadedModifiers;
     HotKey m_remembered;
     QPointer<HotkeyCapture> m_sheet;
 };

@@ -48,7 +48,8 @@ void PrefsEdits::load() {
     }
     m_filters = preferences.mutableURLFilterArray();
     m_storedFilters = urlFiltersIn(m_session.settings().array("URLFilters"));
-    m_areFiltersUnchecked = preferences.takeFiltersChanged();
+    m_areFiltersUnchecked |= preferences.takeFiltersChanged();
+    preferences.revert();  // or the next one who stores something would store these lists, too
 }
 
 void PrefsEdits::resetFilters() { m_filters = defaultURLFilters(); }
@@ -137,13 +138,9 @@ PrefsEdits::Changes PrefsEdits::confirm() {
                                                           {});
     }
     static_cast<void>(m_session.preferences().takeFiltersChanged());
+    m_areFiltersUnchecked = false;
     load();
     return changes;
-}
-
-void PrefsEdits::cancel() {
-    m_session.preferences().revert();
-    load();
 }
 
 }  // namespace siftwell

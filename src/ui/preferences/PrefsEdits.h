@@ -60,8 +60,6 @@ public:
 
     // Stores what was changed, and tells of it.
     Changes confirm();
-    // Forgets it; the lists of others who edit begin anew, too.
-    void cancel();
 
 private:
     bool storeItems();
@@ -71,7 +69,7 @@ private:
     std::deque<EditedItem> m_items;
     std::vector<URLFilter> m_storedFilters;
     std::vector<URLFilter> m_filters;
-    bool m_areFiltersUnchecked = false;
+    bool m_areFiltersUnchecked = false;  // since "/localhost" went, or others added some
     std::map<std::string, PropertyList> m_values;
 };
 

@@ -122,6 +122,7 @@ void PrefsWindow::showWindow(int tab) {
         m_confirm->setEnabled(false);
         load();
         show();
+        tabChanged(tab);  // a window that is shown looks for a default button
         waitForScan();
         m_state = State::Editing;
         if (m_isQuitting) return reject();
@@ -185,7 +186,7 @@ void PrefsWindow::reject() {
     if (!isEditing()) return;
     m_state = State::Ending;
     m_search->hotkey().takeBack();
-    m_edits.cancel();
+    m_edits.load();
     closeWindow();
 }
 

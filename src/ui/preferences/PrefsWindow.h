@@ -31,6 +31,8 @@ public:
     // Opens the window, or brings it to the front, on the tab (see PrefsTab).
     void showWindow(int tab);
     bool isEditing() const { return m_state == State::Editing; }
+    HotkeyField& hotkey() { return m_search->hotkey(); }
+    QWidget* tabPage(int tab) { return m_tabs->widget(tab); }
 
     // The program is about to end: stores what was edited, after the questions.
     void applicationWillTerminate();

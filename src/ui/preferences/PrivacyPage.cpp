@@ -25,10 +25,10 @@ QWidget* PrivacyPage::makeReading() {
     layout->addWidget(
         m_controls.checkBox(q_("Read &PDF, RTF and DOC files, too"), "UseContentExtractors"));
     layout->addWidget(
-        explanation(q_("With other programs, which can neither write nor use the network.")));
+        explanationBelow(q_("With other programs, which can neither write nor use the network.")));
     layout->addWidget(
         m_controls.checkBox(q_("Index pages that ask for a pass&word"), "IndexProtectedPages"));
-    layout->addWidget(explanation(
+    layout->addWidget(explanationBelow(
         q_("Siftwell then sends the names and passwords of your keyring to the pages that ask for "
            "them, and their text gets into the index, where whoever uses your account can read "
            "it. This ends when Siftwell does.")));
@@ -39,8 +39,10 @@ QWidget* PrivacyPage::makePreviews() {
     auto* group = new QGroupBox(q_("Previews"));
     auto* layout = new QVBoxLayout(group);
     layout->addWidget(m_controls.checkBox(q_("&Load pictures"), "LoadImages"));
-    layout->addWidget(explanation(q_("Their servers learn that you look at the page again.")));
-    layout->addWidget(m_controls.checkBox(q_("Let pages run &scripts"), "PreviewScripts"));
+    layout->addWidget(explanationBelow(q_("Their servers learn that you look at the page again.")));
+    layout->addWidget(m_controls.checkBox(q_("Let pages run &scripts"), "PreviewRunsScripts"));
+    layout->addWidget(explanationBelow(
+        q_("Some pages show nothing without them; with them, a page can tell its servers more.")));
     return group;
 }
 

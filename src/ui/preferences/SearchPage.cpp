@@ -35,12 +35,6 @@ QWidget* SearchPage::makeSearching() {
     auto* group = new QGroupBox(q_("Search window"));
     auto* layout = new QVBoxLayout(group);
     layout->addWidget(m_controls.checkBox(q_("Search &while I type"), "LiveSearch"));
-    auto* form = new QFormLayout;
-    form->addRow(q_("&Show pages as:"),
-                 m_controls.comboBox("ContentSearchAppearance",
-                                     {{q_("Rows with a piece of their text"), "Standard"},
-                                      {q_("A table"), "Table"}}));
-    layout->addLayout(form);
     return group;
 }
 
@@ -50,6 +44,11 @@ QWidget* SearchPage::makeHotkey() {
     layout->addWidget(
         m_controls.checkBox(q_("&Bring up Siftwell from every program with:"), "EnableHotkey"));
     layout->addWidget(m_hotkey);
+    auto* form = new QFormLayout;
+    form->addRow(q_("It &shows:"), m_controls.comboBox("ContentSearchAppearance",
+                                                       {{q_("The search window"), "Standard"},
+                                                        {q_("The mini search"), "Mini"}}));
+    layout->addLayout(form);
     return group;
 }
 

@@ -1,6 +1,8 @@
 #include "ui/preferences/SettingControls.h"
 
+#include <QHBoxLayout>
 #include <QSignalBlocker>
+#include <QStyle>
 
 #include "ui/Text.h"
 
@@ -67,8 +69,21 @@ QLabel* explanation(const QString& text) {
     label->setWordWrap(true);
     label->setTextFormat(Qt::PlainText);
     label->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    label->setForegroundRole(QPalette::PlaceholderText);
+    QFont font = label->font();
+    font.setPointSizeF(font.pointSizeF() * 0.9);
+    label->setFont(font);
     return label;
+}
+
+QWidget* explanationBelow(const QString& text) {
+    auto* whole = new QWidget;
+    auto* layout = new QHBoxLayout(whole);
+    const QStyle* style = whole->style();
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addSpacing(style->pixelMetric(QStyle::PM_IndicatorWidth) +
+                       style->pixelMetric(QStyle::PM_CheckBoxLabelSpacing));
+    layout->addWidget(explanation(text));
+    return whole;
 }
 
 }  // namespace siftwell

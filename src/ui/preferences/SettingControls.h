@@ -37,7 +37,9 @@ private:
     std::vector<std::function<void()>> m_loaders;
 };
 
-// A line that explains, below what it is about.
+// A line that explains, in smaller letters.
 QLabel* explanation(const QString& text);
+// The same below a check box, where its text begins.
+QWidget* explanationBelow(const QString& text);
 
 }  // namespace siftwell

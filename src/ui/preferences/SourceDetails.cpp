@@ -122,10 +122,13 @@ void SourceDetails::showItems(const std::vector<EditedItem*>& items) {
     }
     // A text that stands there already stays, with the place where the user types.
     const auto setText = [](QLineEdit* field, const QString& text) {
-        if (field->text() != text) field->setText(text);
+        if (field->text() == text) return;
+        field->setText(text);
+        field->setCursorPosition(0);
     };
     setText(m_name, isOne ? toQString(items[0]->item.Name) : QString());
     setText(m_path, isOne ? toQString(items[0]->item.Path) : QString());
+    m_path->setToolTip(m_path->text());
     m_name->setPlaceholderText(items.size() > 1 ? counted(N_("%@ source"), N_("%@ sources"),
                                                           static_cast<qint64>(items.size()))
                                                 : QString());

@@ -22,9 +22,13 @@ SourcesPage::SourcesPage(const Program& program, PrefsEdits& edits)
       m_remove(new QPushButton(q_("Re&move"))),
       m_findBrowsers(new QPushButton(q_("Find Bro&wsers…"))),
       m_note(explanation({})) {
+    m_list->setObjectName(QStringLiteral("sources"));
     m_list->setModel(&m_sorted);
     m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_list->setTextElideMode(Qt::ElideMiddle);
+    m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    const int letter = fontMetrics().height();
+    m_list->setIconSize({letter, letter});
     m_list->setAccessibleName(q_("Sources"));
     m_remove->setToolTip(
         q_("Sources that Siftwell brings along can be switched off, not removed."));
@@ -44,6 +48,7 @@ SourcesPage::SourcesPage(const Program& program, PrefsEdits& edits)
 void SourcesPage::layOut() {
     m_list->setMinimumWidth(fontMetrics().averageCharWidth() * 24);
     auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(fontMetrics().averageCharWidth());
     buttons->addWidget(m_add);
     buttons->addWidget(m_remove);
     auto* layout = new QGridLayout(this);
@@ -54,7 +59,7 @@ void SourcesPage::layOut() {
     layout->addWidget(m_note, 2, 0, 1, 2);
     layout->setColumnStretch(0, 2);
     layout->setColumnStretch(1, 3);
-    layout->setHorizontalSpacing(layout->horizontalSpacing() * 2);
+    layout->setHorizontalSpacing(2 * fontMetrics().averageCharWidth());
 }
 
 void SourcesPage::load() {
