@@ -8,6 +8,7 @@
 #include <set>
 
 #include "app/SourcePages.h"
+#include "base/Files.h"
 #include "ui/Text.h"
 
 namespace siftwell {
@@ -35,6 +36,25 @@ QString titleOf(const BrowserProfile& profile) {
     QString title = toQString(browserName(profile));
     if (!profile.name.empty()) title += QStringLiteral(" · ") + toQString(profile.name);
     return title;
+}
+
+// Sources that are on, as far as what they read is on this computer.
+std::vector<SearchItem> onOnThisComputer(std::vector<SearchItem> items) {
+    std::erase_if(items, [](const SearchItem& item) {
+        return !item.Index || !fileInfo(expandingTilde(item.Path));
+    });
+    return items;
+}
+
+std::vector<SearchItem> withoutThoseOf(const std::vector<BrowserItems>& browsers,
+                                       std::vector<SearchItem> items) {
+    for (const BrowserItems& browser : browsers) {
+        for (const BrowserItem& each : browser.items) {
+            std::erase_if(items,
+                          [&](const SearchItem& item) { return item.isSameItemAs(each.item); });
+        }
+    }
+    return items;
 }
 
 }  // namespace
@@ -109,14 +129,17 @@ void FirstRunWindow::look() {
     m_thread.run([this, paths = m_program.session.paths(),
                   items = searchItemsIn(m_program.session.settings().array("SearchItems"))](
                      const std::stop_token&) {
-        return [this, browsers = browserItems(items, paths)] { take(browsers); };
+        return [this, browsers = browserItems(items, paths), others = onOnThisComputer(items)] {
+            take(browsers, others);
+        };
     });
 }
 
-void FirstRunWindow::take(const std::vector<BrowserItems>& browsers) {
+void FirstRunWindow::take(const std::vector<BrowserItems>& browsers,
+                          const std::vector<SearchItem>& others) {
     for (const BrowserItems& browser : browsers) addBrowser(browser);
     const bool isAnyFound = !m_lines.empty();
-    addOthers(browsers);
+    addOthers(withoutThoseOf(browsers, others));
     m_state->setText(isAnyFound
                          ? q_("These browsers are on this computer:")
                          : q_("No browser was found on this computer. You can add a folder with "
@@ -138,18 +161,7 @@ void FirstRunWindow::addBrowser(const BrowserItems& browser) {
     }
 }
 
-// Sources of the list that are on and belong to none of the browsers.
-void FirstRunWindow::addOthers(const std::vector<BrowserItems>& browsers) {
-    std::vector<SearchItem> others;
-    for (const SearchItem& item :
-         searchItemsIn(m_program.session.settings().array("SearchItems"))) {
-        const bool isListed =
-            std::any_of(browsers.begin(), browsers.end(), [&](const BrowserItems& browser) {
-                return std::any_of(browser.items.begin(), browser.items.end(),
-                                   [&](const auto& each) { return each.item.isSameItemAs(item); });
-            });
-        if (item.Index && !isListed) others.push_back(item);
-    }
+void FirstRunWindow::addOthers(const std::vector<SearchItem>& others) {
     if (others.empty()) return;
     auto* const group = new QTreeWidgetItem(m_list, {q_("Other sources")});
     group->setFlags(group->flags() | Qt::ItemIsUserCheckable | Qt::ItemIsAutoTristate);
