@@ -84,6 +84,7 @@ void FirstRunWindow::arrange() {
     all->addWidget(makeExplanation());
     all->addWidget(m_state);
     all->addWidget(m_list, 1);
+    all->addStretch(0);
     all->addWidget(makeFoot());
     resize(76 * fontMetrics().averageCharWidth(), 30 * fontMetrics().height());
 }
@@ -140,13 +141,11 @@ void FirstRunWindow::take(const std::vector<BrowserItems>& browsers,
     for (const BrowserItems& browser : browsers) addBrowser(browser);
     const bool isAnyFound = !m_lines.empty();
     addOthers(withoutThoseOf(browsers, others));
-    m_state->setText(isAnyFound
-                         ? q_("These browsers are on this computer:")
-                         : q_("No browser was found on this computer. You can add a folder with "
-                              "pages, or come back later: Index, Find browsers."));
+    m_state->setText(isAnyFound ? q_("These browsers are on this computer:")
+                                : q_("No browser was found on this computer. You can add a folder "
+                                     "with pages now, and look for browsers again at any time."));
     m_list->setVisible(!m_lines.empty());
     m_list->expandAll();
-    if (m_list->isVisible()) m_list->setCurrentItem(m_list->topLevelItem(0));
     m_start->setEnabled(true);
     m_start->setFocus();
     countPages();

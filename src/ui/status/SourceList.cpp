@@ -3,6 +3,7 @@
 #include <QHeaderView>
 #include <QLocale>
 #include <QScopedValueRollback>
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -39,6 +40,15 @@ std::vector<std::pair<QString, bool>> switchesIn(const std::vector<SearchItem>& 
             known->second = known->second || item.Index;
         }
     }
+    return switches;
+}
+
+// Those that are on or have brought pages before the many that never will.
+std::vector<std::pair<QString, bool>> usedFirst(std::vector<std::pair<QString, bool>> switches,
+                                                const std::map<QString, IndexSize>& sizes) {
+    std::stable_partition(switches.begin(), switches.end(), [&](const auto& each) {
+        return each.second || sizes.contains(each.first);
+    });
     return switches;
 }
 
@@ -83,7 +93,7 @@ void SourceList::setSources(const std::vector<SearchItem>& items,
     std::map<QString, IndexSize> ofSources = sizesBySource(sizes);
     std::set<QString> shown;
     fill(*topLevelItem(0), sumOf(sizes));
-    for (const auto& [name, isOn] : switchesIn(items)) {
+    for (const auto& [name, isOn] : usedFirst(switchesIn(items), ofSources)) {
         QTreeWidgetItem& line = *lineOf(name);
         line.setFlags(line.flags() | Qt::ItemIsUserCheckable);
         line.setCheckState(NameColumn, isOn ? Qt::Checked : Qt::Unchecked);
