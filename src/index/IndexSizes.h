@@ -15,6 +15,8 @@ struct IndexSize {
     std::string name;
     std::uint64_t documents = 0;
     std::uint64_t bytes = 0;  // of all its files
+
+    bool operator==(const IndexSize&) const = default;
 };
 std::vector<IndexSize> sizesOf(const IndexSet::List& indexes);
 

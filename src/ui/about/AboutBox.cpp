@@ -25,7 +25,7 @@ struct Library {
 constexpr Library kLibraries[] = {{"Qt", "LGPL-3.0"},
                                   {"Qt WebEngine (Chromium)", "LGPL-3.0, BSD-3-Clause"},
                                   {"libcurl", "curl"},
-                                  {"SQLite", "blessing"},
+                                  {"SQLite", "public domain"},
                                   {"ICU", "ICU"},
                                   {"libplist", "LGPL-2.1-or-later"},
                                   {"pugixml", "MIT"},

@@ -62,12 +62,20 @@ void AddItemDialog::arrange() {
     form->addRow(QString(), makeFileQuestion());
     m_outlook->setWordWrap(true);
     m_outlook->setMinimumHeight(2 * fontMetrics().lineSpacing());
+    m_outlook->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     m_outlook->setAlignment(Qt::AlignLeading | Qt::AlignTop);
     form->addRow(QString(), m_outlook);
     m_problem->setWordWrap(true);
     m_problem->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_problem->setAccessibleName(q_("Problem"));
-    m_problem->hide();
+    auto* const icon = new QLabel(m_problemRow);
+    const int side = style()->pixelMetric(QStyle::PM_SmallIconSize);
+    icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(side));
+    auto* const problem = new QHBoxLayout(m_problemRow);
+    problem->setContentsMargins({});
+    problem->addWidget(icon, 0, Qt::AlignTop);
+    problem->addWidget(m_problem, 1);
+    m_problemRow->hide();
     m_buttons->setStandardButtons(QDialogButtonBox::Cancel);
     m_buttons->button(QDialogButtonBox::Cancel)->setText(q_("Cancel"));
     m_buttons->addButton(q_("A&dd"), QDialogButtonBox::AcceptRole)->setDefault(true);
@@ -75,9 +83,9 @@ void AddItemDialog::arrange() {
     connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* const all = new QVBoxLayout(this);
     all->addLayout(form, 1);
-    all->addWidget(m_problem);
+    all->addWidget(m_problemRow);
     all->addWidget(m_buttons);
-    setMinimumWidth(72 * fontMetrics().averageCharWidth());
+    setMinimumWidth(80 * fontMetrics().averageCharWidth());
 }
 
 QWidget* AddItemDialog::makeTargetField() {
@@ -159,7 +167,7 @@ void AddItemDialog::update() {
     }
     m_fileQuestion->setVisible(isFileThere && !indexer());
     m_outlook->setText(additionOutlook(kind, fileUse(), indexer()));
-    m_problem->hide();
+    m_problemRow->hide();
 }
 
 Driver::FileUse AddItemDialog::fileUse() const {
@@ -203,7 +211,7 @@ void AddItemDialog::accept() {
 
 void AddItemDialog::sayWhatIsWrong(const QString& text) {
     m_problem->setText(text);
-    m_problem->show();
+    m_problemRow->show();
     m_problem->setAccessibleDescription(text);
     m_target->setFocus();
     m_target->selectAll();

@@ -54,7 +54,8 @@ private:
     QRadioButton* m_contents = nullptr;
     QRadioButton* m_addresses = nullptr;
     QLabel* const m_outlook = new QLabel(this);
-    QLabel* const m_problem = new QLabel(this);
+    QWidget* const m_problemRow = new QWidget(this);
+    QLabel* const m_problem = new QLabel(m_problemRow);
     QDialogButtonBox* const m_buttons = new QDialogButtonBox(this);
 };
 

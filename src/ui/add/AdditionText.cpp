@@ -30,7 +30,7 @@ std::optional<Url> additionUrl(const QString& text) {
 }
 
 AdditionKind additionKind(const std::optional<Url>& url) {
-    if (!url) return AdditionKind::Nothing;
+    if (!url || !url->hasScheme()) return AdditionKind::Nothing;
     if (!url->isFile()) return AdditionKind::Page;
     return QFileInfo(toQString(url->path().value_or(""))).isDir() ? AdditionKind::Folder
                                                                   : AdditionKind::File;

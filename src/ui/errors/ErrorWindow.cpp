@@ -5,6 +5,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QMenuBar>
+#include <QShortcut>
 #include <QSplitter>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -99,6 +100,9 @@ void ErrorWindow::arrange() {
     all->addWidget(m_pages, 1);
     all->addWidget(makeFoot());
     setCentralWidget(page);
+    setMinimumSize(64 * em, 16 * fontMetrics().height());
+    auto* const escape = new QShortcut(Qt::Key_Escape, this);
+    connect(escape, &QShortcut::activated, this, [this] { close(); });
     resize(130 * em, 32 * fontMetrics().height());
     connect(m_list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             [this] { showDetails(); });

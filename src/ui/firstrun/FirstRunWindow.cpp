@@ -8,6 +8,7 @@
 #include <set>
 
 #include "app/SourcePages.h"
+#include "base/Files.h"
 #include "ui/Text.h"
 
 namespace siftwell {
@@ -37,6 +38,25 @@ QString titleOf(const BrowserProfile& profile) {
     return title;
 }
 
+// Sources that are on, as far as what they read is on this computer.
+std::vector<SearchItem> onOnThisComputer(std::vector<SearchItem> items) {
+    std::erase_if(items, [](const SearchItem& item) {
+        return !item.Index || !fileInfo(expandingTilde(item.Path));
+    });
+    return items;
+}
+
+std::vector<SearchItem> withoutThoseOf(const std::vector<BrowserItems>& browsers,
+                                       std::vector<SearchItem> items) {
+    for (const BrowserItems& browser : browsers) {
+        for (const BrowserItem& each : browser.items) {
+            std::erase_if(items,
+                          [&](const SearchItem& item) { return item.isSameItemAs(each.item); });
+        }
+    }
+    return items;
+}
+
 }  // namespace
 
 FirstRunWindow::FirstRunWindow(const Program& program, QWidget* parent)
@@ -64,6 +84,7 @@ void FirstRunWindow::arrange() {
     all->addWidget(makeExplanation());
     all->addWidget(m_state);
     all->addWidget(m_list, 1);
+    all->addStretch(0);
     all->addWidget(makeFoot());
     resize(76 * fontMetrics().averageCharWidth(), 30 * fontMetrics().height());
 }
@@ -109,21 +130,22 @@ void FirstRunWindow::look() {
     m_thread.run([this, paths = m_program.session.paths(),
                   items = searchItemsIn(m_program.session.settings().array("SearchItems"))](
                      const std::stop_token&) {
-        return [this, browsers = browserItems(items, paths)] { take(browsers); };
+        return [this, browsers = browserItems(items, paths), others = onOnThisComputer(items)] {
+            take(browsers, others);
+        };
     });
 }
 
-void FirstRunWindow::take(const std::vector<BrowserItems>& browsers) {
+void FirstRunWindow::take(const std::vector<BrowserItems>& browsers,
+                          const std::vector<SearchItem>& others) {
     for (const BrowserItems& browser : browsers) addBrowser(browser);
     const bool isAnyFound = !m_lines.empty();
-    addOthers(browsers);
-    m_state->setText(isAnyFound
-                         ? q_("These browsers are on this computer:")
-                         : q_("No browser was found on this computer. You can add a folder with "
-                              "pages, or come back later: Index, Find browsers."));
+    addOthers(withoutThoseOf(browsers, others));
+    m_state->setText(isAnyFound ? q_("These browsers are on this computer:")
+                                : q_("No browser was found on this computer. You can add a folder "
+                                     "with pages now, and look for browsers again at any time."));
     m_list->setVisible(!m_lines.empty());
     m_list->expandAll();
-    if (m_list->isVisible()) m_list->setCurrentItem(m_list->topLevelItem(0));
     m_start->setEnabled(true);
     m_start->setFocus();
     countPages();
@@ -138,18 +160,7 @@ void FirstRunWindow::addBrowser(const BrowserItems& browser) {
     }
 }
 
-// Sources of the list that are on and belong to none of the browsers.
-void FirstRunWindow::addOthers(const std::vector<BrowserItems>& browsers) {
-    std::vector<SearchItem> others;
-    for (const SearchItem& item :
-         searchItemsIn(m_program.session.settings().array("SearchItems"))) {
-        const bool isListed =
-            std::any_of(browsers.begin(), browsers.end(), [&](const BrowserItems& browser) {
-                return std::any_of(browser.items.begin(), browser.items.end(),
-                                   [&](const auto& each) { return each.item.isSameItemAs(item); });
-            });
-        if (item.Index && !isListed) others.push_back(item);
-    }
+void FirstRunWindow::addOthers(const std::vector<SearchItem>& others) {
     if (others.empty()) return;
     auto* const group = new QTreeWidgetItem(m_list, {q_("Other sources")});
     group->setFlags(group->flags() | Qt::ItemIsUserCheckable | Qt::ItemIsAutoTristate);

@@ -37,9 +37,9 @@ private:
     QWidget* makeExplanation();
     QWidget* makeFoot();
     void look();
-    void take(const std::vector<BrowserItems>& browsers);
+    void take(const std::vector<BrowserItems>& browsers, const std::vector<SearchItem>& others);
     void addBrowser(const BrowserItems& browser);
-    void addOthers(const std::vector<BrowserItems>& browsers);
+    void addOthers(const std::vector<SearchItem>& others);
     void addLine(QTreeWidgetItem* group, const BrowserItem& item, const QString& name);
     void countPages();
     void showCount(std::size_t line, std::int64_t count);

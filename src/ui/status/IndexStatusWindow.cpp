@@ -5,6 +5,7 @@
 #include <QLocale>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QShortcut>
 #include <QSplitter>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -117,6 +118,14 @@ void IndexStatusWindow::arrange() {
     all->addWidget(m_chart);
     all->addWidget(makeFoot());
     setCentralWidget(page);
+    auto* const escape = new QShortcut(Qt::Key_Escape, this);
+    connect(escape, &QShortcut::activated, this, [this] {
+        if (m_filter->text().isEmpty()) {
+            close();
+        } else {
+            m_filter->clear();
+        }
+    });
     resize(140 * em, 40 * fontMetrics().height());
     connect(m_filter, &QLineEdit::textChanged, this, [this] { ask(); });
     connect(m_sources, &SourceList::sourceSelected, this, [this] { ask(); });
@@ -189,7 +198,6 @@ void IndexStatusWindow::begin() {
     m_lister =
         std::make_unique<DocumentLister>(m_program.session.indexes(), m_program.session.mainLoop(),
                                          [this](const DocumentListPointer& list) { take(list); });
-    showSources();
     m_filter->setFocus();
     ask();
 }

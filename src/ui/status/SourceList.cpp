@@ -3,6 +3,7 @@
 #include <QHeaderView>
 #include <QLocale>
 #include <QScopedValueRollback>
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -42,6 +43,22 @@ std::vector<std::pair<QString, bool>> switchesIn(const std::vector<SearchItem>& 
     return switches;
 }
 
+// Those that are on or have brought pages before the many that never will.
+std::vector<std::pair<QString, bool>> usedFirst(std::vector<std::pair<QString, bool>> switches,
+                                                const std::map<QString, IndexSize>& sizes) {
+    std::stable_partition(switches.begin(), switches.end(), [&](const auto& each) {
+        return each.second || sizes.contains(each.first);
+    });
+    return switches;
+}
+
+// Qt lays out the whole list for every text that is set.
+void setText(QTreeWidgetItem& line, int column, const QString& text) {
+    if (line.text(column) == text) return;
+    line.setText(column, text);
+    line.setTextAlignment(column, Qt::AlignTrailing | Qt::AlignVCenter);
+}
+
 }  // namespace
 
 SourceList::SourceList(QWidget* parent) : QTreeWidget(parent) {
@@ -54,8 +71,7 @@ SourceList::SourceList(QWidget* parent) : QTreeWidget(parent) {
     setAllColumnsShowFocus(true);
     header()->setStretchLastSection(false);
     header()->setSectionResizeMode(NameColumn, QHeaderView::Stretch);
-    header()->setSectionResizeMode(PagesColumn, QHeaderView::ResizeToContents);
-    header()->setSectionResizeMode(BytesColumn, QHeaderView::ResizeToContents);
+    header()->setMinimumSectionSize(8 * fontMetrics().averageCharWidth());
     for (const int column : {PagesColumn, BytesColumn}) {
         headerItem()->setTextAlignment(column, Qt::AlignTrailing | Qt::AlignVCenter);
     }
@@ -70,11 +86,14 @@ SourceList::SourceList(QWidget* parent) : QTreeWidget(parent) {
 
 void SourceList::setSources(const std::vector<SearchItem>& items,
                             const std::vector<IndexSize>& sizes) {
+    if (items == m_items && sizes == m_sizes && topLevelItemCount() > 1) return;
     const QScopedValueRollback filling(m_isFilling, true);
+    m_items = items;
+    m_sizes = sizes;
     std::map<QString, IndexSize> ofSources = sizesBySource(sizes);
     std::set<QString> shown;
     fill(*topLevelItem(0), sumOf(sizes));
-    for (const auto& [name, isOn] : switchesIn(items)) {
+    for (const auto& [name, isOn] : usedFirst(switchesIn(items), ofSources)) {
         QTreeWidgetItem& line = *lineOf(name);
         line.setFlags(line.flags() | Qt::ItemIsUserCheckable);
         line.setCheckState(NameColumn, isOn ? Qt::Checked : Qt::Unchecked);
@@ -94,6 +113,8 @@ void SourceList::setSources(const std::vector<SearchItem>& items,
         if (!shown.contains(topLevelItem(i)->text(NameColumn))) delete takeTopLevelItem(i);
     }
     if (selectedItems().isEmpty()) setCurrentItem(topLevelItem(0));
+    resizeColumnToContents(PagesColumn);
+    resizeColumnToContents(BytesColumn);
 }
 
 // The source's line, or a new one at the end.
@@ -107,14 +128,11 @@ QTreeWidgetItem* SourceList::lineOf(const QString& source) {
 }
 
 void SourceList::fill(QTreeWidgetItem& line, const IndexSize& size) {
-    line.setText(PagesColumn, QLocale().toString(static_cast<qulonglong>(size.documents)));
-    line.setText(BytesColumn, size.bytes == 0
-                                  ? QStringLiteral("–")
-                                  : QLocale().formattedDataSize(static_cast<qint64>(size.bytes), 1,
-                                                                QLocale::DataSizeSIFormat));
-    for (const int column : {PagesColumn, BytesColumn}) {
-        line.setTextAlignment(column, Qt::AlignTrailing | Qt::AlignVCenter);
-    }
+    setText(line, PagesColumn, QLocale().toString(static_cast<qulonglong>(size.documents)));
+    setText(line, BytesColumn,
+            size.bytes == 0 ? QStringLiteral("–")
+                            : QLocale().formattedDataSize(static_cast<qint64>(size.bytes), 1,
+                                                          QLocale::DataSizeSIFormat));
 }
 
 std::optional<std::string> SourceList::selectedSource() const {
@@ -128,6 +146,7 @@ void SourceList::noteSwitch(const QTreeWidgetItem& line) {
     const bool isOn = line.checkState(NameColumn) == Qt::Checked;
     const QVariant before = line.data(NameColumn, kSwitchRole);
     if (before.isValid() && before.toBool() != isOn) {
+        m_items.clear();  // it may turn out otherwise
         Q_EMIT switched(line.text(NameColumn), isOn);
     }
 }

@@ -34,6 +34,8 @@ private:
     static void fill(QTreeWidgetItem& line, const IndexSize& size);
     void noteSwitch(const QTreeWidgetItem& line);
 
+    std::vector<SearchItem> m_items;  // that are shown
+    std::vector<IndexSize> m_sizes;
     bool m_isFilling = false;
 };
 
