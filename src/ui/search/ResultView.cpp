@@ -3,6 +3,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QScrollBar>
+#include <algorithm>
 #include <utility>
 
 #include "ui/Text.h"
@@ -47,10 +48,10 @@ void ResultView::setUpHeaders() {
     header->setSortIndicator(ResultModel::ScoreColumn, Qt::DescendingOrder);
     const int character = fontMetrics().averageCharWidth();
     header->resizeSection(ResultModel::ScoreColumn, 12 * character);
-    header->resizeSection(ResultModel::TitleColumn, 45 * character);
-    header->resizeSection(ResultModel::AddressColumn, 40 * character);
-    header->resizeSection(ResultModel::DateColumn, 16 * character);
-    header->resizeSection(ResultModel::SourceColumn, 20 * character);
+    header->resizeSection(ResultModel::TitleColumn, 36 * character);
+    header->resizeSection(ResultModel::AddressColumn, 30 * character);
+    header->resizeSection(ResultModel::DateColumn, 14 * character);
+    header->resizeSection(ResultModel::SourceColumn, 14 * character);
     setSortingEnabled(true);
 }
 
@@ -105,7 +106,7 @@ void ResultView::fitRows() {
 }
 
 QSize ResultView::minimumSizeHint() const {
-    return {fontMetrics().averageCharWidth() * 40, RowDelegate::heightOf(fontMetrics()) * 2};
+    return {fontMetrics().averageCharWidth() * 56, RowDelegate::heightOf(fontMetrics()) * 2};
 }
 
 void ResultView::resizeEvent(QResizeEvent* event) {

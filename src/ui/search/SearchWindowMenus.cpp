@@ -87,7 +87,7 @@ void SearchWindow::addSearchMenu() {
     menu.addMenu(m_dateMenu);
     menu.addMenu(m_recentMenu);
     m_locationMenu->menuAction()->setToolTip(q_("Where to search"));
-    const auto drop = [](QToolButton* button) { return [button] { button->showMenu(); }; };
+    const auto drop = [](QPushButton* button) { return [button] { button->showMenu(); }; };
     for (const auto& [button, key] :
          {std::pair{m_locationButton, "Ctrl+Shift+L"}, std::pair{m_typeButton, "Ctrl+Shift+W"}}) {
         auto* action = new QAction(this);
@@ -164,7 +164,9 @@ void SearchWindow::restoreLook() {
     const Settings& settings = m_program.session.settings();
     resize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 42);
     restoreGeometry(bytesOf(settings, kGeometry));
-    m_splitter->restoreState(bytesOf(settings, kSplitter));
+    if (!m_splitter->restoreState(bytesOf(settings, kSplitter))) {
+        m_splitter->setSizes({height(), height()});
+    }
     m_view->setColumns(bytesOf(settings, kColumns));
     m_tableForm->setChecked(settings.string(kForm) == "Table");
     m_actionBar->setVisible(!settings.boolean(kToolBar));
