@@ -65,7 +65,7 @@ void ResultView::setForm(Form form) {
     setItemDelegate(form == Form::Rows ? m_rowDelegate : m_tableDelegate);
     setHorizontalScrollBarPolicy(form == Form::Rows ? Qt::ScrollBarAlwaysOff
                                                     : Qt::ScrollBarAsNeeded);
-    header->setStretchLastSection(form == Form::Table);
+    if (form == Form::Rows) header->setStretchLastSection(false);
     if (form == Form::Rows) {
         for (int i = 0; i < ResultModel::kColumns; ++i) {
             header->setSectionHidden(i, i != ResultModel::TitleColumn);
@@ -75,6 +75,7 @@ void ResultView::setForm(Form form) {
         header->setSectionResizeMode(QHeaderView::Interactive);
         for (int i = 0; i < ResultModel::kColumns; ++i) header->setSectionHidden(i, false);
         header->restoreState(m_columns);
+        header->setStretchLastSection(true);
     }
     fitRows();
     if (currentIndex().isValid()) scrollTo(currentIndex());
