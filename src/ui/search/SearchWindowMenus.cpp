@@ -54,8 +54,6 @@ void SearchWindow::addFileMenu() {
     QMenu& menu = *menuBar()->addMenu(q_("&File"));
     menu.addAction(m_rowActions->open);
     menu.addAction(m_openPreviewed);
-    menu.addSeparator();
-    addAction(menu, N_("&Close"), keys({"Ctrl+W"}), [this] { close(); });
 }
 
 void SearchWindow::addEditMenu() {
@@ -78,8 +76,7 @@ void SearchWindow::addSearchMenu() {
     QMenu& menu = *menuBar()->addMenu(q_("&Search"));
     addAction(menu, N_("Search &Field"), keys({"Ctrl+L", "Ctrl+F"}),
               [this] { m_field->focusAll(); });
-    addAction(menu, N_("Search &Again"), keys({"F5", "Ctrl+R"}),
-              [this] { m_search.searchAgain(); });
+    addAction(menu, N_("Search &Again"), keys({"Ctrl+R"}), [this] { m_search.searchAgain(); });
     menu.addAction(m_rowActions->moreFromSite);
     menu.addSeparator();
     menu.addMenu(m_typeMenu);

@@ -145,7 +145,7 @@ void SearchWindowTest::keysLeadFromTheFieldToTheRowsAndBack() {
     QTest::keyClick(&view, Qt::Key_F3);
     QCOMPARE(m_f->preview->finds, QList<int>{2});
     const QString number = m_f->title(0).right(1);
-    QTest::keyClick(&view, Qt::Key_M, Qt::ControlModifier);
+    QTest::keyClick(&view, Qt::Key_M, Qt::ControlModifier | Qt::ShiftModifier);
     QCOMPARE(m_f->window().field().text(), QStringLiteral("host%1.example").arg(number));
 }
 
