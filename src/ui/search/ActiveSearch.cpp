@@ -55,7 +55,20 @@ std::string ActiveSearch::fieldText() const {
     return field ? field->text().trimmed().toStdString() : m_controller.searchQuery();
 }
 
-void ActiveSearch::performSearch() { m_controller.performSearch(fieldText()); }
+void ActiveSearch::performSearch() {
+    const auto sources = m_controller.searchSources();
+    m_controller.performSearch(fieldText());
+    if (sources && sources->empty()) showNothingFound();
+}
+
+// Nothing is found where nothing is searched; rows of other words would mislead.
+void ActiveSearch::showNothingFound() {
+    m_controller.cancelSearch();
+    rowsCleared();
+    m_placeholder = Placeholder::NothingFound;
+    Q_EMIT listHidden();
+    Q_EMIT changed();
+}
 
 void ActiveSearch::searchAgain() {
     if (!m_controller.searchQuery().empty() || !fieldText().empty()) performSearch();

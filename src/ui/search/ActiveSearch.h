@@ -71,6 +71,7 @@ private:
 
     ContentSearchController::Surroundings surroundings();
     std::string fieldText() const;
+    void showNothingFound();
     void sortIn();
 
     const Program m_program;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QMenu>
+#include <functional>
 
 #include "base/Settings.h"
 

@@ -1,6 +1,7 @@
 #include "ui/search/EmptyPage.h"
 
 #include <QPushButton>
+#include <algorithm>
 
 #include "ui/Text.h"
 #include "ui/search/SearchLimits.h"

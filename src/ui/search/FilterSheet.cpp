@@ -1,9 +1,9 @@
 #include "ui/search/FilterSheet.h"
 
 #include <QDialogButtonBox>
-#include <QFormLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 #include "ui/Text.h"
 

@@ -2,6 +2,7 @@
 
 #include <QHBoxLayout>
 #include <QLocale>
+#include <algorithm>
 
 #include "base/Url.h"
 #include "ui/Text.h"
@@ -31,7 +32,7 @@ IndexingProgress::IndexingProgress(NotificationCentre& centre, QWidget* parent)
     row->setContentsMargins(0, 0, 0, 0);
     m_text->setTextFormat(Qt::PlainText);
     m_bar->setTextVisible(false);
-    m_bar->setFixedSize(fontMetrics().averageCharWidth() * 12, fontMetrics().height() / 2);
+    m_bar->setFixedSize(fontMetrics().averageCharWidth() * 8, fontMetrics().height() / 2);
     m_bar->setAccessibleName(q_("Indexing"));
     row->addWidget(m_text);
     row->addWidget(m_bar);

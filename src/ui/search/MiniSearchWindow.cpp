@@ -3,7 +3,10 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
+#include <QStyleOptionFrame>
+#include <QStylePainter>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "ui/Text.h"
 #include "ui/search/RowDelegate.h"
@@ -113,6 +116,15 @@ void MiniSearchWindow::keyPressEvent(QKeyEvent* event) {
         default:
             QWidget::keyPressEvent(event);
     }
+}
+
+// A window without a frame of the desktop's has its own edge.
+void MiniSearchWindow::paintEvent(QPaintEvent*) {
+    QStylePainter painter(this);
+    QStyleOptionFrame frame;
+    frame.initFrom(this);
+    frame.lineWidth = style()->pixelMetric(QStyle::PM_DefaultFrameWidth, &frame, this);
+    painter.drawPrimitive(QStyle::PE_FrameMenu, frame);
 }
 
 bool MiniSearchWindow::event(QEvent* event) {

@@ -3,6 +3,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QScrollBar>
+#include <algorithm>
 #include <utility>
 
 #include "ui/Text.h"
@@ -47,10 +48,10 @@ void ResultView::setUpHeaders() {
     header->setSortIndicator(ResultModel::ScoreColumn, Qt::DescendingOrder);
     const int character = fontMetrics().averageCharWidth();
     header->resizeSection(ResultModel::ScoreColumn, 12 * character);
-    header->resizeSection(ResultModel::TitleColumn, 45 * character);
-    header->resizeSection(ResultModel::AddressColumn, 40 * character);
-    header->resizeSection(ResultModel::DateColumn, 16 * character);
-    header->resizeSection(ResultModel::SourceColumn, 20 * character);
+    header->resizeSection(ResultModel::TitleColumn, 36 * character);
+    header->resizeSection(ResultModel::AddressColumn, 30 * character);
+    header->resizeSection(ResultModel::DateColumn, 14 * character);
+    header->resizeSection(ResultModel::SourceColumn, 14 * character);
     setSortingEnabled(true);
 }
 
@@ -64,7 +65,7 @@ void ResultView::setForm(Form form) {
     setItemDelegate(form == Form::Rows ? m_rowDelegate : m_tableDelegate);
     setHorizontalScrollBarPolicy(form == Form::Rows ? Qt::ScrollBarAlwaysOff
                                                     : Qt::ScrollBarAsNeeded);
-    header->setStretchLastSection(form == Form::Table);
+    if (form == Form::Rows) header->setStretchLastSection(false);
     if (form == Form::Rows) {
         for (int i = 0; i < ResultModel::kColumns; ++i) {
             header->setSectionHidden(i, i != ResultModel::TitleColumn);
@@ -74,6 +75,7 @@ void ResultView::setForm(Form form) {
         header->setSectionResizeMode(QHeaderView::Interactive);
         for (int i = 0; i < ResultModel::kColumns; ++i) header->setSectionHidden(i, false);
         header->restoreState(m_columns);
+        header->setStretchLastSection(true);
     }
     fitRows();
     if (currentIndex().isValid()) scrollTo(currentIndex());
@@ -105,7 +107,7 @@ void ResultView::fitRows() {
 }
 
 QSize ResultView::minimumSizeHint() const {
-    return {fontMetrics().averageCharWidth() * 40, RowDelegate::heightOf(fontMetrics()) * 2};
+    return {fontMetrics().averageCharWidth() * 56, RowDelegate::heightOf(fontMetrics()) * 2};
 }
 
 void ResultView::resizeEvent(QResizeEvent* event) {

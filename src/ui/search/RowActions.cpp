@@ -39,7 +39,7 @@ RowActions::RowActions(const Program& program, ActiveSearch& search, ResultView&
     setUp(open, {key("Return"), key("Enter"), key("Ctrl+O")}, &RowActions::openSelection);
     setUp(copy, {QKeySequence(QKeySequence::Copy)}, &RowActions::copySelection);
     setUp(preview, {key("Space")}, &RowActions::togglePreview);
-    setUp(moreFromSite, {key("Ctrl+M")}, &RowActions::searchSiteOfSelection);
+    setUp(moreFromSite, {key("Ctrl+Shift+M")}, &RowActions::searchSiteOfSelection);
     setUp(remove, {key("Del")}, &RowActions::removeSelection);
     setUp(addFilter, {key("Ctrl+I")}, &RowActions::addFilterForSelection);
     setUp(neverIndexSite, {key("Ctrl+Shift+N")}, &RowActions::neverIndexSiteOfSelection);

@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QTextLayout>
 #include <QToolTip>
+#include <algorithm>
 
 #include "ui/Text.h"
 #include "ui/search/RelevanceBar.h"
@@ -49,6 +50,21 @@ QList<QTextLayout::FormatRange> marksOf(const Snippet& snippet, const QTextCharF
     return marks;
 }
 
+// One line, from its left; its width.
+qreal layOut(QTextLayout& layout, const QList<QTextLayout::FormatRange>& marks, qreal width) {
+    QTextOption option;
+    option.setWrapMode(QTextOption::NoWrap);
+    option.setTextDirection(layout.text().isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
+    option.setAlignment(Qt::AlignLeft | Qt::AlignAbsolute);
+    layout.setTextOption(option);
+    layout.setFormats(marks);
+    layout.beginLayout();
+    QTextLine line = layout.createLine();
+    line.setLineWidth(width);
+    layout.endLayout();
+    return line.naturalTextWidth();
+}
+
 }  // namespace
 
 struct RowDelegate::Places {
@@ -64,8 +80,7 @@ int RowDelegate::heightOf(const QFontMetrics& metrics) {
 
 std::size_t RowDelegate::columnsFor(int width, const QFontMetrics& metrics) {
     const int room = width - barWidthOf(metrics) - 3 * marginOf(metrics);
-    // Ordinary writing is a little wider than the average of all characters of a font.
-    return static_cast<std::size_t>(std::clamp(room / (metrics.averageCharWidth() + 1), 20, 400));
+    return static_cast<std::size_t>(std::clamp(room / metrics.averageCharWidth(), 20, 400));
 }
 
 QSize RowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {
@@ -156,21 +171,17 @@ void RowDelegate::drawSnippet(QPainter& painter, const QStyleOptionViewItem& opt
                                                                : QPalette::Highlight);
     behind.setAlphaF(0.22F);
     mark.setBackground(behind);
+    const QList<QTextLayout::FormatRange> marks = marksOf(*snippet, mark);
     QTextLayout layout(toQString(snippet->text), option.font);
-    QTextOption lines;
-    lines.setWrapMode(QTextOption::NoWrap);
-    const bool isRightToLeft = layout.text().isRightToLeft();
-    lines.setTextDirection(isRightToLeft ? Qt::RightToLeft : Qt::LeftToRight);
-    lines.setAlignment(Qt::AlignLeft | Qt::AlignAbsolute);
-    layout.setTextOption(lines);
-    layout.setFormats(marksOf(*snippet, mark));
-    layout.beginLayout();
-    QTextLine line = layout.createLine();
-    line.setLineWidth(within.width());
-    layout.endLayout();
-    // What fits begins where the rows begin; what does not shows its own beginning.
-    const qreal rest = within.width() - line.naturalTextWidth();
-    const bool isAtRight = rest >= 0 ? option.direction == Qt::RightToLeft : isRightToLeft;
+    qreal rest = within.width() - layOut(layout, marks, within.width());
+    if (rest < 0) {
+        const int plain = option.fontMetrics.horizontalAdvance(layout.text());
+        layout.setText(option.fontMetrics.elidedText(layout.text(), Qt::ElideRight,
+                                                     static_cast<int>(plain + rest)));
+        rest = within.width() - layOut(layout, marks, within.width());
+    }
+    const bool isAtRight =
+        rest >= 0 ? option.direction == Qt::RightToLeft : layout.text().isRightToLeft();
     painter.save();
     painter.setClipRect(within, Qt::IntersectClip);
     layout.draw(&painter, QPointF(within.left() + (isAtRight ? rest : 0), within.top()));

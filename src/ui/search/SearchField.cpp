@@ -4,7 +4,8 @@
 #include <QDragEnterEvent>
 #include <QKeyEvent>
 #include <QMimeData>
-#include <QStyle>
+#include <QPainter>
+#include <QStyleOption>
 
 #include "ui/Text.h"
 
@@ -13,6 +14,21 @@ namespace siftwell {
 namespace {
 
 constexpr std::chrono::milliseconds kRest(150);
+
+// A small arrow in the colour of the text, as menus of the style have it.
+QIcon arrowIcon(const QWidget& widget) {
+    const int side = widget.fontMetrics().height();
+    const qreal ratio = widget.devicePixelRatioF();
+    QPixmap picture(QSize(side, side) * ratio);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    QStyleOption option;
+    option.initFrom(&widget);
+    option.rect = QRect(side / 4, side / 4, side / 2, side / 2);
+    widget.style()->drawPrimitive(QStyle::PE_IndicatorArrowDown, &option, &painter, &widget);
+    return picture;
+}
 
 }  // namespace
 
@@ -24,9 +40,7 @@ SearchField::SearchField(const Settings& settings, QMenu* recent, QWidget* paren
     const QIcon search = QIcon::fromTheme(QStringLiteral("edit-find"));
     if (!search.isNull()) addAction(search, LeadingPosition);
     if (m_recent != nullptr) {
-        const QIcon arrow = QIcon::fromTheme(QStringLiteral("go-down"),
-                                             style()->standardIcon(QStyle::SP_ArrowDown));
-        QAction* drop = addAction(arrow, TrailingPosition);
+        QAction* drop = addAction(arrowIcon(*this), TrailingPosition);
         drop->setText(q_("Recent searches"));
         drop->setToolTip(q_("Recent searches (Alt+Down)"));
         connect(drop, &QAction::triggered, this, [this] { dropMenu(); });

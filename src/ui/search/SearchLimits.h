@@ -4,6 +4,7 @@
 // Threads: main.
 #pragma once
 
+#include <QDate>
 #include <QString>
 #include <functional>
 #include <vector>

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDragEnterEvent>
+#include <QHBoxLayout>
 #include <QMimeData>
 #include <QStatusBar>
 #include <QToolBar>
@@ -17,24 +18,23 @@ namespace siftwell {
 
 namespace {
 
-QToolButton* menuButton(QMenu* menu, const QString& accessibleName) {
-    auto* button = new QToolButton;
+QPushButton* menuButton(QMenu* menu, const QString& accessibleName) {
+    auto* button = new QPushButton;
     button->setMenu(menu);
-    button->setPopupMode(QToolButton::InstantPopup);
-    button->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    button->setAutoRaise(true);
-    button->setFocusPolicy(Qt::TabFocus);
+    button->setAutoDefault(false);
     button->setAccessibleName(accessibleName);
     button->setToolTip(accessibleName);
     return button;
 }
 
 // Long names of places are not to push the field away.
-void showOn(QToolButton* button, const QString& text) {
+void showOn(QPushButton* button, const QString& text) {
     const QFontMetrics metrics = button->fontMetrics();
-    button->setText(metrics.elidedText(text, Qt::ElideRight, metrics.averageCharWidth() * 24)
+    button->setText(metrics.elidedText(text, Qt::ElideRight, metrics.averageCharWidth() * 20)
                         .replace(QLatin1Char('&'), QStringLiteral("&&")));
     button->setAccessibleDescription(text);
+    button->setMinimumWidth(0);
+    button->setMinimumWidth(button->sizeHint().width() + metrics.averageCharWidth());
 }
 
 }  // namespace
@@ -88,15 +88,17 @@ void SearchWindow::setUpField() {
     auto* bar = new QToolBar(q_("Search"));
     bar->setObjectName(QStringLiteral("SearchBar"));
     bar->setMovable(false);
+    bar->toggleViewAction()->setEnabled(false);  // nothing works without it
     auto* row = new QWidget;
     auto* layout = new QHBoxLayout(row);
     const int gap = fontMetrics().height() / 3;
     layout->setContentsMargins(gap, gap, gap, gap);
     layout->setSpacing(gap);
     layout->addWidget(m_field, 1);
-    for (QToolButton* button : {m_typeButton, m_locationButton, m_dateButton}) {
+    for (QPushButton* button : {m_typeButton, m_locationButton, m_dateButton}) {
         layout->addWidget(button);
     }
+    layout->addWidget(m_actionBar);
     m_field->setMinimumWidth(fontMetrics().averageCharWidth() * 16);
     row->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     bar->addWidget(row);
@@ -104,13 +106,11 @@ void SearchWindow::setUpField() {
 }
 
 void SearchWindow::setUpToolBar() {
-    m_actionBar->setObjectName(QStringLiteral("ActionBar"));
-    m_actionBar->setMovable(false);
     const int line = fontMetrics().height();
     m_actionBar->setIconSize({line, line});
     m_openPreviewed->setIcon(m_rowActions->open->icon());
     m_openPreviewed->setToolTip(q_("Open the previewed page in the browser"));
-    m_openPreviewed->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+O")));
+    // The preview's own button has the key.
     m_openPreviewed->setEnabled(false);
     QMainWindow::addAction(m_openPreviewed);
     m_actionBar->addAction(m_openPreviewed);
@@ -118,7 +118,7 @@ void SearchWindow::setUpToolBar() {
                             m_rowActions->preview}) {
         m_actionBar->addAction(action);
     }
-    addToolBar(m_actionBar);
+    m_actionBar->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
 }
 
 void SearchWindow::setUpRows(const MakePreviewPane& makePreview) {
@@ -265,7 +265,7 @@ void SearchWindow::showLimits() {
 void SearchWindow::showState() {
     const int count = m_search.results().rowCount();
     const bool isEmpty = count == 0 && m_search.placeholder() != ActiveSearch::Placeholder::None;
-    if (isEmpty) m_empty->refresh();
+    if (isEmpty) showCount();
     m_stack->setCurrentWidget(isEmpty ? static_cast<QWidget*>(m_empty) : m_view);
     QStringList parts;
     if (count > 0) parts << counted(N_("%@ page"), N_("%@ pages"), count);

@@ -5,9 +5,9 @@
 
 #include <QLabel>
 #include <QMainWindow>
+#include <QPushButton>
 #include <QSplitter>
 #include <QStackedWidget>
-#include <QToolButton>
 #include <functional>
 
 #include "ui/PreviewPane.h"
@@ -90,9 +90,9 @@ private:
     LocationMenu* m_locationMenu;
     DateMenu* m_dateMenu;
     SearchField* m_field;
-    QToolButton* m_typeButton;
-    QToolButton* m_locationButton;
-    QToolButton* m_dateButton;
+    QPushButton* m_typeButton;
+    QPushButton* m_locationButton;
+    QPushButton* m_dateButton;
     QSplitter* m_splitter;
     QStackedWidget* m_stack;
     ResultView* m_view;

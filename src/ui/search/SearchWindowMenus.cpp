@@ -54,8 +54,6 @@ void SearchWindow::addFileMenu() {
     QMenu& menu = *menuBar()->addMenu(q_("&File"));
     menu.addAction(m_rowActions->open);
     menu.addAction(m_openPreviewed);
-    menu.addSeparator();
-    addAction(menu, N_("&Close"), keys({"Ctrl+W"}), [this] { close(); });
 }
 
 void SearchWindow::addEditMenu() {
@@ -69,7 +67,8 @@ void SearchWindow::addEditMenu() {
     const auto find = [this](int tag) {
         if (m_preview != nullptr) m_preview->performFindPanelAction(tag);
     };
-    addAction(menu, N_("Find in &Page…"), keys({"Ctrl+Shift+F"}), [find] { find(1); });
+    // The preview's own button has the key.
+    addAction(menu, N_("Find in &Page…"), {}, [find] { find(1); });
     addAction(menu, N_("Find Ne&xt"), keys({"F3"}), [find] { find(2); });
     addAction(menu, N_("Find Pre&vious"), keys({"Shift+F3"}), [find] { find(3); });
 }
@@ -78,8 +77,7 @@ void SearchWindow::addSearchMenu() {
     QMenu& menu = *menuBar()->addMenu(q_("&Search"));
     addAction(menu, N_("Search &Field"), keys({"Ctrl+L", "Ctrl+F"}),
               [this] { m_field->focusAll(); });
-    addAction(menu, N_("Search &Again"), keys({"F5", "Ctrl+R"}),
-              [this] { m_search.searchAgain(); });
+    addAction(menu, N_("Search &Again"), keys({"Ctrl+R"}), [this] { m_search.searchAgain(); });
     menu.addAction(m_rowActions->moreFromSite);
     menu.addSeparator();
     menu.addMenu(m_typeMenu);
@@ -87,7 +85,7 @@ void SearchWindow::addSearchMenu() {
     menu.addMenu(m_dateMenu);
     menu.addMenu(m_recentMenu);
     m_locationMenu->menuAction()->setToolTip(q_("Where to search"));
-    const auto drop = [](QToolButton* button) { return [button] { button->showMenu(); }; };
+    const auto drop = [](QPushButton* button) { return [button] { button->showMenu(); }; };
     for (const auto& [button, key] :
          {std::pair{m_locationButton, "Ctrl+Shift+L"}, std::pair{m_typeButton, "Ctrl+Shift+W"}}) {
         auto* action = new QAction(this);
@@ -164,7 +162,9 @@ void SearchWindow::restoreLook() {
     const Settings& settings = m_program.session.settings();
     resize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 42);
     restoreGeometry(bytesOf(settings, kGeometry));
-    m_splitter->restoreState(bytesOf(settings, kSplitter));
+    if (!m_splitter->restoreState(bytesOf(settings, kSplitter))) {
+        m_splitter->setSizes({height(), height()});
+    }
     m_view->setColumns(bytesOf(settings, kColumns));
     m_tableForm->setChecked(settings.string(kForm) == "Table");
     m_actionBar->setVisible(!settings.boolean(kToolBar));

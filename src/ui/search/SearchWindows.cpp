@@ -25,7 +25,8 @@ ActiveSearch& SearchWindows::search() {
     if (m_search == nullptr) {
         m_search = std::make_unique<ActiveSearch>(m_program);
         connect(m_search.get(), &ActiveSearch::windowWanted, this, [this](const QString& text) {
-            if (m_main == nullptr) main().field().showText(text);
+            if (m_main != nullptr) return;  // it does so itself
+            main().field().showText(text);
             main().bringUp();
         });
     }

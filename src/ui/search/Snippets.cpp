@@ -1,5 +1,6 @@
 #include "ui/search/Snippets.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/ThreadPriority.h"
@@ -20,7 +21,7 @@ void Snippets::begin(const std::string& query, const std::set<std::string>& stop
 }
 
 void Snippets::setColumns(std::size_t columns) {
-    constexpr std::size_t kStep = 20;
+    constexpr std::size_t kStep = 10;
     const std::size_t rounded = std::max(kStep, columns / kStep * kStep);
     if (std::exchange(m_columns, rounded) != rounded) forget();
 }

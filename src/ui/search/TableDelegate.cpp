@@ -1,5 +1,7 @@
 #include "ui/search/TableDelegate.h"
 
+#include <algorithm>
+
 #include "ui/search/RelevanceBar.h"
 #include "ui/search/ResultModel.h"
 

@@ -145,7 +145,7 @@ void SearchWindowTest::keysLeadFromTheFieldToTheRowsAndBack() {
     QTest::keyClick(&view, Qt::Key_F3);
     QCOMPARE(m_f->preview->finds, QList<int>{2});
     const QString number = m_f->title(0).right(1);
-    QTest::keyClick(&view, Qt::Key_M, Qt::ControlModifier);
+    QTest::keyClick(&view, Qt::Key_M, Qt::ControlModifier | Qt::ShiftModifier);
     QCOMPARE(m_f->window().field().text(), QStringLiteral("host%1.example").arg(number));
 }
 
@@ -162,8 +162,9 @@ void SearchWindowTest::escapeClearsTheFieldThenClosesTheWindow() {
     QVERIFY(!m_f->window().isVisible());
     QCOMPARE(m_f->program.settings().string("ContentSearchVisible"), std::string("No"));
     m_f->windows().show();
-    m_f->window().setIsEnding();
-    m_f->window().close();
+    QEvent quit(QEvent::Quit);
+    QApplication::sendEvent(qApp, &quit);
+    QVERIFY(!m_f->window().isVisible());
     QCOMPARE(m_f->program.settings().string("ContentSearchVisible"), std::string("Yes"));
 }
 
@@ -226,6 +227,32 @@ void SearchWindowTest::emptyPagesSayWhy() {
     }
     QTRY_COMPARE(m_f->rowCount(), 1);
     QVERIFY(!m_f->window().isEmptyPageShown());
+}
+
+void SearchWindowTest::nowhereToLookFindsNothingAndSaysSo() {
+    m_f->pages(1);
+    m_f->open();
+    QVERIFY(m_f->search(QStringLiteral("apple")));
+    auto* locations = m_f->window().findChild<LocationMenu*>();
+    Q_EMIT locations->aboutToShow();
+    for (QAction* action : locations->actions()) {
+        if (action->isChecked()) action->trigger();
+    }
+    QCOMPARE(m_f->rowCount(), 0);
+    QVERIFY(m_f->window().emptyPage().text().contains(QStringLiteral("Nowhere")));
+    Q_EMIT locations->aboutToShow();
+    locations->actions().first()->trigger();
+    QTRY_COMPARE(m_f->rowCount(), 1);
+}
+
+void SearchWindowTest::textOfOtherProgramsIsSearchedFor() {
+    m_f->pages(2);
+    m_f->open();
+    m_f->window().close();
+    QVERIFY(m_f->windows().searchFor("banana1").isOk());
+    QVERIFY(m_f->window().isVisible());
+    QCOMPARE(m_f->window().field().text(), QStringLiteral("banana1"));
+    QTRY_COMPARE(m_f->rowCount(), 1);
 }
 
 void SearchWindowTest::aFilterIsProposedAndThePagesAreHeldAgainstIt() {

@@ -23,6 +23,8 @@ private Q_SLOTS:
     void escapeClearsTheFieldThenClosesTheWindow();
     void menusChangeWhatIsFound();
     void emptyPagesSayWhy();
+    void nowhereToLookFindsNothingAndSaysSo();
+    void textOfOtherProgramsIsSearchedFor();
     void aFilterIsProposedAndThePagesAreHeldAgainstIt();
     void whatIsDroppedIsAdded();
     void theLookIsRemembered();
