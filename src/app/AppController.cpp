@@ -164,6 +164,10 @@ void AppController::applicationDidFinishLaunching() {
 
 // Nobody should have to wait a minute for the help pages.
 void AppController::startFirstScan() {
+    if (m_isFirstScanAwaited && m_indexes.netConnectionAvailable()) {
+        m_cycle.performRescan(ScanScope::Everything);
+        return;
+    }
     m_cycle.performRescan(ScanScope::LocalSources);
     startStartUpTimer();
 }

@@ -45,6 +45,9 @@ public:
     // A resident program's first scans: of the local sources at once when nothing was ever
     // scanned, of everything after "StartupIndexingDelay" seconds.
     void applicationDidFinishLaunching();
+    // Somebody waits for the first scan: it reads everything, and at once. Before the launch is
+    // finished.
+    void awaitFirstScan() { m_isFirstScanAwaited = true; }
     // Serves the main loop until the indexes are loaded.
     void waitUntilIndexingIsEnabled();
     // Stops indexing, ends the current search and writes what was added. False when a scan hangs:
@@ -123,6 +126,7 @@ private:
     MaintenanceCommands m_maintenance;
     bool m_isLoaderDone = false;
     bool m_isFirstScanDue = false;
+    bool m_isFirstScanAwaited = false;
 };
 
 struct ProgramEnd {

@@ -10,6 +10,7 @@
 #include "search/ResultRows.h"
 #include "search/SearchSources.h"
 #include "search/Snippet.h"
+#include "text/TitleText.h"
 #include "text/Utf8Prefix.h"
 
 namespace siftwell {
@@ -53,7 +54,7 @@ void printSnippet(const FoundRow& row, const SnippetMaker& snippets, const Conso
 }
 
 void printForPeople(const FoundRow& row, const SnippetMaker& snippets, const Console& console) {
-    console.print(printable(row.title));
+    console.print(printable(titleToShow(row.title)));
     console.print(std::string(kIndent) + printable(row.url));
     if (console.isOutputTerminal()) printSnippet(row, snippets, console);
     console.print(std::string(kIndent) + printable(row.date + "  " + row.source));

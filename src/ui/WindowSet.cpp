@@ -2,6 +2,8 @@
 
 #include <QApplication>
 #include <QMenuBar>
+#include <QWindow>
+#include <algorithm>
 #include <utility>
 
 #include "base/Log.h"
@@ -63,7 +65,8 @@ WindowSet::~WindowSet() { m_program.driver.setWindows(nullptr); }
 void WindowSet::open() {
     Settings& settings = m_program.session.settings();
     if (!settings.boolean("FirstRunExplanationShown")) {
-        FirstRunWindow(m_program).exec();
+        if (FirstRunWindow(m_program).exec() == QDialog::Accepted)
+            m_program.driver.awaitFirstScan();
         settings.set("FirstRunExplanationShown", true);
     }
     if (isRemembered(settings, "IndexListVisible")) showIndexStatus();
@@ -86,7 +89,10 @@ void WindowSet::toggle() {
         m_search.toggle();
         return;
     }
-    if (QGuiApplication::applicationState() == Qt::ApplicationActive) {
+    const auto windows = QGuiApplication::topLevelWindows();
+    const bool isAnyShown = std::any_of(windows.begin(), windows.end(),
+                                        [](const QWindow* window) { return window->isVisible(); });
+    if (isAnyShown && QGuiApplication::applicationState() == Qt::ApplicationActive) {
         hide();
     } else {
         activate();

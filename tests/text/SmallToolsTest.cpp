@@ -3,6 +3,7 @@
 #include "text/Base64.h"
 #include "text/ByteBlock.h"
 #include "text/MIMEMapper.h"
+#include "text/TitleText.h"
 
 namespace siftwell {
 namespace {
@@ -24,6 +25,14 @@ TEST(Base64Test, FullLinesHold72CharactersAndALastShortGroupBeginsALineEvenAtThe
     EXPECT_EQ(base64Encode(bytes), line);
     EXPECT_EQ(base64Encode(bytes + "a"), line + "\r\nYQ==");
     EXPECT_EQ(base64Encode(bytes + bytes + "abc"), line + "\r\n" + line + "\r\nYWJj");
+}
+
+TEST(TitleTextTest, ATitleThatStandsTwiceIsShownOnce) {
+    EXPECT_EQ(titleToShow("Moss Moss"), "Moss");
+    EXPECT_EQ(titleToShow("a b a b"), "a b");
+    for (const char* title : {"", " ", "Moss", "Moss moss", "MossMoss", "Moss  Moss", "aa"}) {
+        EXPECT_EQ(titleToShow(title), title == std::string_view(" ") ? "" : title);
+    }
 }
 
 TEST(MIMEMapperTest, ExtensionsAreKnownAsTheyAreWritten) {

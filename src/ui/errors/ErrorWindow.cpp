@@ -48,7 +48,7 @@ void ErrorWindow::addAction(QMenu& menu, const QString& text, const QKeySequence
                             std::function<void()> action) {
     QAction* const made = menu.addAction(text, this, std::move(action));
     made->setShortcut(keys);
-    if (keys != QKeySequence(Qt::CTRL | Qt::Key_W)) m_list->addAction(made);
+    m_list->addAction(made);
 }
 
 void ErrorWindow::makeMenu() {
@@ -56,8 +56,6 @@ void ErrorWindow::makeMenu() {
     addAction(menu, q_("&Open address"), Qt::CTRL | Qt::Key_Return, [this] { openAddress(); });
     addAction(menu, q_("&Copy error"), Qt::CTRL | Qt::SHIFT | Qt::Key_C, [this] { copy(); });
     addAction(menu, q_("Clear &list"), Qt::CTRL | Qt::SHIFT | Qt::Key_Delete, [this] { clear(); });
-    menu.addSeparator();
-    addAction(menu, q_("Close &window"), Qt::CTRL | Qt::Key_W, [this] { close(); });
     m_program.commands.addProgramMenus(*menuBar());
 }
 

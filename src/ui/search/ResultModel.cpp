@@ -8,6 +8,7 @@
 #include <numeric>
 
 #include "text/Folding.h"
+#include "text/TitleText.h"
 #include "ui/Text.h"
 #include "ui/search/RowTexts.h"
 
@@ -215,7 +216,7 @@ QVariant ResultModel::data(const QModelIndex& index, int role) const {
         case kRelevanceRole:
             return relevanceOf(row);
         case Qt::ToolTipRole:
-            if (column == TitleColumn) return plainToolTip(toQString(row.title));
+            if (column == TitleColumn) return plainToolTip(toQString(titleToShow(row.title)));
             if (column == AddressColumn) return plainToolTip(toQString(row.url));
             return {};
         case Qt::DisplayRole:

@@ -1,16 +1,15 @@
 #include "ui/search/RowActions.h"
 
-#include <QStyle>
-
 #include "ui/Text.h"
 #include "ui/search/FilterSheet.h"
+#include "ui/search/GlyphIcon.h"
 
 namespace siftwell {
 
 namespace {
 
-QIcon icon(const char* name, QStyle::StandardPixmap fallback, const QWidget& widget) {
-    return QIcon::fromTheme(QString::fromLatin1(name), widget.style()->standardIcon(fallback));
+QIcon icon(const char* name, Glyph otherwise) {
+    return QIcon::fromTheme(QString::fromLatin1(name), glyphIcon(otherwise));
 }
 
 }  // namespace
@@ -46,11 +45,11 @@ RowActions::RowActions(const Program& program, ActiveSearch& search, ResultView&
     for (QAction* action : {moreFromSite, addFilter, neverIndexSite}) {
         action->setShortcutContext(Qt::WindowShortcut);
     }
-    open->setIcon(icon("document-open", QStyle::SP_DialogOpenButton, view));
-    copy->setIcon(icon("edit-copy", QStyle::SP_FileDialogContentsView, view));
-    preview->setIcon(icon("view-preview", QStyle::SP_FileDialogInfoView, view));
-    remove->setIcon(icon("edit-delete", QStyle::SP_TrashIcon, view));
-    addFilter->setIcon(icon("view-filter", QStyle::SP_DialogNoButton, view));
+    open->setIcon(icon("document-open", Glyph::Open));
+    copy->setIcon(icon("edit-copy", Glyph::Copy));
+    preview->setIcon(icon("view-preview", Glyph::Preview));
+    remove->setIcon(icon("edit-delete", Glyph::Remove));
+    addFilter->setIcon(icon("view-filter", Glyph::Filter));
 }
 
 const FoundRow* RowActions::selection() const {

@@ -8,6 +8,7 @@
 #include <QToolTip>
 #include <algorithm>
 
+#include "text/TitleText.h"
 #include "ui/Text.h"
 #include "ui/search/RelevanceBar.h"
 #include "ui/search/RowTexts.h"
@@ -197,7 +198,9 @@ bool RowDelegate::helpEvent(QHelpEvent* event, QAbstractItemView* view,
     const Places places = placesIn(whole, row);
     const bool isOnTitle = places.title.contains(event->pos());
     const bool isOnAddress = places.address.contains(event->pos());
-    const std::string text = isOnTitle ? row.title : isOnAddress ? row.url : "";
+    const std::string text = isOnTitle     ? std::string(titleToShow(row.title))
+                             : isOnAddress ? row.url
+                                           : "";
     QToolTip::showText(event->globalPos(), plainToolTip(toQString(text)), view,
                        isOnTitle ? places.title : places.address);
     return true;

@@ -5,6 +5,7 @@
 #include <QUrl>
 #include <cmath>
 
+#include "text/TitleText.h"
 #include "ui/Text.h"
 
 namespace siftwell {
@@ -26,7 +27,7 @@ QString fromLeftToRight(const QString& text) { return QChar(0x2066) + text + QCh
 }  // namespace
 
 QString shownTitle(const ResultRow& row) {
-    const QString title = toQString(row.title).left(kLongest).simplified();
+    const QString title = toQString(titleToShow(row.title)).left(kLongest).simplified();
     return title.isEmpty() ? shownAddress(row) : title;
 }
 

@@ -87,11 +87,6 @@ void IndexStatusWindow::makeActions() {
     addOrder(q_("Sort by &address"), Qt::Key_1, DocumentModel::AddressColumn);
     addOrder(q_("Sort by &date"), Qt::Key_2, DocumentModel::DateColumn);
     addOrder(q_("Sort by &source"), Qt::Key_3, DocumentModel::SourceColumn);
-    menu.addSeparator();
-    QAction* const close =
-        addAction(q_("C&lose"), QKeySequence(Qt::CTRL | Qt::Key_W), [this] { this->close(); });
-    close->setShortcutContext(Qt::WindowShortcut);
-    menu.addAction(close);
 }
 
 void IndexStatusWindow::arrange() {

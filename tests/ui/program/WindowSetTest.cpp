@@ -47,7 +47,6 @@ private Q_SLOTS:
         QTRY_COMPARE(QGuiApplication::applicationState(), Qt::ApplicationActive);
         m_windows->toggle();
         QCOMPARE(shownWindows(), 0);
-        QTRY_VERIFY(QGuiApplication::applicationState() != Qt::ApplicationActive);
         m_windows->toggle();
         QCOMPARE(shownWindows(), 2);
     }

@@ -21,6 +21,7 @@ protected:
         m_screen.emplace();
         m_web.emplace(SIFTWELL_SOURCE_DIR "/tests/ui/screen/pages", m_home);
         m_variables["DISPLAY"] = m_screen->name();
+        m_variables["QT_QPA_PLATFORM"] = "xcb";
         m_variables["PATH"] = m_home.file("bin") + ":" + std::getenv("PATH");
         m_variables["SIFTWELL_ONLINE"] = "yes";
         m_variables["QTWEBENGINE_DISABLE_SANDBOX"] = "1";
@@ -75,8 +76,13 @@ protected:
         screen().waitForQuiet();
     }
     std::string recentSearch() {
-        const auto recent = setting("RecentSearches");
-        return recent.contains("value") && !recent["value"].empty() ? recent["value"][0] : "";
+        const auto loop = makeHeadlessRunLoop();
+        const auto settings =
+            Settings::open(m_home.file("config/siftwell/com.velotrin.Siftwell.plist"),
+                           Settings::Access::ReadOnly, *loop);
+        const auto recent =
+            settings ? (*settings)->strings("RecentSearches") : std::vector<std::string>();
+        return recent.empty() ? "" : recent.front();
     }
     bool isIndexed(const std::string& page) { return siftwell({"why", address(page)}).status == 0; }
     std::string address(const std::string& page) { return web().site().address("/" + page); }
@@ -146,6 +152,8 @@ TEST_F(ScreenTest, PreferencesCountWhenTheyAreConfirmedAndWindowsComeBackAtTheNe
     screen().keepPicture("preferences");
     screen().press("Escape");
     screen().waitForNoWindow("Preferences");
+    EXPECT_EQ(siftwell({}).status, 0);
+    screen().waitForWindow("Siftwell");
     screen().press("ctrl+w");
     waitUntil([&] { return setting("ContentSearchVisible")["value"] == "No"; });
     EXPECT_EQ(siftwell({"quit"}).status, 0);
