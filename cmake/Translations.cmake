@@ -20,6 +20,6 @@ endforeach()
 add_custom_target(translations ALL DEPENDS ${COMPILED_CATALOGUES})
 
 add_custom_target(pot
-    COMMAND sh -c "find src -name '*.cpp' | sort | xargs ${XGETTEXT} --c++ --from-code=UTF-8 -k_ -kN_ -o po/siftwell.pot"
+    COMMAND sh -c "find src -name '*.cpp' -o -name '*.h' | sort | xargs ${XGETTEXT} --c++ --from-code=UTF-8 -k_ -kq_ -kN_ -o po/siftwell.pot"
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
     VERBATIM)
