@@ -45,12 +45,15 @@ void Resident::serveOnBus() {
     }
 }
 
-void Resident::run() {
+void Resident::run(const std::function<void()>& beforeLaunch) {
     RunLoop& mainLoop = m_surroundings.mainLoop;
     for (const int signal : {SIGINT, SIGTERM}) {
         mainLoop.watchSignal(signal, [&mainLoop] { mainLoop.stop(); });
     }
-    m_controller->applicationDidFinishLaunching();
+    mainLoop.post([this, beforeLaunch] {
+        if (beforeLaunch) beforeLaunch();
+        m_controller->applicationDidFinishLaunching();
+    });
     mainLoop.run();
 }
 

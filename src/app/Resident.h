@@ -4,6 +4,7 @@
 // Threads: main.
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "app/AppController.h"
@@ -38,8 +39,9 @@ public:
     AppController& controller() { return *m_controller; }
     Session& session() { return *m_session; }
 
-    // Begins with the scans and serves the main loop until the program is to end.
-    void run();
+    // Serves the main loop until the program is to end. The first thing done there is
+    // `beforeLaunch`, the second is to begin with the scans.
+    void run(const std::function<void()>& beforeLaunch = {});
     void quit() { m_surroundings.mainLoop.stop(); }
 
     // Writes and lets go of everything.

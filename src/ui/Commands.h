@@ -29,6 +29,7 @@ public:
     virtual void addToIndex(const QStringList& targets = {}) = 0;
     virtual void scanNow() = 0;
     // Each asks first, and says what went wrong.
+    virtual void applyFilters(QWidget* parent) = 0;
     virtual void clearIndex(QWidget* parent) = 0;
     virtual void rebuildIndex(QWidget* parent) = 0;
     virtual void compactIndex(QWidget* parent) = 0;

@@ -33,7 +33,7 @@ private:
 
 void addProgram(QMenuBar& bar, Commands& commands) {
     QAction* first = bar.actions().isEmpty() ? nullptr : bar.actions().front();
-    MenuMaker menu(bar, first, q_("&Siftwell"));
+    MenuMaker menu(bar, first, q_("Sif&twell"));
     menu.add(N_("&Add to the Index…"), QKeySequence::New, [&] { commands.addToIndex(); });
     menu.add(N_("Find &Browsers…"), {}, [&] { commands.showFirstRun(); });
     menu.separate();
@@ -50,6 +50,7 @@ void addIndex(QMenuBar& bar, Commands& commands) {
     MenuMaker menu(bar, nullptr, q_("&Index"));
     menu.add(N_("&Scan Now"), {Qt::Key_F5}, [&] { commands.scanNow(); });
     menu.separate();
+    menu.add(N_("Apply &Filters"), {}, [&commands, window] { commands.applyFilters(window); });
     menu.add(N_("&Compact"), {}, [&commands, window] { commands.compactIndex(window); });
     menu.add(N_("&Rebuild…"), {}, [&commands, window] { commands.rebuildIndex(window); });
     menu.add(N_("C&lear…"), {}, [&commands, window] { commands.clearIndex(window); });

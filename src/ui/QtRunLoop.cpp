@@ -99,9 +99,14 @@ public:
         if (!m_isStopped) QCoreApplication::exec();
     }
 
+    // Windows are asked to close first, and may ask the user something; then the loop ends,
+    // whatever they say.
     void stop() override {
         m_isStopped = true;
-        QCoreApplication::quit();
+        post([] {
+            QCoreApplication::quit();
+            QCoreApplication::exit(0);
+        });
     }
 
     bool isOwnedByThisThread() const override { return QThread::currentThread() == thread(); }

@@ -1,18 +1,22 @@
 #include "ui/WindowSet.h"
 
 #include <QApplication>
+#include <QDropEvent>
 #include <QMenuBar>
-#include <QWindow>
+#include <QTimer>
 #include <algorithm>
 #include <utility>
 
 #include "base/Log.h"
+#include "ui/Explain.h"
 #include "ui/ProgramMenus.h"
 #include "ui/Text.h"
 #include "ui/about/AboutBox.h"
 #include "ui/add/AddItemDialog.h"
+#include "ui/desktop/TaskBarEntry.h"
 #include "ui/firstrun/FirstRunWindow.h"
 #include "ui/preview/WebPreviewPane.h"
+#include "ui/search/DroppedTargets.h"
 
 namespace siftwell {
 
@@ -26,10 +30,17 @@ void bringUp(QWidget& window) {
     window.activateWindow();
 }
 
-template <typename Window>
-void showWindow(std::unique_ptr<Window>& window, const Program& program) {
-    if (window == nullptr) window = std::make_unique<Window>(program);
-    bringUp(*window);
+// Not the icon in the panel, menus and tool tips, which Qt counts among the windows.
+bool isOwnWindow(const QWidget& window) {
+    return window.inherits("QMainWindow") || window.inherits("QDialog") ||
+           qobject_cast<const MiniSearchWindow*>(&window) != nullptr;
+}
+
+bool isAnyWindowShown() {
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    return std::any_of(windows.begin(), windows.end(), [](const QWidget* window) {
+        return window->isVisible() && isOwnWindow(*window);
+    });
 }
 
 bool isRemembered(const Settings& settings, const std::string& key) {
@@ -50,9 +61,14 @@ WindowSet::WindowSet(const Surroundings& surroundings)
                [this] { toggle(); }),
       m_tray(m_program, m_hotKey) {
     m_program.driver.setWindows(this);
+    qApp->installEventFilter(this);
     connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](auto state) {
         if (state == Qt::ApplicationActive) applicationDidBecomeActive();
     });
+    m_isInTaskBar = m_program.session.settings().boolean("ShowIconInDock");
+    m_preferenceChanges =
+        m_program.session.centre().observe("SiftwellPreferenceChangeNotification",
+                                           [this](const PropertyList&) { followTaskBarSetting(); });
     m_updates = m_program.session.centre().observe(
         "SiftwellUpdateAvailableNotification",
         [this](const PropertyList& update) { tellOfUpdate(update); });
@@ -62,21 +78,59 @@ WindowSet::~WindowSet() { m_program.driver.setWindows(nullptr); }
 
 // ---- Start and end
 
-void WindowSet::open() {
+void WindowSet::open(const StartOptions& options) {
     Settings& settings = m_program.session.settings();
-    if (!settings.boolean("FirstRunExplanationShown")) {
-        if (FirstRunWindow(m_program).exec() == QDialog::Accepted)
-            m_program.driver.awaitFirstScan();
-        settings.set("FirstRunExplanationShown", true);
+    if (!settings.boolean("FirstRunExplanationShown") &&
+        FirstRunWindow(m_program).exec() == QDialog::Accepted) {
+        m_program.driver.awaitFirstScan();
     }
     if (isRemembered(settings, "IndexListVisible")) showIndexStatus();
     if (isRemembered(settings, "ContentSearchVisible")) showSearch();
     for (const Status& status : {m_tray.status(), m_hotKey.status()}) {
         if (!status.isOk()) writeLog(status.message());
     }
+    if (!options.isInBackground) applicationDidBecomeActive();
+    // Somebody has to be able to find the program again.
+    if (!isRememberedWindowOpen() && !m_tray.isShown() && !m_hotKey.isActive()) showSearch();
+    if (!options.searchQuery.empty()) explain(searchFor(options.searchQuery), m_program.alerts);
+}
+
+// The end begins with a Quit event, before windows are closed: that is not the user's wish then.
+bool WindowSet::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::Quit && watched == qApp) applicationWillTerminate();
+    if (event->type() == QEvent::Show) {
+        const auto* window = qobject_cast<const QWidget*>(watched);
+        if (window != nullptr && window->isWindow() && isOwnWindow(*window)) keepInTaskBar(window);
+    }
+    const bool isDrop = event->type() == QEvent::Drop;
+    const bool takesDrops = watched == m_indexStatus.get() || watched == m_errors.get();
+    if (!takesDrops || (!isDrop && event->type() != QEvent::DragEnter)) return false;
+    auto& drop = static_cast<QDropEvent&>(*event);
+    const QStringList targets = droppedTargets(*drop.mimeData());
+    if (targets.isEmpty()) return false;
+    drop.acceptProposedAction();
+    // Whoever drags waits until the drop is over.
+    if (isDrop) QTimer::singleShot(0, this, [this, targets] { addToIndex(targets); });
+    return true;
+}
+
+// When the window manager knows it.
+void WindowSet::keepInTaskBar(const QWidget* window) {
+    if (m_program.session.settings().boolean("ShowIconInDock")) return;
+    QTimer::singleShot(0, window, [window] { setInTaskBar(*window, false); });
+}
+
+void WindowSet::followTaskBarSetting() {
+    const bool isInTaskBar = m_program.session.settings().boolean("ShowIconInDock");
+    if (std::exchange(m_isInTaskBar, isInTaskBar) == isInTaskBar) return;
+    for (const QWidget* window : QApplication::topLevelWidgets()) {
+        if (window->isVisible() && isOwnWindow(*window)) setInTaskBar(*window, isInTaskBar);
+    }
 }
 
 void WindowSet::applicationWillTerminate() {
+    if (SearchWindow* window = m_search.mainWindow()) window->setIsEnding();
+    if (m_indexStatus != nullptr) m_indexStatus->setIsEnding();
     if (m_preferences != nullptr) m_preferences->applicationWillTerminate();
 }
 
@@ -89,10 +143,7 @@ void WindowSet::toggle() {
         m_search.toggle();
         return;
     }
-    const auto windows = QGuiApplication::topLevelWindows();
-    const bool isAnyShown = std::any_of(windows.begin(), windows.end(),
-                                        [](const QWindow* window) { return window->isVisible(); });
-    if (isAnyShown && QGuiApplication::applicationState() == Qt::ApplicationActive) {
+    if (isAnyWindowShown() && QGuiApplication::applicationState() == Qt::ApplicationActive) {
         hide();
     } else {
         activate();
@@ -103,7 +154,7 @@ void WindowSet::hide() {
     if (QApplication::activeModalWidget() != nullptr) return;  // it waits for an answer
     m_hidden.clear();
     for (QWidget* window : QApplication::topLevelWidgets()) {
-        if (!window->isVisible() || window->windowType() == Qt::Popup) continue;
+        if (!window->isVisible() || !isOwnWindow(*window)) continue;
         m_hidden.emplace_back(window);
         window->hide();
     }
@@ -142,9 +193,18 @@ Status WindowSet::searchFor(const std::string& text) { return m_search.searchFor
 
 void WindowSet::showMiniSearch() { m_search.showMini(); }
 
-void WindowSet::showIndexStatus() { showWindow(m_indexStatus, m_program); }
+template <typename Window>
+void WindowSet::show(std::unique_ptr<Window>& window) {
+    if (window == nullptr) {
+        window = std::make_unique<Window>(m_program);
+        window->setAcceptDrops(true);
+    }
+    bringUp(*window);
+}
 
-void WindowSet::showErrors() { showWindow(m_errors, m_program); }
+void WindowSet::showIndexStatus() { show(m_indexStatus); }
+
+void WindowSet::showErrors() { show(m_errors); }
 
 void WindowSet::showPreferences(int tab) {
     if (m_preferences == nullptr) {
@@ -163,12 +223,15 @@ void WindowSet::addToIndex(const QStringList& targets) {
 
 // ---- Commands
 
-void WindowSet::scanNow() { explain(m_program.driver.startScan(Driver::ScanScope::Everything)); }
+void WindowSet::scanNow() {
+    explain(m_program.driver.startScan(Driver::ScanScope::Everything), m_program.alerts);
+}
 
 void WindowSet::showHelp() {
     const std::string page = m_program.session.paths().resourceFolder + "/Help/index.html";
     if (m_program.desktop.open(Url::fromFilePath(page))) return;
-    explain({StatusCode::Failed, filledIn(_("There is no program that opens %@."), page)});
+    explain({StatusCode::Failed, filledIn(_("There is no program that opens %@."), page)},
+            m_program.alerts);
 }
 
 void WindowSet::goToURL(int tag) {
@@ -194,13 +257,6 @@ void WindowSet::tellOfUpdate(const PropertyList& update) {
          .buttons = {_("Later"), _("Show It in the Browser")}},
         0);
     if (answer == 1 && url) m_program.desktop.open(*url);
-}
-
-void WindowSet::explain(const Status& status) {
-    if (status.isOk()) return;
-    m_program.alerts.ask(
-        {.title = _("Siftwell could not do this."), .text = status.message(), .buttons = {_("OK")}},
-        0);
 }
 
 }  // namespace siftwell

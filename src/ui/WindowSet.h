@@ -22,6 +22,12 @@
 
 namespace siftwell {
 
+// How the program was started.
+struct StartOptions {
+    std::string searchQuery;      // to be searched for at once; "" for nothing
+    bool isInBackground = false;  // with the session, not by hand
+};
+
 class WindowSet : public QObject, public Commands, public ProgramWindows {
     Q_OBJECT
 
@@ -36,11 +42,9 @@ public:
     explicit WindowSet(const Surroundings& surroundings);
     ~WindowSet() override;
 
-    // The windows that stood open when the program ended; before the very first start, the choice
-    // of browsers.
-    void open();
-    // What the windows still have to ask and to store before the program ends.
-    void applicationWillTerminate();
+    // The windows that stood open when the program ended; at the very first start, the choice of
+    // browsers before. Whoever starts the program by hand comes to its front.
+    void open(const StartOptions& options = {});
 
     // ---- ProgramWindows
     void showSearch() override;
@@ -57,6 +61,7 @@ public:
     void showFirstRun() override;
     void addToIndex(const QStringList& targets) override;
     void scanNow() override;
+    void applyFilters(QWidget* parent) override { m_maintenance.applyFilters(parent); }
     void clearIndex(QWidget* parent) override { m_maintenance.clearIndex(parent); }
     void rebuildIndex(QWidget* parent) override { m_maintenance.rebuildIndex(parent); }
     void compactIndex(QWidget* parent) override { m_maintenance.compactIndex(parent); }
@@ -68,13 +73,20 @@ public:
     void quit() override;
     void addProgramMenus(QMenuBar& menus) override;
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    template <typename Window>
+    void show(std::unique_ptr<Window>& window);
+    void keepInTaskBar(const QWidget* window);
+    void followTaskBarSetting();
+    void applicationWillTerminate();
     void activate();
     void hide();
     void applicationDidBecomeActive();
     bool isRememberedWindowOpen() const;
     void tellOfUpdate(const PropertyList& update);
-    void explain(const Status& status);
 
     const Program m_program;
     MaintenanceDialogs m_maintenance;
@@ -85,6 +97,8 @@ private:
     TrayIcon m_tray;
     std::unique_ptr<PrefsWindow> m_preferences;
     std::vector<QPointer<QWidget>> m_hidden;  // by the hot key, to be shown by it again
+    bool m_isInTaskBar = true;
+    NotificationCentre::Observation m_preferenceChanges;
     NotificationCentre::Observation m_updates;
 };
 

@@ -3,6 +3,9 @@
 #include <unistd.h>
 
 #include <QApplication>
+#include <QCommandLineParser>
+#include <QLibraryInfo>
+#include <QTranslator>
 
 #include "app/ProgramStart.h"
 #include "app/Resident.h"
@@ -37,11 +40,38 @@ int sayWhatIsWrong(const Status& status, Alerts& alerts) {
     return 4;
 }
 
+// Those of the desktop's own texts: buttons, file dialogs, and the direction of writing.
+void translate(QApplication& application, QTranslator& translator) {
+    const QString folder = QLibraryInfo::path(QLibraryInfo::TranslationsPath);
+    if (translator.load(QLocale(), QStringLiteral("qtbase"), QStringLiteral("_"), folder)) {
+        application.installTranslator(&translator);
+    }
+}
+
+StartOptions optionsOf(const QApplication& application) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(q_("Find the pages you saw by the words on them."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption search(QStringLiteral("search"), q_("Search for these words."),
+                                    q_("WORDS"));
+    const QCommandLineOption background(
+        QStringLiteral("background"),
+        q_("Show only the windows that stood open when Siftwell ended."));
+    parser.addOptions({search, background});
+    parser.process(application);
+    return {.searchQuery = parser.value(search).toStdString(),
+            .isInBackground = parser.isSet(background)};
+}
+
 int run(int argc, char** argv) {
     const Paths paths = prepareProgram();
     keepMemorySmall();
     QApplication application(argc, argv);
+    QTranslator translator;
+    translate(application, translator);
     describe(application);
+    const StartOptions options = optionsOf(application);
     const auto mainLoop = makeQtRunLoop();
     NotificationCentre centre(*mainLoop);
     QtAlerts alerts;
@@ -52,8 +82,7 @@ int run(int argc, char** argv) {
     if (!resident) return sayWhatIsWrong(resident.status(), alerts);
     {
         WindowSet windows({(*resident)->session(), (*resident)->controller(), desktop, alerts});
-        windows.open();
-        (*resident)->run();
+        (*resident)->run([&windows, &options] { windows.open(options); });
     }
     const ProgramEnd end = (*resident)->close();
     if (!end.status.isOk()) writeLog("Ended with an error: " + end.status.message());

@@ -3,6 +3,7 @@
 #include <QFileDialog>
 #include <QStandardPaths>
 
+#include "ui/Explain.h"
 #include "ui/Text.h"
 
 namespace siftwell {
@@ -75,7 +76,7 @@ bool MaintenanceDialogs::isConfirmed(const std::string& question, const std::str
 void MaintenanceDialogs::run(QWidget* parent, const QString& progress, const Start& start) {
     const auto before = m_surroundings.driver.maintenanceState();
     const Status started = start();
-    if (!started.isOk()) return explain(started);
+    if (!started.isOk()) return explain(started, m_surroundings.alerts);
     m_endedBefore = before ? before->ended : 0;
     m_progress = new QProgressDialog(progress, QString(), 0, 0, parent);
     m_progress->setAttribute(Qt::WA_DeleteOnClose);
@@ -94,15 +95,7 @@ void MaintenanceDialogs::follow() {
     }
     m_poll.stop();
     if (m_progress != nullptr) m_progress->close();
-    if (state && !state->result.isOk()) explain(state->result);
-}
-
-void MaintenanceDialogs::explain(const Status& status) {
-    m_surroundings.alerts.ask({.title = _("Siftwell could not do this."),
-                               .text = status.message(),
-                               .buttons = {_("OK")},
-                               .isCritical = true},
-                              0);
+    if (state) explain(state->result, m_surroundings.alerts);
 }
 
 }  // namespace siftwell

@@ -41,7 +41,6 @@ private:
     bool isConfirmed(const std::string& question, const std::string& warning);
     void run(QWidget* parent, const QString& progress, const Start& start);
     void follow();
-    void explain(const Status& status);
 
     const Surroundings m_surroundings;
     QTimer m_poll;

@@ -133,7 +133,7 @@ TEST_F(ScreenTest, ItComesAndGoesByTheCommandAndTheHotKey) {
     startWithBrowsers();
     EXPECT_EQ(siftwell({"toggle"}).status, 0);
     screen().waitForNoWindow("Siftwell");
-    EXPECT_EQ(siftwell({"toggle", "--search", "moss"}).status, 0);
+    EXPECT_EQ(siftwell({"toggle", "--search", "moss"}).status, 0);  // of the copy that runs
     screen().waitForWindow("Siftwell");
     waitUntil([&] { return recentSearch() == "moss"; });
     screen().press("super+ctrl+h");
@@ -145,7 +145,7 @@ TEST_F(ScreenTest, ItComesAndGoesByTheCommandAndTheHotKey) {
     waitForEnd();
 }
 
-TEST_F(ScreenTest, PreferencesCountWhenTheyAreConfirmedAndWindowsComeBackAtTheNextStart) {
+TEST_F(ScreenTest, WindowsComeBackAsTheyWereAtTheEnd) {
     startWithBrowsers();
     screen().press("ctrl+comma");
     screen().waitForWindow("Preferences");
@@ -159,9 +159,22 @@ TEST_F(ScreenTest, PreferencesCountWhenTheyAreConfirmedAndWindowsComeBackAtTheNe
     EXPECT_EQ(siftwell({"quit"}).status, 0);
     waitForEnd();
 
+    m_inChild = [] { execl(SIFTWELL_GUI, "siftwell-gui", "--background", nullptr); };
     startProgram();
+    m_inChild = {};
     screen().waitForWindow("Index status");
+    EXPECT_FALSE(screen().hasWindow("^Siftwell$"));
     EXPECT_FALSE(screen().hasWindow("Welcome"));
+    EXPECT_EQ(siftwell({"quit"}).status, 0);
+    waitForEnd();
+}
+
+TEST_F(ScreenTest, ACommandWithWordsStartsTheProgramWithThem) {
+    EXPECT_EQ(siftwell({"defaults", "write", "FirstRunExplanationShown", "yes"}).status, 0);
+    m_program =
+        start({"toggle", "--search", "filters"}, m_home.file("gui.out"), m_home.file("gui.err"));
+    screen().waitForWindow("Siftwell");
+    waitUntil([&] { return recentSearch() == "filters"; });
     EXPECT_EQ(siftwell({"quit"}).status, 0);
     waitForEnd();
 }

@@ -55,6 +55,7 @@ public:
         note("add " + targets.join(QLatin1Char(' ')).toStdString());
     }
     void scanNow() override { note("scan"); }
+    void applyFilters(QWidget*) override { note("filter"); }
     void clearIndex(QWidget*) override { note("clear"); }
     void rebuildIndex(QWidget*) override { note("rebuild"); }
     void compactIndex(QWidget*) override { note("compact"); }
