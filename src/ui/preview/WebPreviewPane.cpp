@@ -38,6 +38,16 @@ QUrl toQUrl(const Url& url) {
     return QUrl::fromEncoded(QByteArray::fromStdString(url.absoluteString()));
 }
 
+// Whether that is where a row's page is to be had. Who reads a file of this computer is nobody's
+// business, whatever address the file gives for itself.
+bool isOnTheWeb(const QString& address) {
+    constexpr std::array kSchemes = {"http", "https", "feed"};
+    return std::any_of(kSchemes.begin(), kSchemes.end(),
+                       [scheme = QUrl(address).scheme()](const char* each) {
+                           return scheme == QLatin1String(each);
+                       });
+}
+
 PreviewPart partOf(const WebResource& resource) {
     QByteArray type = QByteArray::fromStdString(resource.mimeType.value_or("text/html"));
     if (resource.textEncodingName) {
@@ -239,7 +249,8 @@ void WebPreviewPane::visit(const PreviewContent& content) {
     const Settings& settings = m_program.session.settings();
     m_engine->show(targetOf(content),
                    {.areImagesShown = settings.boolean("LoadImages"),
-                    .areScriptsRun = settings.boolean("PreviewRunsScripts")},
+                    .areScriptsRun = settings.boolean("PreviewRunsScripts"),
+                    .mayCopyAskTheWeb = isOnTheWeb(webURL())},
                    eventsOf(live));
     m_hasPage = true;
     m_patience.stop();

@@ -140,6 +140,22 @@ void WebPreviewPaneTest::picturesOfTheWebAreLoadedWherePreviewsShowThem() {
     QCOMPARE(m_site->requests("/a.css"), 0);
 }
 
+// Not even a page that was saved from the web.
+void WebPreviewPaneTest::filesOfThisComputerAskNobodyForPictures() {
+    const std::string page = "<img src='" + m_site->address("/wide.png") + "'>";
+    m_program->home().write("local.html", page);
+    ResultRow archive = saved({m_site->address("/page"), "text/html", page});
+    archive.url = Url::fromFilePath(archive.cachePath.value()).absoluteString();
+    ResultRow local;
+    local.url = Url::fromFilePath(m_program->home().file("local.html")).absoluteString();
+    for (const ResultRow& row : {archive, local}) {
+        show(row);
+        QCOMPARE(script("document.images.length").toInt(), 1);
+        QCOMPARE(script(kWidths).toString(), QStringLiteral("0"));
+    }
+    QCOMPARE(m_site->requests("/wide.png"), 0);
+}
+
 void WebPreviewPaneTest::savedPageHasItsPicturesStylesAndFrames() {
     const auto at = [this](const char* path) { return m_site->address(path); };
     const PropertyList frame = PropertyList::Dictionary{

@@ -21,6 +21,7 @@ private Q_SLOTS:
     void engineIsNotStartedBeforeAPageIsShown();
     void copyAsksNobodyAndRunsNothing();
     void picturesOfTheWebAreLoadedWherePreviewsShowThem();
+    void filesOfThisComputerAskNobodyForPictures();
     void savedPageHasItsPicturesStylesAndFrames();
     void noPageReachesAFile();
     void scriptsRunWhenTheSettingSaysSo();
