@@ -24,7 +24,7 @@ namespace siftwell {
 namespace {
 
 constexpr int kPatience = 400;         // ms
-constexpr int kLongestGesture = 2000;  // ms, from a click or a key to what it leads to
+constexpr int kLongestGesture = 2000;  // ms, from a click to what it leads to
 
 bool mayBeOpened(const QUrl& url) {
     constexpr std::array kSchemes = {"http", "https", "feed", "mailto"};
@@ -273,7 +273,7 @@ PreviewEngine::Events WebPreviewPane::eventsOf(const std::optional<Url>& address
             }),
             .isDownload =
                 later([this, address](const QString& type) { handleDownload(type, address); }),
-            .linkClicked = later([this](const QUrl& url) { openLink(url); })};
+            .linkClicked = later([this](const QUrl& url) { followLink(url); })};
 }
 
 void WebPreviewPane::handleType(const QString& mimeType, const std::optional<Url>& address) {
@@ -351,11 +351,16 @@ void WebPreviewPane::find(const QString& text, bool isBackward) {
     });
 }
 
-// Scripts can click, too; what they do counts for nothing.
+// Scripts can click, too; a click of a person's leads to one page at most.
+void WebPreviewPane::followLink(const QUrl& url) {
+    const bool isGesture = m_lastClick.isValid() && m_lastClick.elapsed() < kLongestGesture;
+    m_lastClick.invalidate();
+    if (isGesture) openLink(url);
+}
+
 void WebPreviewPane::openLink(const QUrl& url) {
-    const bool isGesture = m_lastInput.isValid() && m_lastInput.elapsed() < kLongestGesture;
     const auto address = Url::parse(url.toEncoded().toStdString());
-    if (isGesture && mayBeOpened(url) && address) m_program.desktop.open(*address);
+    if (mayBeOpened(url) && address) m_program.desktop.open(*address);
 }
 
 bool WebPreviewPane::eventFilter(QObject* watched, QEvent* event) {
@@ -363,10 +368,8 @@ bool WebPreviewPane::eventFilter(QObject* watched, QEvent* event) {
         case QEvent::ChildAdded:  // where the engine gets its events
             static_cast<QChildEvent*>(event)->child()->installEventFilter(this);
             break;
-        case QEvent::MouseButtonPress:
         case QEvent::MouseButtonRelease:
-        case QEvent::KeyPress:
-            m_lastInput.start();
+            m_lastClick.start();
             break;
         default:
             break;
@@ -383,10 +386,7 @@ void WebPreviewPane::keyPressEvent(QKeyEvent* event) {
 void WebPreviewPane::showMenu(QPoint place, const QUrl& link, bool hasSelection) {
     QMenu menu;
     if (mayBeOpened(link)) {
-        menu.addAction(q_("Open Link in Browser"), this, [this, link] {
-            m_lastInput.start();
-            openLink(link);
-        });
+        menu.addAction(q_("Open Link in Browser"), this, [this, link] { openLink(link); });
         menu.addAction(q_("Copy Link Address"), this, [link] {
             QGuiApplication::clipboard()->setText(link.toString(QUrl::FullyEncoded));
         });

@@ -320,15 +320,36 @@ void WebPreviewPaneTest::linksOpenInTheBrowserAndPlacesInThePage() {
                   "<a id=new target=_blank href='/new'>new</a> <a id=file href='file:///x'>f</a>"
                   "<p style='margin-top:3000px' id=far>far"));
     QTest::qWait(200);  // events of the mouse need a page that is drawn
+    const auto& opened = m_program->desktop.opened;
     click("out");
+    QTRY_COMPARE_WITH_TIMEOUT(opened.size(), std::size_t{1}, kLongest);
     click("new");
+    QTRY_COMPARE_WITH_TIMEOUT(opened.size(), std::size_t{2}, kLongest);
     click("file");
-    QTRY_COMPARE_WITH_TIMEOUT(m_program->desktop.opened.size(), std::size_t{2}, kLongest);
     QCOMPARE(m_program->desktop.opened[0], m_site->address("/other?a=%20b"));
     QCOMPARE(m_program->desktop.opened[1], m_site->address("/new"));
     click("near");
     QTRY_VERIFY_WITH_TIMEOUT(script("scrollY").toDouble() > 1000, kLongest);
     QCOMPARE(m_site->requests("/other") + m_site->requests("/new") + m_site->requests("/page"), 0);
+}
+
+void WebPreviewPaneTest::aClickLeadsToOnePageAndAKeyToNone() {
+    m_program->settings().set("PreviewRunsScripts", true);
+    show(
+        savedPage("<a id=a href='/a'>a</a> <a id=b href='/b'>b</a><script>"
+                  "for (const kind of ['click', 'keydown']) addEventListener(kind, (event) => {"
+                  "  if (event.isTrusted) document.title += kind;"
+                  "  if (event.isTrusted) document.getElementById('b').click(); })</script>"));
+    QTest::qWait(200);
+    QTest::keyClick(m_pane->engine()->widget()->focusProxy(), Qt::Key_X);
+    QTRY_COMPARE_WITH_TIMEOUT(script("document.title").toString(), QStringLiteral("keydown"),
+                              kLongest);
+    QTest::qWait(100);
+    QVERIFY(m_program->desktop.opened.empty());
+    click("a");
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->desktop.opened.size(), std::size_t{1}, kLongest);
+    QTest::qWait(200);
+    QCOMPARE(m_program->desktop.opened.size(), std::size_t{1});
 }
 
 void WebPreviewPaneTest::blankPaneHasNoPage() {

@@ -33,6 +33,7 @@ private Q_SLOTS:
     void laterRowTakesThePlaceOfAnEarlierOne();
     void largePageIsShownWhole();
     void linksOpenInTheBrowserAndPlacesInThePage();
+    void aClickLeadsToOnePageAndAKeyToNone();
     void blankPaneHasNoPage();
 
 private:
