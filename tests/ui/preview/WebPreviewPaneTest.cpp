@@ -279,6 +279,15 @@ void WebPreviewPaneTest::pageWithoutCopyIsLoaded() {
     QCOMPARE(m_pane->webURL(), toQString(m_site->address("/old")));
 }
 
+void WebPreviewPaneTest::pageThatIsShownStays() {
+    m_site->page("/live",
+                 {.body = "<title>live</title><meta http-equiv=refresh content='1;url=/next'>"});
+    show(live("/live"));
+    QTest::qWait(1500);
+    QCOMPARE(script("document.title").toString(), QStringLiteral("live"));
+    QCOMPARE(m_site->requests("/next"), 0);
+}
+
 void WebPreviewPaneTest::pageThatCannotBeLoadedSaysWhy() {
     show(live("/none"));
     QVERIFY(isMessage(QStringLiteral("Its server no longer has it.")));

@@ -29,6 +29,7 @@ private Q_SLOTS:
     void pageIsSearchedBothWaysAndRoundItsEnds();
     void feedsBecomePages();
     void pageWithoutCopyIsLoaded();
+    void pageThatIsShownStays();
     void pageThatCannotBeLoadedSaysWhy();
     void laterRowTakesThePlaceOfAnEarlierOne();
     void largePageIsShownWhole();

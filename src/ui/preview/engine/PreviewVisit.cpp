@@ -87,7 +87,9 @@ void PreviewVisit::fail(Failure why, int httpStatus) {
 }
 
 void PreviewVisit::end(const std::function<void()>& tell) {
-    if (!std::exchange(m_hasEnded, true)) tell();
+    if (std::exchange(m_hasEnded, true)) return;
+    m_page->stay();
+    tell();
 }
 
 }  // namespace siftwell
