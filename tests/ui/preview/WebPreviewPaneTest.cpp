@@ -171,6 +171,9 @@ void WebPreviewPaneTest::savedPageHasItsPicturesStylesAndFrames() {
     QCOMPARE(script("getComputedStyle(document.body).marginLeft").toString(),
              QStringLiteral("77px"));
     QCOMPARE(script("frames.length").toInt(), 1);
+    // The frame is there, and a stranger.
+    QCOMPARE(script("try { frames[0].document.title } catch (error) { error.name }").toString(),
+             QStringLiteral("SecurityError"));
     for (const char* const path : {"/wide.png", "/a.css", "/frame/a", "/frame/b.png"}) {
         QCOMPARE(m_site->requests(path), 0);
     }
