@@ -206,7 +206,8 @@ void SearchWindow::connectSearch() {
 void SearchWindow::connectPreview() {
     connect(m_view, &QAbstractItemView::clicked, m_previewTimer, &PreviewTimer::clicked);
     connect(m_view, &ResultView::selectionMoved, m_previewTimer, &PreviewTimer::selectionMoved);
-    connect(m_view, &QAbstractItemView::doubleClicked, m_rowActions, &RowActions::openSelection);
+    connect(m_view, &QAbstractItemView::doubleClicked, m_previewTimer,
+            &PreviewTimer::doubleClicked);
     connect(m_rowActions, &RowActions::rowTaken, m_previewTimer, &PreviewTimer::cancel);
     connect(m_previewTimer, &PreviewTimer::openWanted, m_rowActions, &RowActions::openSelection);
     connect(m_previewTimer, &PreviewTimer::previewWanted, this, [this] { showPreview(); });

@@ -88,6 +88,8 @@ void SearchWindowTest::withThePreviewShutAClickOpensThePage() {
     m_f->window().rowActions().preview->trigger();
     m_f->click(0);
     QCOMPARE(m_f->program.desktop.opened.size(), 1U);
+    QTest::mouseDClick(m_f->window().view().viewport(), Qt::LeftButton, {}, m_f->placeOf(0));
+    QCOMPARE(m_f->program.desktop.opened.size(), 1U);
     QTest::qWait(1100);
     QVERIFY(m_f->preview->shown.isEmpty());
     m_f->window().rowActions().preview->trigger();
