@@ -83,9 +83,9 @@ QString reasonOf(PreviewEngine::Failure why, int httpStatus) {
     return {};
 }
 
+// The window's menus have the key.
 QPushButton* addButton(QBoxLayout& line, const QString& text, const QKeySequence& key) {
     auto* const button = new QPushButton(text);
-    button->setShortcut(key);
     button->setToolTip(key.toString(QKeySequence::NativeText));
     button->setAutoDefault(false);
     line.addWidget(button);

@@ -110,7 +110,7 @@ void SearchWindow::setUpToolBar() {
     m_actionBar->setIconSize({line, line});
     m_openPreviewed->setIcon(m_rowActions->open->icon());
     m_openPreviewed->setToolTip(q_("Open the previewed page in the browser"));
-    // The preview's own button has the key.
+    m_openPreviewed->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+O")));
     m_openPreviewed->setEnabled(false);
     QMainWindow::addAction(m_openPreviewed);
     m_actionBar->addAction(m_openPreviewed);
