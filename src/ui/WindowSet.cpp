@@ -86,7 +86,7 @@ void WindowSet::quit() { static_cast<void>(m_program.driver.quit()); }
 
 void WindowSet::toggle() {
     if (m_program.session.settings().string("ContentSearchAppearance") == "Mini") {
-        m_search.toggle();
+        m_search.toggleMini();
         return;
     }
     const auto windows = QGuiApplication::topLevelWindows();
