@@ -140,7 +140,7 @@ void WindowSet::quit() { static_cast<void>(m_program.driver.quit()); }
 
 void WindowSet::toggle() {
     if (m_program.session.settings().string("ContentSearchAppearance") == "Mini") {
-        m_search.toggle();
+        m_search.toggleMini();
         return;
     }
     if (isAnyWindowShown() && QGuiApplication::applicationState() == Qt::ApplicationActive) {

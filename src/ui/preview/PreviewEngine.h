@@ -36,6 +36,8 @@ struct PreviewTarget {
 struct PreviewRights {
     bool areImagesShown = true;
     bool areScriptsRun = false;
+    // Whether a copy gets pictures of the web that it was not saved with.
+    bool mayCopyAskTheWeb = false;
 };
 
 class PreviewEngine {

@@ -24,7 +24,7 @@ namespace siftwell {
 namespace {
 
 constexpr int kPatience = 400;         // ms
-constexpr int kLongestGesture = 2000;  // ms, from a click or a key to what it leads to
+constexpr int kLongestGesture = 2000;  // ms, from a click to what it leads to
 
 bool mayBeOpened(const QUrl& url) {
     constexpr std::array kSchemes = {"http", "https", "feed", "mailto"};
@@ -36,6 +36,16 @@ bool mayBeOpened(const QUrl& url) {
 // An address as Qt has it.
 QUrl toQUrl(const Url& url) {
     return QUrl::fromEncoded(QByteArray::fromStdString(url.absoluteString()));
+}
+
+// Whether that is where a row's page is to be had. Who reads a file of this computer is nobody's
+// business, whatever address the file gives for itself.
+bool isOnTheWeb(const QString& address) {
+    constexpr std::array kSchemes = {"http", "https", "feed"};
+    return std::any_of(kSchemes.begin(), kSchemes.end(),
+                       [scheme = QUrl(address).scheme()](const char* each) {
+                           return scheme == QLatin1String(each);
+                       });
 }
 
 PreviewPart partOf(const WebResource& resource) {
@@ -73,9 +83,9 @@ QString reasonOf(PreviewEngine::Failure why, int httpStatus) {
     return {};
 }
 
+// The window's menus have the key.
 QPushButton* addButton(QBoxLayout& line, const QString& text, const QKeySequence& key) {
     auto* const button = new QPushButton(text);
-    button->setShortcut(key);
     button->setToolTip(key.toString(QKeySequence::NativeText));
     button->setAutoDefault(false);
     line.addWidget(button);
@@ -239,7 +249,8 @@ void WebPreviewPane::visit(const PreviewContent& content) {
     const Settings& settings = m_program.session.settings();
     m_engine->show(targetOf(content),
                    {.areImagesShown = settings.boolean("LoadImages"),
-                    .areScriptsRun = settings.boolean("PreviewRunsScripts")},
+                    .areScriptsRun = settings.boolean("PreviewRunsScripts"),
+                    .mayCopyAskTheWeb = isOnTheWeb(webURL())},
                    eventsOf(live));
     m_hasPage = true;
     m_patience.stop();
@@ -262,7 +273,7 @@ PreviewEngine::Events WebPreviewPane::eventsOf(const std::optional<Url>& address
             }),
             .isDownload =
                 later([this, address](const QString& type) { handleDownload(type, address); }),
-            .linkClicked = later([this](const QUrl& url) { openLink(url); })};
+            .linkClicked = later([this](const QUrl& url) { followLink(url); })};
 }
 
 void WebPreviewPane::handleType(const QString& mimeType, const std::optional<Url>& address) {
@@ -340,11 +351,16 @@ void WebPreviewPane::find(const QString& text, bool isBackward) {
     });
 }
 
-// Scripts can click, too; what they do counts for nothing.
+// Scripts can click, too; a click of a person's leads to one page at most.
+void WebPreviewPane::followLink(const QUrl& url) {
+    const bool isGesture = m_lastClick.isValid() && m_lastClick.elapsed() < kLongestGesture;
+    m_lastClick.invalidate();
+    if (isGesture) openLink(url);
+}
+
 void WebPreviewPane::openLink(const QUrl& url) {
-    const bool isGesture = m_lastInput.isValid() && m_lastInput.elapsed() < kLongestGesture;
     const auto address = Url::parse(url.toEncoded().toStdString());
-    if (isGesture && mayBeOpened(url) && address) m_program.desktop.open(*address);
+    if (mayBeOpened(url) && address) m_program.desktop.open(*address);
 }
 
 bool WebPreviewPane::eventFilter(QObject* watched, QEvent* event) {
@@ -352,10 +368,8 @@ bool WebPreviewPane::eventFilter(QObject* watched, QEvent* event) {
         case QEvent::ChildAdded:  // where the engine gets its events
             static_cast<QChildEvent*>(event)->child()->installEventFilter(this);
             break;
-        case QEvent::MouseButtonPress:
         case QEvent::MouseButtonRelease:
-        case QEvent::KeyPress:
-            m_lastInput.start();
+            m_lastClick.start();
             break;
         default:
             break;
@@ -372,10 +386,7 @@ void WebPreviewPane::keyPressEvent(QKeyEvent* event) {
 void WebPreviewPane::showMenu(QPoint place, const QUrl& link, bool hasSelection) {
     QMenu menu;
     if (mayBeOpened(link)) {
-        menu.addAction(q_("Open Link in Browser"), this, [this, link] {
-            m_lastInput.start();
-            openLink(link);
-        });
+        menu.addAction(q_("Open Link in Browser"), this, [this, link] { openLink(link); });
         menu.addAction(q_("Copy Link Address"), this, [link] {
             QGuiApplication::clipboard()->setText(link.toString(QUrl::FullyEncoded));
         });

@@ -75,6 +75,7 @@ private:
     void settle();
 
     void find(const QString& text, bool isBackward);
+    void followLink(const QUrl& url);
     void openLink(const QUrl& url);
     void showMenu(QPoint place, const QUrl& link, bool hasSelection);
 
@@ -88,7 +89,7 @@ private:
     QWidget* m_empty = nullptr;
     PreviewMessage* m_message = nullptr;
     QTimer m_patience;          // until a page that was left is taken away
-    QElapsedTimer m_lastInput;  // of a person, in the page
+    QElapsedTimer m_lastClick;  // of a person, in the page; it led nowhere yet
     std::string m_query;
     int m_load = 0;  // counts what was asked for
     bool m_hasPage = false;

@@ -134,14 +134,14 @@ EmptyPage::Contents EmptyPage::indexingOff() const {
     if (maintenance && maintenance->isRunning) {
         return {q_("The index is being worked on."),
                 {q_("Indexing goes on by itself when that is done.")},
-                {{q_("Show &Index Status"), [this] { m_program.commands.showIndexStatus(); }}}};
+                {{q_("Sh&ow Index Status"), [this] { m_program.commands.showIndexStatus(); }}}};
     }
     if (!isAnySourceOn()) {
         return {
             q_("Nothing new is remembered."),
             {q_("No source is switched on. Choose what Siftwell shall read.")},
             {{q_("Find &Browsers…"), [this] { m_program.commands.showFirstRun(); }},
-             {q_("Choose &Sources…"), [this] { m_program.commands.showPreferences(SourcesTab); }}}};
+             {q_("Choose S&ources…"), [this] { m_program.commands.showPreferences(SourcesTab); }}}};
     }
     return {q_("Indexing is switched off for the moment."),
             {q_("While the index is being loaded, or the preferences are open, nothing new is "

@@ -1,5 +1,6 @@
 #include "ui/search/MiniSearchWindow.h"
 
+#include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
@@ -54,7 +55,8 @@ void MiniSearchWindow::connectSearch() {
 }
 
 void MiniSearchWindow::bringUp() {
-    const QScreen* screen = QGuiApplication::primaryScreen();
+    const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());  // where the user is
+    if (screen == nullptr) screen = QGuiApplication::primaryScreen();
     const QRect area = screen->availableGeometry();
     const int width = std::min(fontMetrics().averageCharWidth() * 80, area.width());
     setFixedWidth(width);

@@ -22,6 +22,10 @@ void PreviewTimer::clicked() {
     m_timer.start(QApplication::doubleClickInterval());
 }
 
+void PreviewTimer::doubleClicked() {
+    if (m_height() >= 1) Q_EMIT openWanted();
+}
+
 // A preview of a single line is as good as shut here, though not for a click.
 void PreviewTimer::selectionMoved() {
     if (m_height() > 1) m_timer.start(kRestOfSelection);

@@ -1,7 +1,8 @@
 // PreviewTimer: when the preview follows the selected row.
 //
 // A click waits for the time in which a second one would make it a double click, and a selection
-// that moves comes to rest first. With the preview shut, a click opens the page in the browser.
+// that moves comes to rest first. With the preview shut, a click opens the page in the browser, and
+// the second of a double click does no more.
 //
 // Threads: main.
 #pragma once
@@ -20,6 +21,7 @@ public:
     explicit PreviewTimer(std::function<int()> height, QObject* parent = nullptr);
 
     void clicked();
+    void doubleClicked();
     void selectionMoved();
     void cancel() { m_timer.stop(); }
     bool isPending() const { return m_timer.isActive(); }

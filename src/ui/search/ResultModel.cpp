@@ -48,7 +48,23 @@ std::string_view addressKey(std::string_view address) {
     return address;
 }
 
+// Behind this many bytes texts are compared as they are.
+constexpr std::size_t kFarthest = 4096;
+
 }  // namespace
+
+// Up to where all texts are the same. They are so up to `from`.
+std::size_t ResultModel::endOfSame(std::span<const Key> keys, std::size_t from) {
+    const std::string_view first = keys.front().text;
+    std::size_t end = first.size();
+    for (const Key& key : keys) {
+        const std::string_view rest = key.text.substr(from);
+        const std::string_view known = first.substr(from, end - from);
+        const auto unlike = std::mismatch(known.begin(), known.end(), rest.begin(), rest.end());
+        end = from + static_cast<std::size_t>(unlike.first - known.begin());
+    }
+    return end;
+}
 
 ResultModel::ResultModel(std::size_t most, QObject* parent)
     : QAbstractTableModel(parent), m_most(most) {}
@@ -93,12 +109,45 @@ bool ResultModel::isBefore(const Key& a, const Key& b) const {
     return a.place < b.place;
 }
 
+// Pages of one site begin alike. So texts are told apart by the first bytes in which they differ,
+// as numbers, and those which these leave alike by the next.
+void ResultModel::sortTexts(std::span<Key> keys, std::size_t same) const {
+    same = endOfSame(keys, same);
+    for (Key& key : keys) key.number = ordered(key.text.substr(same));
+    const bool isRising = m_sortOrder == Qt::AscendingOrder;
+    std::sort(keys.begin(), keys.end(), [isRising](const Key& a, const Key& b) {
+        if (a.number != b.number) return (a.number < b.number) == isRising;
+        return a.place < b.place;
+    });
+    const std::size_t told = same + sizeof(Key::number);
+    for (auto from = keys.begin(); from != keys.end();) {
+        const auto to = std::find_if(from, keys.end(),
+                                     [from](const Key& key) { return key.number != from->number; });
+        const auto [shortest, longest] = std::minmax_element(
+            from, to, [](const Key& a, const Key& b) { return a.text.size() < b.text.size(); });
+        const bool areSame =
+            longest->text.size() <= told && shortest->text.size() == longest->text.size();
+        if (to - from > 1 && !areSame) {
+            if (shortest->text.size() >= told && told < kFarthest) {
+                sortTexts({from, to}, told);
+            } else {
+                std::sort(from, to, [this](const Key& a, const Key& b) { return isBefore(a, b); });
+            }
+        }
+        from = to;
+    }
+}
+
 std::vector<ResultModel::Place> ResultModel::sorted(std::vector<Place> places) const {
     std::vector<Key> keys;
     keys.reserve(places.size());
     for (const Place place : places) keys.push_back(keyOf(place));
-    std::sort(keys.begin(), keys.end(),
-              [this](const Key& a, const Key& b) { return isBefore(a, b); });
+    if (isByText() && !keys.empty()) {
+        sortTexts(keys, 0);
+    } else {
+        std::sort(keys.begin(), keys.end(),
+                  [this](const Key& a, const Key& b) { return isBefore(a, b); });
+    }
     std::transform(keys.begin(), keys.end(), places.begin(),
                    [](const Key& key) { return key.place; });
     return places;

@@ -9,6 +9,7 @@
 
 #include <QAbstractTableModel>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,9 @@ private:
     static std::string titleKey(const FoundRow& row);
     Key keyOf(Place place) const;
     bool isBefore(const Key& a, const Key& b) const;
+    bool isByText() const { return m_sortColumn != ScoreColumn && m_sortColumn != DateColumn; }
+    static std::size_t endOfSame(std::span<const Key> keys, std::size_t from);
+    void sortTexts(std::span<Key> keys, std::size_t same) const;
     std::vector<Place> sorted(std::vector<Place> places) const;
     std::vector<Place> mergedWith(const std::vector<Place>& added) const;
     void arrange(std::vector<Place> order);

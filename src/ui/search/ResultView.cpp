@@ -15,7 +15,6 @@ namespace siftwell {
 ResultView::ResultView(ResultModel& rows, Snippets& snippets, QWidget* parent)
     : QTableView(parent),
       m_rows(rows),
-      m_snippets(snippets),
       m_rowDelegate(new RowDelegate(rows, snippets, this)),
       m_tableDelegate(new TableDelegate(this)) {
     setAccessibleName(q_("Pages found"));
@@ -103,16 +102,10 @@ void ResultView::fitRows() {
     verticalHeader()->setMinimumSectionSize(1);
     verticalHeader()->setDefaultSectionSize(height);
     verticalScrollBar()->setSingleStep(height / 2);
-    m_snippets.setColumns(RowDelegate::columnsFor(viewport()->width(), fontMetrics()));
 }
 
 QSize ResultView::minimumSizeHint() const {
     return {fontMetrics().averageCharWidth() * 56, RowDelegate::heightOf(fontMetrics()) * 2};
-}
-
-void ResultView::resizeEvent(QResizeEvent* event) {
-    QTableView::resizeEvent(event);
-    m_snippets.setColumns(RowDelegate::columnsFor(viewport()->width(), fontMetrics()));
 }
 
 void ResultView::changeEvent(QEvent* event) {

@@ -47,7 +47,6 @@ Q_SIGNALS:
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void keyboardSearch(const QString& text) override { Q_EMIT typed(text); }
-    void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
     void selectionChanged(const QItemSelection& selected,
                           const QItemSelection& deselected) override;
@@ -59,7 +58,6 @@ private:
     void returnToPlace();
 
     ResultModel& m_rows;
-    Snippets& m_snippets;
     QAbstractItemDelegate* m_rowDelegate;
     QAbstractItemDelegate* m_tableDelegate;
     Form m_form = Form::Rows;

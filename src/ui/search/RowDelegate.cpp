@@ -66,6 +66,11 @@ qreal layOut(QTextLayout& layout, const QList<QTextLayout::FormatRange>& marks, 
     return line.naturalTextWidth();
 }
 
+// How many characters of a snippet there is room for.
+std::size_t columnsIn(int width, const QFontMetrics& metrics) {
+    return static_cast<std::size_t>(std::clamp(width / metrics.averageCharWidth(), 20, 400));
+}
+
 }  // namespace
 
 struct RowDelegate::Places {
@@ -77,11 +82,6 @@ RowDelegate::RowDelegate(const ResultModel& rows, Snippets& snippets, QObject* p
 
 int RowDelegate::heightOf(const QFontMetrics& metrics) {
     return 3 * metrics.height() + 2 * marginOf(metrics) + metrics.leading();
-}
-
-std::size_t RowDelegate::columnsFor(int width, const QFontMetrics& metrics) {
-    const int room = width - barWidthOf(metrics) - 3 * marginOf(metrics);
-    return static_cast<std::size_t>(std::clamp(room / metrics.averageCharWidth(), 20, 400));
 }
 
 QSize RowDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const {
@@ -163,7 +163,7 @@ void RowDelegate::paint(QPainter* painter, const QStyleOptionViewItem& given,
 // The matched words are bold as well as marked: a colour alone tells nobody enough.
 void RowDelegate::drawSnippet(QPainter& painter, const QStyleOptionViewItem& option,
                               const QRect& within, const FoundRow& row) const {
-    const Snippet* snippet = m_snippets.find(row);
+    const Snippet* snippet = m_snippets.find(row, columnsIn(within.width(), option.fontMetrics));
     if (snippet == nullptr || snippet->text.empty()) return;
     QTextCharFormat mark;
     mark.setFontWeight(QFont::Bold);

@@ -26,8 +26,6 @@ public:
                    const QModelIndex& index) override;
 
     static int heightOf(const QFontMetrics& metrics);
-    // How many characters of a snippet there is room for.
-    static std::size_t columnsFor(int width, const QFontMetrics& metrics);
 
 private:
     struct Places;

@@ -97,13 +97,13 @@ std::vector<SearchLimit> limitsOf(ActiveSearch& search, Settings& settings) {
     }
     if (search.controller().searchSources()) {
         limits.push_back({toQString(filledIn(_("Where: %@"), locationText(search).toStdString())),
-                          q_("Search &Everywhere"), [&search] { searchEverywhere(search); }});
+                          q_("Search Ever&ywhere"), [&search] { searchEverywhere(search); }});
     }
     if (search.searchType() == SearchType::AllWords) {
         limits.push_back({q_("Words: all of them, as a whole"), q_("Find &Parts of Words"),
                           [&search] { search.setSearchType(SearchType::AllFragments); }});
     } else if (search.searchType() == SearchType::AllFragments) {
-        limits.push_back({q_("Words: all of them"), q_("Find Any of the &Words"),
+        limits.push_back({q_("Words: all of them"), q_("Find Any &of the Words"),
                           [&search] { search.setSearchType(SearchType::AnyFragment); }});
     }
     return limits;

@@ -110,7 +110,7 @@ void SearchWindow::setUpToolBar() {
     m_actionBar->setIconSize({line, line});
     m_openPreviewed->setIcon(m_rowActions->open->icon());
     m_openPreviewed->setToolTip(q_("Open the previewed page in the browser"));
-    // The preview's own button has the key.
+    m_openPreviewed->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+O")));
     m_openPreviewed->setEnabled(false);
     QMainWindow::addAction(m_openPreviewed);
     m_actionBar->addAction(m_openPreviewed);
@@ -206,7 +206,8 @@ void SearchWindow::connectSearch() {
 void SearchWindow::connectPreview() {
     connect(m_view, &QAbstractItemView::clicked, m_previewTimer, &PreviewTimer::clicked);
     connect(m_view, &ResultView::selectionMoved, m_previewTimer, &PreviewTimer::selectionMoved);
-    connect(m_view, &QAbstractItemView::doubleClicked, m_rowActions, &RowActions::openSelection);
+    connect(m_view, &QAbstractItemView::doubleClicked, m_previewTimer,
+            &PreviewTimer::doubleClicked);
     connect(m_rowActions, &RowActions::rowTaken, m_previewTimer, &PreviewTimer::cancel);
     connect(m_previewTimer, &PreviewTimer::openWanted, m_rowActions, &RowActions::openSelection);
     connect(m_previewTimer, &PreviewTimer::previewWanted, this, [this] { showPreview(); });

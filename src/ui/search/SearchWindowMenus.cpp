@@ -67,8 +67,7 @@ void SearchWindow::addEditMenu() {
     const auto find = [this](int tag) {
         if (m_preview != nullptr) m_preview->performFindPanelAction(tag);
     };
-    // The preview's own button has the key.
-    addAction(menu, N_("Find in &Page…"), {}, [find] { find(1); });
+    addAction(menu, N_("Find in &Page…"), keys({"Ctrl+Shift+F"}), [find] { find(1); });
     addAction(menu, N_("Find Ne&xt"), keys({"F3"}), [find] { find(2); });
     addAction(menu, N_("Find Pre&vious"), keys({"Shift+F3"}), [find] { find(3); });
 }

@@ -52,11 +52,9 @@ void SearchWindows::show() { main().bringUp(); }
 
 void SearchWindows::showMini() { mini().bringUp(); }
 
-void SearchWindows::toggle() {
-    const bool isMini = m_program.session.settings().string("ContentSearchAppearance") == "Mini";
-    QWidget& window = isMini ? static_cast<QWidget&>(mini()) : main();
-    if (window.isVisible() && window.isActiveWindow()) return window.hide();
-    isMini ? showMini() : show();
+void SearchWindows::toggleMini() {
+    if (mini().isVisible() && mini().isActiveWindow()) return mini().hide();
+    showMini();
 }
 
 Status SearchWindows::searchFor(const std::string& text) { return search().searchService(text); }

@@ -24,8 +24,8 @@ public:
 
     void show();
     void showMini();
-    // Whichever the user has chosen ("ContentSearchAppearance") comes to the front, or goes.
-    void toggle();
+    // It comes to the front, or goes.
+    void toggleMini();
     Status searchFor(const std::string& text);
     // What "ShowWindowOnActivate" asks for when the program comes to the front.
     void applicationDidBecomeActive(bool isAnyWindowOpen);

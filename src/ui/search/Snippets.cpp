@@ -17,16 +17,6 @@ Snippets::~Snippets() {
 
 void Snippets::begin(const std::string& query, const std::set<std::string>& stopWords) {
     m_maker = std::make_shared<const SnippetMaker>(query, stopWords);
-    forget();
-}
-
-void Snippets::setColumns(std::size_t columns) {
-    constexpr std::size_t kStep = 10;
-    const std::size_t rounded = std::max(kStep, columns / kStep * kStep);
-    if (std::exchange(m_columns, rounded) != rounded) forget();
-}
-
-void Snippets::forget() {
     ++m_generation;
     m_kept.clear();
     m_wished.clear();
@@ -34,14 +24,16 @@ void Snippets::forget() {
     m_wishes.clear();
 }
 
-const Snippet* Snippets::find(const FoundRow& row) {
+// A little more room makes no other snippet.
+const Snippet* Snippets::find(const FoundRow& row, std::size_t columns) {
+    constexpr std::size_t kStep = 10;
     const auto index = row.index.lock();
-    const Key key{index.get(), row.document};
+    const Key key{index.get(), row.document, std::max(kStep, columns / kStep * kStep)};
     if (const auto kept = m_kept.find(key); kept != m_kept.end()) return &kept->second;
     if (index == nullptr || m_maker == nullptr || !m_wished.insert(key).second) return nullptr;
     {
         MutexLock lock(m_mutex);
-        m_wishes.push_front({m_generation, key, row, m_columns, m_maker});
+        m_wishes.push_front({m_generation, key, row, m_maker});
         if (m_wishes.size() > kMostWishes) {
             m_wished.erase(m_wishes.back().key);
             m_wishes.pop_back();
@@ -57,7 +49,8 @@ const Snippet* Snippets::find(const FoundRow& row) {
 void Snippets::serve(const std::stop_token& stop) {
     nameThisThread("snippets");
     for (Wish wish; take(wish, stop);) {
-        auto snippet = wish.maker->snippetFor(wish.row, wish.columns).value_or(Snippet());
+        auto snippet =
+            wish.maker->snippetFor(wish.row, std::get<std::size_t>(wish.key)).value_or(Snippet());
         QMetaObject::invokeMethod(
             this,
             [this, wish, made = std::move(snippet)]() mutable { keep(wish, std::move(made)); },

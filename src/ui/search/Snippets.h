@@ -15,6 +15,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "base/Mutex.h"
 #include "search/Snippet.h"
@@ -30,35 +31,29 @@ public:
 
     // For the rows of a new search; the old ones are forgotten. `query` in the engine's language.
     void begin(const std::string& query, const std::set<std::string>& stopWords);
-    // As wide as they shall be. Others are made where the width changes much.
-    void setColumns(std::size_t columns);
-
-    // The row's, or null until `changed` is told.
-    const Snippet* find(const FoundRow& row);
+    // The row's, about as wide as that, or null until `changed` is told.
+    const Snippet* find(const FoundRow& row, std::size_t columns);
 
 Q_SIGNALS:
     void changed();
 
 private:
-    using Key = std::pair<const OpenIndex*, fulltext::DocumentID>;
+    using Key = std::tuple<const OpenIndex*, fulltext::DocumentID, std::size_t>;  // of columns
     struct Wish {
         std::uint64_t generation;
         Key key;
         FoundRow row;
-        std::size_t columns;
         std::shared_ptr<const SnippetMaker> maker;
     };
     static constexpr std::size_t kMostWishes = 64;
     static constexpr std::size_t kMostKept = 1000;
 
-    void forget();
     void serve(const std::stop_token& stop);
     bool take(Wish& wish, const std::stop_token& stop);
     void keep(const Wish& wish, Snippet snippet);
 
     std::shared_ptr<const SnippetMaker> m_maker;
     std::uint64_t m_generation = 0;
-    std::size_t m_columns = 100;
     std::map<Key, Snippet> m_kept;
     std::set<Key> m_wished;
 

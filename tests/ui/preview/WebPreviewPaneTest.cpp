@@ -140,6 +140,22 @@ void WebPreviewPaneTest::picturesOfTheWebAreLoadedWherePreviewsShowThem() {
     QCOMPARE(m_site->requests("/a.css"), 0);
 }
 
+// Not even a page that was saved from the web.
+void WebPreviewPaneTest::filesOfThisComputerAskNobodyForPictures() {
+    const std::string page = "<img src='" + m_site->address("/wide.png") + "'>";
+    m_program->home().write("local.html", page);
+    ResultRow archive = saved({m_site->address("/page"), "text/html", page});
+    archive.url = Url::fromFilePath(archive.cachePath.value()).absoluteString();
+    ResultRow local;
+    local.url = Url::fromFilePath(m_program->home().file("local.html")).absoluteString();
+    for (const ResultRow& row : {archive, local}) {
+        show(row);
+        QCOMPARE(script("document.images.length").toInt(), 1);
+        QCOMPARE(script(kWidths).toString(), QStringLiteral("0"));
+    }
+    QCOMPARE(m_site->requests("/wide.png"), 0);
+}
+
 void WebPreviewPaneTest::savedPageHasItsPicturesStylesAndFrames() {
     const auto at = [this](const char* path) { return m_site->address(path); };
     const PropertyList frame = PropertyList::Dictionary{
@@ -155,6 +171,9 @@ void WebPreviewPaneTest::savedPageHasItsPicturesStylesAndFrames() {
     QCOMPARE(script("getComputedStyle(document.body).marginLeft").toString(),
              QStringLiteral("77px"));
     QCOMPARE(script("frames.length").toInt(), 1);
+    // The frame is there, and a stranger.
+    QCOMPARE(script("try { frames[0].document.title } catch (error) { error.name }").toString(),
+             QStringLiteral("SecurityError"));
     for (const char* const path : {"/wide.png", "/a.css", "/frame/a", "/frame/b.png"}) {
         QCOMPARE(m_site->requests(path), 0);
     }
@@ -263,6 +282,15 @@ void WebPreviewPaneTest::pageWithoutCopyIsLoaded() {
     QCOMPARE(m_pane->webURL(), toQString(m_site->address("/old")));
 }
 
+void WebPreviewPaneTest::pageThatIsShownStays() {
+    m_site->page("/live",
+                 {.body = "<title>live</title><meta http-equiv=refresh content='1;url=/next'>"});
+    show(live("/live"));
+    QTest::qWait(1500);
+    QCOMPARE(script("document.title").toString(), QStringLiteral("live"));
+    QCOMPARE(m_site->requests("/next"), 0);
+}
+
 void WebPreviewPaneTest::pageThatCannotBeLoadedSaysWhy() {
     show(live("/none"));
     QVERIFY(isMessage(QStringLiteral("Its server no longer has it.")));
@@ -304,15 +332,36 @@ void WebPreviewPaneTest::linksOpenInTheBrowserAndPlacesInThePage() {
                   "<a id=new target=_blank href='/new'>new</a> <a id=file href='file:///x'>f</a>"
                   "<p style='margin-top:3000px' id=far>far"));
     QTest::qWait(200);  // events of the mouse need a page that is drawn
+    const auto& opened = m_program->desktop.opened;
     click("out");
+    QTRY_COMPARE_WITH_TIMEOUT(opened.size(), std::size_t{1}, kLongest);
     click("new");
+    QTRY_COMPARE_WITH_TIMEOUT(opened.size(), std::size_t{2}, kLongest);
     click("file");
-    QTRY_COMPARE_WITH_TIMEOUT(m_program->desktop.opened.size(), std::size_t{2}, kLongest);
     QCOMPARE(m_program->desktop.opened[0], m_site->address("/other?a=%20b"));
     QCOMPARE(m_program->desktop.opened[1], m_site->address("/new"));
     click("near");
     QTRY_VERIFY_WITH_TIMEOUT(script("scrollY").toDouble() > 1000, kLongest);
     QCOMPARE(m_site->requests("/other") + m_site->requests("/new") + m_site->requests("/page"), 0);
+}
+
+void WebPreviewPaneTest::aClickLeadsToOnePageAndAKeyToNone() {
+    m_program->settings().set("PreviewRunsScripts", true);
+    show(
+        savedPage("<a id=a href='/a'>a</a> <a id=b href='/b'>b</a><script>"
+                  "for (const kind of ['click', 'keydown']) addEventListener(kind, (event) => {"
+                  "  if (event.isTrusted) document.title += kind;"
+                  "  if (event.isTrusted) document.getElementById('b').click(); })</script>"));
+    QTest::qWait(200);
+    QTest::keyClick(m_pane->engine()->widget()->focusProxy(), Qt::Key_X);
+    QTRY_COMPARE_WITH_TIMEOUT(script("document.title").toString(), QStringLiteral("keydown"),
+                              kLongest);
+    QTest::qWait(100);
+    QVERIFY(m_program->desktop.opened.empty());
+    click("a");
+    QTRY_COMPARE_WITH_TIMEOUT(m_program->desktop.opened.size(), std::size_t{1}, kLongest);
+    QTest::qWait(200);
+    QCOMPARE(m_program->desktop.opened.size(), std::size_t{1});
 }
 
 void WebPreviewPaneTest::blankPaneHasNoPage() {

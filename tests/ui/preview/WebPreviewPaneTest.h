@@ -21,6 +21,7 @@ private Q_SLOTS:
     void engineIsNotStartedBeforeAPageIsShown();
     void copyAsksNobodyAndRunsNothing();
     void picturesOfTheWebAreLoadedWherePreviewsShowThem();
+    void filesOfThisComputerAskNobodyForPictures();
     void savedPageHasItsPicturesStylesAndFrames();
     void noPageReachesAFile();
     void scriptsRunWhenTheSettingSaysSo();
@@ -28,10 +29,12 @@ private Q_SLOTS:
     void pageIsSearchedBothWaysAndRoundItsEnds();
     void feedsBecomePages();
     void pageWithoutCopyIsLoaded();
+    void pageThatIsShownStays();
     void pageThatCannotBeLoadedSaysWhy();
     void laterRowTakesThePlaceOfAnEarlierOne();
     void largePageIsShownWhole();
     void linksOpenInTheBrowserAndPlacesInThePage();
+    void aClickLeadsToOnePageAndAKeyToNone();
     void blankPaneHasNoPage();
 
 private:

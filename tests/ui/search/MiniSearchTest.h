@@ -12,8 +12,7 @@ private Q_SLOTS:
         m_f = std::make_unique<SearchFixture>();
         m_f->pages(15);
         m_f->open();
-        m_f->program.settings().set("ContentSearchAppearance", "Mini");
-        m_f->windows().toggle();
+        m_f->windows().toggleMini();
     }
     void cleanup() { m_f.reset(); }
 

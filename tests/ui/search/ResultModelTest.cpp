@@ -51,6 +51,38 @@ void ResultModelTest::batchesAreSortedInByTheSortThatHolds() {
     QCOMPARE(model.index(0, 0).data(ResultModel::kRelevanceRole).toDouble(), 1.0);
 }
 
+// One site, texts that are the beginning of others, the same text twice, long ones.
+void ResultModelTest::textsThatBeginAlikeAreSortedAsTheyAreCompared() {
+    const std::string site(40, 's');
+    std::vector<std::string> texts{"", "a", std::string("a\0", 2), std::string(5000, 's')};
+    for (int i = 0; i < 60; ++i) {
+        texts.push_back(site + std::string(static_cast<std::size_t>(i % 7) * 9, 'x') +
+                        std::to_string(i * 37 % 50));
+    }
+    texts.push_back(std::string(4999, 's') + "r");
+    std::vector<FoundRow> all;
+    for (const std::string& text : texts) all.push_back(row(1, text));
+    for (const auto order : {Qt::AscendingOrder, Qt::DescendingOrder}) {
+        ResultModel model;
+        model.append(all, 1);
+        model.sort(ResultModel::AddressColumn, order);
+        std::vector<std::string> expected = texts;
+        std::stable_sort(expected.begin(), expected.end(), [order](const auto& a, const auto& b) {
+            return order == Qt::AscendingOrder ? a < b : b < a;
+        });
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            QCOMPARE(model.rowAt(static_cast<int>(i)).title, expected[i]);
+        }
+        // What comes later finds its place between them.
+        model.append({row(1, site + "x")}, 1);
+        const auto at =
+            order == Qt::AscendingOrder
+                ? std::lower_bound(expected.begin(), expected.end(), site + "x")
+                : std::lower_bound(expected.begin(), expected.end(), site + "x", std::greater<>());
+        QCOMPARE(model.rowAt(static_cast<int>(at - expected.begin())).title, site + "x");
+    }
+}
+
 void ResultModelTest::selectionAndPlaceStayWhileBatchesArrive() {
     ResultModel model;
     Snippets snippets;

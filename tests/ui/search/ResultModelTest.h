@@ -12,6 +12,7 @@ class ResultModelTest : public QObject {
 
 private Q_SLOTS:
     void batchesAreSortedInByTheSortThatHolds();
+    void textsThatBeginAlikeAreSortedAsTheyAreCompared();
     void selectionAndPlaceStayWhileBatchesArrive();
     void aBoundedListKeepsTheBest();
     void longListsArriveInShortTurns();

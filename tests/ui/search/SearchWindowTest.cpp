@@ -1,11 +1,55 @@
 #include "SearchWindowTest.h"
 
+#include <QAbstractButton>
+#include <QMenuBar>
+#include <set>
+
+#include "ui/ProgramMenus.h"
+#include "ui/preview/WebPreviewPane.h"
 #include "ui/search/ErrorsButton.h"
 #include "ui/search/FilterSheet.h"
 #include "ui/search/IndexingProgress.h"
 #include "ui/search/SearchLimits.h"
 
 namespace siftwell {
+
+namespace {
+
+// The keys that would only move the focus, or tell of an ambiguity.
+class DoubledKeys {
+public:
+    explicit DoubledKeys(QMainWindow& window) {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        for (const QAction* action : window.findChildren<QAction*>()) {
+            for (const QKeySequence& key : action->shortcuts()) note(m_known, key);
+        }
+        for (const auto* button : window.findChildren<QAbstractButton*>()) {
+            note(m_known, button->shortcut());  // a letter of its text, too
+        }
+        noteLetters(m_known, window.menuBar()->actions());
+        for (const QMenu* menu : window.findChildren<QMenu*>()) {
+            std::set<QKeySequence> known;
+            noteLetters(known, menu->actions());
+        }
+    }
+    const QStringList& keys() const { return m_doubled; }
+    bool isKnown(const char* key) const {
+        return m_known.contains(QKeySequence(QString::fromLatin1(key)));
+    }
+
+private:
+    void note(std::set<QKeySequence>& known, const QKeySequence& key) {
+        if (!key.isEmpty() && !known.insert(key).second) m_doubled << key.toString();
+    }
+    void noteLetters(std::set<QKeySequence>& known, const QList<QAction*>& actions) {
+        for (const QAction* action : actions) note(known, QKeySequence::mnemonic(action->text()));
+    }
+
+    std::set<QKeySequence> m_known;
+    QStringList m_doubled;
+};
+
+}  // namespace
 
 void SearchWindowTest::wordsFindPagesAndTheEndClearsTheStatus() {
     m_f->pages(25);
@@ -87,6 +131,8 @@ void SearchWindowTest::withThePreviewShutAClickOpensThePage() {
     QVERIFY(m_f->search(QStringLiteral("apple")));
     m_f->window().rowActions().preview->trigger();
     m_f->click(0);
+    QCOMPARE(m_f->program.desktop.opened.size(), 1U);
+    QTest::mouseDClick(m_f->window().view().viewport(), Qt::LeftButton, {}, m_f->placeOf(0));
     QCOMPARE(m_f->program.desktop.opened.size(), 1U);
     QTest::qWait(1100);
     QVERIFY(m_f->preview->shown.isEmpty());
@@ -298,6 +344,41 @@ void SearchWindowTest::theLookIsRemembered() {
     m_f->action(QStringLiteral("As &Table"))->trigger();
     m_f->action(QStringLiteral("As &Table"))->trigger();
     QVERIFY(!m_f->window().view().isColumnShown(ResultModel::SourceColumn));
+}
+
+void SearchWindowTest::noKeyStandsForTwoThings() {
+    m_f->pages(1);
+    SearchWindows windows(m_f->program.program(), [this](QWidget* parent) {
+        return new WebPreviewPane(m_f->program.program(), parent);
+    });
+    windows.show();
+    SearchWindow& window = *windows.mainWindow();
+    addProgramMenusTo(*window.menuBar(), m_f->program.commands);
+    const DoubledKeys typed(window);
+    QCOMPARE(typed.keys(), QStringList());
+    for (const char* const key : {"Alt+F", "Ctrl+Shift+F", "Ctrl+Shift+O", "F3", "Ctrl+0"}) {
+        QVERIFY2(typed.isKnown(key), key);
+    }
+
+    // With all that an empty page may offer.
+    limitToRecent(m_f->program.settings(), 1, 1440);
+    auto* locations = window.findChild<LocationMenu*>();
+    Q_EMIT locations->aboutToShow();
+    locations->actions().last()->trigger();
+    for (const int type : {1, 0}) {
+        window.findChild<SearchTypeMenu*>()->actions().at(type)->trigger();
+        window.field().showText(QStringLiteral("pear"));
+        QTest::keyClick(&window.field(), Qt::Key_Return);
+        QTRY_COMPARE(window.emptyPage().reason(), EmptyPage::Reason::NothingFound);
+        QCOMPARE(window.emptyPage().findChildren<QPushButton*>().size(), 3);
+        QCOMPARE(DoubledKeys(window).keys(), QStringList());
+    }
+    window.field().showText(QString());
+    QTest::keyClick(&window.field(), Qt::Key_Return);
+    m_f->program.settings().set("SearchItems", PropertyList::Array{});
+    window.emptyPage().refresh();
+    QCOMPARE(window.emptyPage().reason(), EmptyPage::Reason::IndexingOff);
+    QCOMPARE(DoubledKeys(window).keys(), QStringList());
 }
 
 void SearchWindowTest::progressAndErrorsAreTold() {

@@ -28,6 +28,7 @@ private Q_SLOTS:
     void aFilterIsProposedAndThePagesAreHeldAgainstIt();
     void whatIsDroppedIsAdded();
     void theLookIsRemembered();
+    void noKeyStandsForTwoThings();
     void progressAndErrorsAreTold();
 
 private:

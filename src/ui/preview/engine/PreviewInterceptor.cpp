@@ -24,15 +24,16 @@ bool isOfTheWeb(const QUrl& url) {
 bool PreviewInterceptor::isAllowed(const Info& info) const {
     const QUrl url = info.requestUrl();
     if (holdsItsOwnBytes(url)) return true;
-    if (isPicture(info) && !m_areImagesShown) return false;
+    if (isPicture(info) && !m_rights.areImagesShown) return false;
     if (m_copy == nullptr) return isOfTheWeb(url);
     return url.scheme() == QLatin1String(PreviewBytesHandler::scheme()) ||
-           (isPicture(info) && isOfTheWeb(url));
+           (m_rights.mayCopyAskTheWeb && isPicture(info) && isOfTheWeb(url));
 }
 
 void PreviewInterceptor::interceptRequest(Info& info) {
     const QUrl part = m_copy == nullptr ? QUrl() : m_copy->addressOfPart(info.requestUrl());
-    if (!part.isEmpty() && (m_areImagesShown || !isPicture(info))) return info.redirect(part);
+    if (!part.isEmpty() && (m_rights.areImagesShown || !isPicture(info)))
+        return info.redirect(part);
     if (!isAllowed(info)) info.block(true);
 }
 

@@ -1,8 +1,8 @@
 // PreviewInterceptor: what a previewed page may ask for.
 //
 // A page that is shown from a copy gets the parts it was saved with and, where previews show
-// pictures, pictures of the web; a page that is loaded from its address what the web has. Neither
-// gets a file.
+// pictures and the page is one of the web, pictures of the web; a page that is loaded from its
+// address what the web has. Neither gets a file.
 //
 // Threads: main.
 #pragma once
@@ -16,8 +16,8 @@ namespace siftwell {
 class PreviewInterceptor : public QWebEngineUrlRequestInterceptor {
 public:
     // `copy` is null for a page that is loaded from its address; borrowed.
-    PreviewInterceptor(const PreviewBytesHandler* copy, bool areImagesShown)
-        : m_copy(copy), m_areImagesShown(areImagesShown) {}
+    PreviewInterceptor(const PreviewBytesHandler* copy, const PreviewRights& rights)
+        : m_copy(copy), m_rights(rights) {}
 
     void interceptRequest(QWebEngineUrlRequestInfo& info) override;
 
@@ -25,7 +25,7 @@ private:
     bool isAllowed(const QWebEngineUrlRequestInfo& info) const;
 
     const PreviewBytesHandler* const m_copy;
-    const bool m_areImagesShown;
+    const PreviewRights m_rights;
 };
 
 // Whether the address is one of the web.

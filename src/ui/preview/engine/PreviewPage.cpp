@@ -54,7 +54,8 @@ bool PreviewPage::acceptNavigationRequest(const QUrl& url, NavigationType type, 
     }
     if (!isMainFrame) return acceptInFrame(url);
     const bool isOwn = type == NavigationTypeTyped;  // what open() begins
-    return isOwn || (m_copy == nullptr && type == NavigationTypeRedirect && isOfTheWeb(url));
+    const bool isOnItsWay = m_copy == nullptr && !m_isThere;
+    return isOwn || (isOnItsWay && type == NavigationTypeRedirect && isOfTheWeb(url));
 }
 
 bool PreviewPage::acceptInFrame(const QUrl& url) const {

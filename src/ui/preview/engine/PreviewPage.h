@@ -19,6 +19,8 @@ public:
 
     // Begins to load.
     void open();
+    // It is where it was to go; nothing leads it elsewhere from now on.
+    void stay() { m_isThere = true; }
 
     // Scripts of ours, which work beside those of the page and are hidden from them, and need no
     // right to run.
@@ -50,6 +52,7 @@ private:
 
     const PreviewBytesHandler* const m_copy;
     const QUrl m_address;
+    bool m_isThere = false;
 };
 
 }  // namespace siftwell

@@ -7,6 +7,12 @@
 
 namespace siftwell {
 
+namespace {
+
+constexpr QLatin1String kPart("part");  // a number alone would be taken for an address of four
+
+}  // namespace
+
 void registerPreviewScheme() {
     QWebEngineUrlScheme scheme(PreviewBytesHandler::scheme());
     scheme.setSyntax(QWebEngineUrlScheme::Syntax::Host);
@@ -28,19 +34,23 @@ QUrl PreviewBytesHandler::addressOfPart(const QUrl& url) const {
     const auto part = m_parts.constFind(url.adjusted(QUrl::RemoveFragment));
     if (part == m_parts.cend()) return {};
     QUrl address = pageAddress();
-    address.setPath(QLatin1Char('/') + QString::number(*part));
+    address.setHost(kPart + QString::number(*part));
     return address;
 }
 
-const PreviewPart* PreviewBytesHandler::partAt(const QString& path) const {
-    if (path == QLatin1String("/")) return &m_target.page;
+const PreviewPart* PreviewBytesHandler::partAt(const QUrl& url) const {
+    if (url == pageAddress()) return &m_target.page;
+    const QString host = url.host();
     bool isNumber = false;
-    const qsizetype part = path.mid(1).toUInt(&isNumber);
-    return isNumber && part < m_target.parts.size() ? &m_target.parts[part] : nullptr;
+    const qsizetype part = host.mid(kPart.size()).toUInt(&isNumber);
+    return isNumber && host.startsWith(kPart) && url.path() == QLatin1String("/") &&
+                   part < m_target.parts.size()
+               ? &m_target.parts[part]
+               : nullptr;
 }
 
 void PreviewBytesHandler::requestStarted(QWebEngineUrlRequestJob* job) {
-    const PreviewPart* const part = partAt(job->requestUrl().path());
+    const PreviewPart* const part = partAt(job->requestUrl());
     if (part == nullptr || job->requestMethod() != "GET") {
         return job->fail(QWebEngineUrlRequestJob::UrlNotFound);
     }

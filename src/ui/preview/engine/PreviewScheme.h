@@ -1,6 +1,7 @@
 // PreviewScheme: the scheme under which the web engine gets the pages that are not loaded from
-// their addresses: "siftwell-preview://page/" is the page, "siftwell-preview://page/7" one of the
-// parts it was saved with.
+// their addresses: "siftwell-preview://page/" is the page, "siftwell-preview://part7/" one of the
+// parts it was saved with. Each has a host, and so an origin, of its own: scripts of a frame do not
+// reach into the page.
 //
 // Threads: main.
 #pragma once
@@ -29,7 +30,7 @@ public:
     void requestStarted(QWebEngineUrlRequestJob* job) override;
 
 private:
-    const PreviewPart* partAt(const QString& path) const;
+    const PreviewPart* partAt(const QUrl& url) const;
 
     const PreviewTarget m_target;
     QHash<QUrl, qsizetype> m_parts;  // indexes, by address without fragment

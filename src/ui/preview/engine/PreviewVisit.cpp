@@ -39,7 +39,7 @@ PreviewVisit::PreviewVisit(PreviewTarget target, const PreviewRights& rights,
                            PreviewEngine::Events events)
     : m_events(std::move(events)),
       m_copy(target.isCopy ? std::make_unique<PreviewBytesHandler>(target) : nullptr),
-      m_interceptor(m_copy.get(), rights.areImagesShown),
+      m_interceptor(m_copy.get(), rights),
       m_profile(makePreviewProfile(rights)) {
     m_profile->setUrlRequestInterceptor(&m_interceptor);
     if (m_copy) m_profile->installUrlSchemeHandler(PreviewBytesHandler::scheme(), m_copy.get());
@@ -87,7 +87,9 @@ void PreviewVisit::fail(Failure why, int httpStatus) {
 }
 
 void PreviewVisit::end(const std::function<void()>& tell) {
-    if (!std::exchange(m_hasEnded, true)) tell();
+    if (std::exchange(m_hasEnded, true)) return;
+    m_page->stay();
+    tell();
 }
 
 }  // namespace siftwell
