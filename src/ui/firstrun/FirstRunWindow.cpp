@@ -60,7 +60,10 @@ std::vector<SearchItem> withoutThoseOf(const std::vector<BrowserItems>& browsers
 }  // namespace
 
 FirstRunWindow::FirstRunWindow(const Program& program, QWidget* parent)
-    : QDialog(parent), m_program(program), m_thread(program.session.mainLoop(), "browsers") {
+    : QDialog(parent),
+      m_program(program),
+      m_isFirstStart(!program.session.settings().boolean("FirstRunExplanationShown")),
+      m_thread(program.session.mainLoop(), "browsers") {
     setWindowTitle(q_("Welcome to Siftwell"));
     setModal(true);
     arrange();
@@ -172,7 +175,8 @@ void FirstRunWindow::addOthers(const std::vector<SearchItem>& others) {
 void FirstRunWindow::addLine(QTreeWidgetItem* group, const BrowserItem& item, const QString& name) {
     auto* const line = new QTreeWidgetItem(group, {name, QStringLiteral("…")});
     line->setFlags(line->flags() | Qt::ItemIsUserCheckable);
-    line->setCheckState(NameColumn, Qt::Checked);
+    const bool isRefused = item.state == State::Off && !m_isFirstStart;
+    line->setCheckState(NameColumn, isRefused ? Qt::Unchecked : Qt::Checked);
     line->setToolTip(NameColumn, toQString(item.item.Path));
     line->setTextAlignment(PagesColumn, Qt::AlignTrailing | Qt::AlignVCenter);
     m_lines.push_back({line, item});

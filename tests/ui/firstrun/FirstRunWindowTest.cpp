@@ -40,6 +40,12 @@ private Q_SLOTS:
         line("Cache")->setCheckState(0, Qt::Checked);
         m_window->accept();
         QCOMPARE(namesOfItemsThatAreOn(), QStringList(QStringLiteral("Chromium Cache")) + before);
+        // And stays off for whoever looks for browsers again.
+        open();
+        QCOMPARE(line("History")->checkState(0), Qt::Unchecked);
+        QCOMPARE(line("Cache")->checkState(0), Qt::Checked);
+        m_window->accept();
+        QCOMPARE(namesOfItemsThatAreOn(), QStringList(QStringLiteral("Chromium Cache")) + before);
     }
 
     void startingWithoutLeavesTheSourcesAsTheyAre() {
