@@ -189,8 +189,10 @@ Status AddItemDialog::add(const QString& target, bool isLast) {
                 filledIn(_("There is no file or folder named \"%@\". Please check its name."),
                          target.toStdString())};
     }
-    return m_program.driver.addToIndex(
-        {.url = *url, .indexer = indexer(), .fileUse = fileUse(), .isScanStarted = isLast});
+    return m_program.driver.addToIndex({.url = *url,
+                                        .indexer = indexer(),
+                                        .fileUse = fileUse(),
+                                        .isScanStarted = isLast && m_isScanStarted});
 }
 
 void AddItemDialog::accept() {

@@ -25,6 +25,9 @@ public:
     // With addresses and files that were dropped somewhere.
     AddItemDialog(const Program& program, const QStringList& targets, QWidget* parent = nullptr);
 
+    // What is added waits for the next scan instead of starting one.
+    void leaveToNextScan() { m_isScanStarted = false; }
+
     void accept() override;
 
 protected:
@@ -47,6 +50,7 @@ private:
     Status add(const QString& target, bool isLast);
 
     const Program m_program;
+    bool m_isScanStarted = true;
     QLineEdit* const m_target = new QLineEdit(this);
     QListWidget* const m_list = new QListWidget(this);  // in its place when there are several
     QComboBox* const m_indexer = new QComboBox(this);

@@ -10,6 +10,7 @@
 #include "app/SourcePages.h"
 #include "base/Files.h"
 #include "ui/Text.h"
+#include "ui/add/AddItemDialog.h"
 
 namespace siftwell {
 
@@ -116,7 +117,7 @@ QWidget* FirstRunWindow::makeFoot() {
     QPushButton* const folder =
         buttons->addButton(q_("Add a &folder…"), QDialogButtonBox::ActionRole);
     folder->setAutoDefault(false);
-    connect(folder, &QPushButton::clicked, this, [this] { m_program.commands.addToIndex(); });
+    connect(folder, &QPushButton::clicked, this, [this] { addFolder(); });
     m_start = buttons->addButton(q_("&Start"), QDialogButtonBox::AcceptRole);
     m_start->setDefault(true);
     QPushButton* const without = buttons->addButton(q_("&Not now"), QDialogButtonBox::RejectRole);
@@ -124,6 +125,14 @@ QWidget* FirstRunWindow::makeFoot() {
     connect(buttons, &QDialogButtonBox::accepted, this, &FirstRunWindow::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     return buttons;
+}
+
+// The first scan reads it: one that began now would read sources that are still to be picked.
+void FirstRunWindow::addFolder() {
+    auto* const dialog = new AddItemDialog(m_program, {}, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    if (m_isFirstStart) dialog->leaveToNextScan();
+    dialog->open();
 }
 
 // ---- What there is

@@ -36,6 +36,7 @@ private:
     void arrange();
     QWidget* makeExplanation();
     QWidget* makeFoot();
+    void addFolder();
     void look();
     void take(const std::vector<BrowserItems>& browsers, const std::vector<SearchItem>& others);
     void addBrowser(const BrowserItems& browser);
