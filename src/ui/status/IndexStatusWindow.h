@@ -49,7 +49,6 @@ private:
     void copyAddresses();
     void removeDocuments();
     bool isRemovalMeant(std::size_t count);
-    void removeNext();
 
     const Program m_program;
     SourceList* const m_sources = new SourceList(this);
@@ -58,8 +57,7 @@ private:
     WeekChart* const m_chart = new WeekChart(this);
     QLabel* const m_count = new QLabel(this);
     std::vector<IndexSize> m_sizes;
-    std::vector<std::string> m_toRemove;  // the next one last
-    QTimer m_look;                        // what changes in between is looked at together
+    QTimer m_look;  // what changes in between is looked at together
     std::vector<NotificationCentre::Observation> m_observations;
     std::unique_ptr<DocumentLister> m_lister;  // null while the window is closed
 };
