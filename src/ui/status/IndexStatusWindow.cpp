@@ -184,7 +184,7 @@ void IndexStatusWindow::showEvent(QShowEvent* event) {
 void IndexStatusWindow::closeEvent(QCloseEvent* event) {
     QMainWindow::closeEvent(event);
     if (!event->isAccepted()) return;
-    m_program.session.settings().set("IndexListVisible", "No");
+    if (!m_isEnding) m_program.session.settings().set("IndexListVisible", "No");
     end();
 }
 
