@@ -193,8 +193,9 @@ void FirstRunWindow::addLine(QTreeWidgetItem* group, const BrowserItem& item, co
 
 void FirstRunWindow::countPages() {
     for (std::size_t i = 0; i < m_lines.size(); ++i) {
-        m_thread.run([this, i, item = m_lines[i].item.item](const std::stop_token&) {
-            return [this, i, count = pagesOfSource(item)] { showCount(i, count.value_or(-1)); };
+        m_thread.run([this, i, item = m_lines[i].item.item](const std::stop_token& stop) {
+            return
+                [this, i, count = pagesOfSource(item, stop)] { showCount(i, count.value_or(-1)); };
         });
     }
 }
