@@ -223,26 +223,45 @@ std::optional<SearchItem> AppController::runningSearchItemForProcess(
 // ---- What is indexed
 
 Status AppController::addToIndex(const Addition& addition) {
-    const AdditionOutcome outcome = searchItemForAddition(addition, isFolder);
+    return addAllToIndex({addition}).front();
+}
+
+std::vector<Status> AppController::addAllToIndex(const std::vector<Addition>& additions) {
+    std::vector<Status> statuses;
+    std::vector<SearchItem> items;
+    bool isScanStarted = false;
+    for (const Addition& addition : additions) {
+        auto item = searchItemFor(addition);
+        statuses.push_back(item.status());
+        if (!item) continue;
+        items.push_back(*std::move(item));
+        isScanStarted = isScanStarted || addition.isScanStarted;
+    }
+    if (items.empty()) return statuses;
+    m_preferences.addSearchItems(items);
+    if (isScanStarted) {
+        const bool isLocal = std::all_of(items.begin(), items.end(), worksWithoutNetwork);
+        m_cycle.performRescan(isLocal && !m_indexes.netConnectionAvailable()
+                                  ? ScanScope::LocalSources
+                                  : ScanScope::Everything);
+    }
+    return statuses;
+}
+
+Result<SearchItem> AppController::searchItemFor(const Addition& addition) {
+    AdditionOutcome outcome = searchItemForAddition(addition, isFolder);
     if (const auto* problem = std::get_if<AdditionProblem>(&outcome)) {
         m_session.notifier().reportError(problem->error, 8, "", problem->details);
-        return {StatusCode::Invalid, problem->error + " " + problem->details};
+        return Status(StatusCode::Invalid, problem->error + " " + problem->details);
     }
     if (std::holds_alternative<AdditionQuestion>(outcome)) {
         Addition answered = addition;
         answered.fileUse = m_surroundings.alerts.ask(fileQuestion(), 1) == 0
                                ? FileUse::ExtractURLs
                                : FileUse::IndexContents;
-        return addToIndex(answered);
+        return searchItemFor(answered);
     }
-    const SearchItem& item = std::get<SearchItem>(outcome);
-    m_preferences.addSearchItem(item);
-    if (addition.isScanStarted) {
-        m_cycle.performRescan(worksWithoutNetwork(item) && !m_indexes.netConnectionAvailable()
-                                  ? ScanScope::LocalSources
-                                  : ScanScope::Everything);
-    }
-    return {};
+    return std::get<SearchItem>(std::move(outcome));
 }
 
 Status AppController::addMissingItems(const std::vector<SearchItem>& items) {

@@ -63,6 +63,8 @@ public:
     // The windows of a program that has some; null when they go.
     void setWindows(ProgramWindows* windows) { m_windows = windows; }
 
+    // Each as by addToIndex, stored and told together; a scan begins when one of them asks for it.
+    std::vector<Status> addAllToIndex(const std::vector<Addition>& additions);
     // As removeFromIndex, and returns at once: the pages go in a moment.
     void removePages(const std::vector<std::string>& urls) { m_removal.remove(urls, {}); }
 
@@ -112,6 +114,7 @@ private:
     void startFirstScan();
     void startStartUpTimer();
     IndexerFactory ownIndexers();
+    Result<SearchItem> searchItemFor(const Addition& addition);
 
     const Surroundings m_surroundings;
     Session& m_session;

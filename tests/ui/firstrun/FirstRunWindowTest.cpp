@@ -62,7 +62,7 @@ private Q_SLOTS:
         QVERIFY(dialog != nullptr);
         dialog->findChild<QLineEdit*>()->setText(toQString(m_user->file("pages")));
         dialog->accept();
-        QVERIFY(namesOfItemsThatAreOn().contains(QStringLiteral("pages")));
+        QTRY_VERIFY(namesOfItemsThatAreOn().contains(QStringLiteral("pages")));
         QVERIFY(!m_program->driver().scanState()->isScanning);
     }
 
