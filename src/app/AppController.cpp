@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 #include <variant>
 
@@ -18,21 +19,12 @@ namespace siftwell {
 namespace {
 
 constexpr std::chrono::milliseconds kTimeToEnd(1000);
+constexpr std::chrono::milliseconds kTimeToRemove(5000);  // it was asked for, and would be lost
 
 Status noWindows() {
     return {StatusCode::Failed,
             _("The running copy of Siftwell has no windows. End it with siftwell quit, then start "
               "siftwell-gui.")};
-}
-
-// A page may stand in several indexes, from each of which it is to go.
-bool removeEverywhere(IndexController& indexes, const Url& url) {
-    bool isRemoved = false;
-    for (std::size_t i = indexes.indexes()->size(); i > 0; --i) {
-        if (indexes.removeURLFromIndex({url}) == 0) break;
-        isRemoved = true;
-    }
-    return isRemoved;
 }
 
 }  // namespace
@@ -80,7 +72,8 @@ AppController::AppController(const Surroundings& surroundings)
                      .settings = m_session.settings(),
                      .centre = m_session.centre(),
                      .mainLoop = m_mainLoop,
-                     .clock = m_session.clock()}) {
+                     .clock = m_session.clock()}),
+      m_removal(m_indexes, m_mainLoop) {
     m_updater.configure("SW", SIFTWELL_VERSION);
     observe();
     if (m_surroundings.sleepWatch != nullptr) {
@@ -186,7 +179,8 @@ bool AppController::applicationWillTerminate() {
     m_indexes.disableIndexing();
     m_indexes.finishSearchAfterIdlePeriod(std::chrono::seconds(0));
     m_session.stopExtracting();
-    const bool isMaintenanceEnded = m_maintenance.stop(kTimeToEnd);
+    const bool isRemovalEnded = m_removal.stop(kTimeToRemove);
+    const bool isMaintenanceEnded = isRemovalEnded && m_maintenance.stop(kTimeToEnd);
     const bool isScanEnded = isMaintenanceEnded && m_cycle.stop(kTimeToEnd);
     m_indexes.flush();
     return isScanEnded;
@@ -229,26 +223,45 @@ std::optional<SearchItem> AppController::runningSearchItemForProcess(
 // ---- What is indexed
 
 Status AppController::addToIndex(const Addition& addition) {
-    const AdditionOutcome outcome = searchItemForAddition(addition, isFolder);
+    return addAllToIndex({addition}).front();
+}
+
+std::vector<Status> AppController::addAllToIndex(const std::vector<Addition>& additions) {
+    std::vector<Status> statuses;
+    std::vector<SearchItem> items;
+    bool isScanStarted = false;
+    for (const Addition& addition : additions) {
+        auto item = searchItemFor(addition);
+        statuses.push_back(item.status());
+        if (!item) continue;
+        items.push_back(*std::move(item));
+        isScanStarted = isScanStarted || addition.isScanStarted;
+    }
+    if (items.empty()) return statuses;
+    m_preferences.addSearchItems(items);
+    if (isScanStarted) {
+        const bool isLocal = std::all_of(items.begin(), items.end(), worksWithoutNetwork);
+        m_cycle.performRescan(isLocal && !m_indexes.netConnectionAvailable()
+                                  ? ScanScope::LocalSources
+                                  : ScanScope::Everything);
+    }
+    return statuses;
+}
+
+Result<SearchItem> AppController::searchItemFor(const Addition& addition) {
+    AdditionOutcome outcome = searchItemForAddition(addition, isFolder);
     if (const auto* problem = std::get_if<AdditionProblem>(&outcome)) {
         m_session.notifier().reportError(problem->error, 8, "", problem->details);
-        return {StatusCode::Invalid, problem->error + " " + problem->details};
+        return Status(StatusCode::Invalid, problem->error + " " + problem->details);
     }
     if (std::holds_alternative<AdditionQuestion>(outcome)) {
         Addition answered = addition;
         answered.fileUse = m_surroundings.alerts.ask(fileQuestion(), 1) == 0
                                ? FileUse::ExtractURLs
                                : FileUse::IndexContents;
-        return addToIndex(answered);
+        return searchItemFor(answered);
     }
-    const SearchItem& item = std::get<SearchItem>(outcome);
-    m_preferences.addSearchItem(item);
-    if (addition.isScanStarted) {
-        m_cycle.performRescan(worksWithoutNetwork(item) && !m_indexes.netConnectionAvailable()
-                                  ? ScanScope::LocalSources
-                                  : ScanScope::Everything);
-    }
-    return {};
+    return std::get<SearchItem>(std::move(outcome));
 }
 
 Status AppController::addMissingItems(const std::vector<SearchItem>& items) {
@@ -256,14 +269,12 @@ Status AppController::addMissingItems(const std::vector<SearchItem>& items) {
     return {};
 }
 
+// The main loop is served until they are gone.
 Result<std::size_t> AppController::removeFromIndex(const std::vector<std::string>& urls) {
-    std::size_t count = 0;
-    for (const std::string& text : urls) {
-        const auto url = Url::parse(text);
-        if (url && removeEverywhere(m_indexes, *url)) ++count;
-    }
-    m_indexes.flush();
-    return count;
+    const auto removed = std::make_shared<std::optional<std::size_t>>();
+    m_removal.remove(urls, [removed](std::size_t count) { *removed = count; });
+    m_mainLoop.turnUntil([&removed] { return removed->has_value(); }, std::chrono::hours(24));
+    return removed->value_or(0);
 }
 
 // ---- Maintenance

@@ -16,6 +16,7 @@
 #include "app/ErrorLog.h"
 #include "app/MaintenanceCommands.h"
 #include "app/NetworkActivity.h"
+#include "app/PageRemoval.h"
 #include "app/PreferenceCommands.h"
 #include "app/ProgramWindows.h"
 #include "app/ScanCycle.h"
@@ -61,6 +62,11 @@ public:
 
     // The windows of a program that has some; null when they go.
     void setWindows(ProgramWindows* windows) { m_windows = windows; }
+
+    // Each as by addToIndex, stored and told together; a scan begins when one of them asks for it.
+    std::vector<Status> addAllToIndex(const std::vector<Addition>& additions);
+    // As removeFromIndex, and returns at once: the pages go in a moment.
+    void removePages(const std::vector<std::string>& urls) { m_removal.remove(urls, {}); }
 
     // Whether this copy knows where to look for newer versions.
     bool canCheckForUpdate() const { return m_updater.canCheck(); }
@@ -108,6 +114,7 @@ private:
     void startFirstScan();
     void startStartUpTimer();
     IndexerFactory ownIndexers();
+    Result<SearchItem> searchItemFor(const Addition& addition);
 
     const Surroundings m_surroundings;
     Session& m_session;
@@ -124,6 +131,7 @@ private:
     PreferenceCommands m_preferences;
     ScanCycle m_cycle;
     MaintenanceCommands m_maintenance;
+    PageRemoval m_removal;
     bool m_isLoaderDone = false;
     bool m_isFirstScanDue = false;
     bool m_isFirstScanAwaited = false;

@@ -73,8 +73,9 @@ Status PreferenceCommands::resetScanDate(const std::string& name) {
     return changeItems(name, [](SearchItem& item) { item.LastScanDate = Date::distantPast(); });
 }
 
-void PreferenceCommands::addSearchItem(SearchItem item) {
-    m_preferences.mutableSearchItemsArray().push_back(std::move(item));
+void PreferenceCommands::addSearchItems(const std::vector<SearchItem>& items) {
+    std::vector<SearchItem>& list = m_preferences.mutableSearchItemsArray();
+    list.insert(list.end(), items.begin(), items.end());
     commit();
 }
 

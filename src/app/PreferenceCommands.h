@@ -33,7 +33,7 @@ public:
                               const PropertyList& value);
     Status deleteSearchItem(const std::string& name);
     Status resetScanDate(const std::string& name);
-    void addSearchItem(SearchItem item);
+    void addSearchItems(const std::vector<SearchItem>& items);
     void addMissingItems(const std::vector<SearchItem>& items, const Paths& paths);
 
     Status addURLFilter(const std::string& text);

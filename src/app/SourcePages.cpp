@@ -29,7 +29,7 @@ const char* statementFor(const std::string& indexer) {
 
 }  // namespace
 
-std::optional<std::int64_t> pagesOfSource(const SearchItem& item) {
+std::optional<std::int64_t> pagesOfSource(const SearchItem& item, const std::stop_token& stop) {
     const char* const statement = statementFor(item.Indexer);
     if (statement == nullptr || item.Path.find('*') != std::string::npos) return std::nullopt;
     const auto database = PLSqliteDatabase::databaseWithPath(
@@ -37,7 +37,7 @@ std::optional<std::int64_t> pagesOfSource(const SearchItem& item) {
     if (!database->openWithFlags(PLSqliteDatabase::kReadOnly | PLSqliteDatabase::kPathIsUri)) {
         return std::nullopt;
     }
-    database->confine(kProcessorTime);
+    database->confine(kProcessorTime, stop);
     try {
         const auto rows = database->executeQuery(statement);
         if (rows == nullptr || !rows->next()) return std::nullopt;

@@ -33,11 +33,6 @@ void distrustSchema(sqlite3* connection) {
 // Few, since one of them may work on a value of megabytes.
 constexpr int kStepsBetweenLooksAtTheClock = 1000;
 
-int isOver(void* lastProcessorTime) {
-    return processorTimeOfThread() > *static_cast<std::chrono::nanoseconds*>(lastProcessorTime) ? 1
-                                                                                                : 0;
-}
-
 std::int64_t withinInt32OrAbove(std::int64_t value) {
     if (value > std::numeric_limits<std::int32_t>::max()) return value;
     return static_cast<std::int32_t>(value);
@@ -97,7 +92,14 @@ bool PLSqliteDatabase::openWithFlags(int flags, PlausibleError* andReturnError) 
     return true;
 }
 
-void PLSqliteDatabase::confine(std::chrono::milliseconds processorTime) {
+int PLSqliteDatabase::isOver(void* confinement) {
+    const auto& limits = *static_cast<const Confinement*>(confinement);
+    const bool mustEnd =
+        limits.stop.stop_requested() || processorTimeOfThread() > limits.lastProcessorTime;
+    return mustEnd ? 1 : 0;
+}
+
+void PLSqliteDatabase::confine(std::chrono::milliseconds processorTime, std::stop_token stop) {
     for (const int ability : {SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_ENABLE_TRIGGER}) {
         sqlite3_db_config(m_sqlite, ability, 0, nullptr);
     }
@@ -109,8 +111,9 @@ void PLSqliteDatabase::confine(std::chrono::milliseconds processorTime) {
           Limit{SQLITE_LIMIT_ATTACHED, 0}}) {
         sqlite3_limit(m_sqlite, limit, value);
     }
-    m_lastProcessorTime = processorTimeOfThread() + processorTime;
-    sqlite3_progress_handler(m_sqlite, kStepsBetweenLooksAtTheClock, &isOver, &m_lastProcessorTime);
+    m_confinement = {.lastProcessorTime = processorTimeOfThread() + processorTime,
+                     .stop = std::move(stop)};
+    sqlite3_progress_handler(m_sqlite, kStepsBetweenLooksAtTheClock, &isOver, &m_confinement);
 }
 
 std::unique_ptr<PLSqliteResultSet> PLSqliteDatabase::executeQuery(const std::string& statement,

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "base/PropertyList.h"
@@ -51,10 +52,11 @@ public:
 
     // For a file that somebody else may have made to do harm; asked once, right after opening.
     // Views and triggers do not run, nothing longer than kMaxConfinedBytes is read, and once this
-    // thread has used so much more of the processor, whatever runs fails as interrupted.
-    void confine(std::chrono::milliseconds processorTime);
+    // thread has used so much more of the processor, or is told to stop, whatever runs fails as
+    // interrupted.
+    void confine(std::chrono::milliseconds processorTime, std::stop_token stop = {});
     // For what the thread did meanwhile that is not the database's.
-    void extendProcessorTime(std::chrono::nanoseconds by) { m_lastProcessorTime += by; }
+    void extendProcessorTime(std::chrono::nanoseconds by) { m_confinement.lastProcessorTime += by; }
 
     // Whether a connection is held. One that could not be opened may be held as well.
     bool goodConnection() const { return m_sqlite != nullptr; }
@@ -94,6 +96,12 @@ public:
                        const std::optional<std::string>& queryString) const;
 
 private:
+    struct Confinement {
+        std::chrono::nanoseconds lastProcessorTime{};  // of the thread
+        std::stop_token stop;
+    };
+    static int isOver(void* confinement);
+
     explicit PLSqliteDatabase(std::string path) : m_path(std::move(path)) {}
 
     void bindValuesForStatement(PLSqliteStatement& statement,
@@ -103,7 +111,7 @@ private:
 
     const std::string m_path;
     sqlite3* m_sqlite = nullptr;
-    std::chrono::nanoseconds m_lastProcessorTime{};  // of the thread, once confined
+    Confinement m_confinement;
 };
 
 }  // namespace siftwell

@@ -55,6 +55,17 @@ protected:
         EXPECT_TRUE(m_loop->turnUntil([&] { return m_controller->scanState()->ended > 0; },
                                       std::chrono::seconds(60)));
     }
+    void addPage(const std::string& url, const std::string& source) {
+        m_session->indexes().parseAndAddContent({.content = "<html><body>moss</body></html>",
+                                                 .url = Url::parse(url).value(),
+                                                 .date = std::nullopt,
+                                                 .title = "A page",
+                                                 .cachePath = std::nullopt,
+                                                 .source = source,
+                                                 .indexer = "URLExtractor",
+                                                 .mimeType = "text/html"});
+        m_session->indexes().flush();
+    }
     std::size_t found(const std::string& word) {
         std::size_t count = 0;
         for (const RunningSearch& each : *m_session->indexes().startSearch(std::nullopt, word)) {
@@ -168,6 +179,29 @@ TEST_F(AppControllerTest, DisablingIndexingEndsTheSearchThatTheScanWouldWaitFor)
     EXPECT_FALSE(controller.scanState()->isScanning);
     EXPECT_TRUE(m_session->indexes().currentSearch().isNone());
     controller.enableIndexing();
+}
+
+TEST_F(AppControllerTest, RemovingPagesLeavesARunningSearchAlone) {
+    AppController& controller = launch();
+    controller.waitUntilIndexingIsEnabled();
+    addPage("https://host/moss", "One");
+    addPage("https://host/moss", "Two");
+    IndexController& indexes = m_session->indexes();
+    const auto search = indexes.startSearch(std::nullopt, "moss");
+    EXPECT_EQ(controller.removeFromIndex({"https://host/moss", "https://host/fern"}).value(), 1U);
+    EXPECT_EQ(indexes.currentSearch().running, search);
+    EXPECT_EQ(indexes.documentCount(), 0);  // it stood in two indexes
+    EXPECT_EQ(found("moss"), 0U);
+}
+
+TEST_F(AppControllerTest, PagesThatAreStillToBeRemovedAtTheEndAreRemoved) {
+    launch().waitUntilIndexingIsEnabled();
+    addPage("https://host/moss", "One");
+    m_controller->removePages({"https://host/moss"});
+    end();
+    launch().waitUntilIndexingIsEnabled();
+    EXPECT_EQ(m_session->indexes().documentCount(), 0);
+    EXPECT_EQ(found("moss"), 0U);
 }
 
 TEST_F(AppControllerTest, ScanThatHangsIsLeftWithAllThatItUses) {

@@ -122,5 +122,14 @@ TEST_F(PLSqliteDatabaseTest, TransactionIsTakenBackOrKeptAndAFileReadByItsAddres
     EXPECT_FALSE(database->executeUpdate("DROP TABLE visits"));
 }
 
+TEST_F(PLSqliteDatabaseTest, ConfinedQueryEndsWhenItIsToldTo) {
+    std::stop_source stop;
+    m_database->confine(std::chrono::minutes(10), stop.get_token());
+    stop.request_stop();
+    const std::string endless =
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT count(*) FROM n";
+    EXPECT_NE(reasonOf([&] { m_database->executeQuery(endless)->next(); }), "");
+}
+
 }  // namespace
 }  // namespace siftwell

@@ -2,13 +2,14 @@
 
 #include <QDragEnterEvent>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
 #include <QStyle>
 #include <QVBoxLayout>
-#include <algorithm>
+#include <utility>
 
 #include "app/IndexerList.h"
 #include "ui/Text.h"
@@ -26,10 +27,34 @@ QString shownTarget(const QString& target) {
     return url.isLocalFile() ? url.toLocalFile() : target;
 }
 
+// A file when there is any: for that alone there is a question.
+AdditionKind kindOfAll(const QStringList& targets, const std::stop_token& stop) {
+    AdditionKind kind = AdditionKind::Nothing;
+    for (const QString& target : targets) {
+        if (stop.stop_requested()) break;
+        kind = additionKind(additionUrl(target));
+        if (kind == AdditionKind::File) break;
+    }
+    return kind;
+}
+
+Result<Url> checkedUrl(const QString& target) {
+    const auto url = additionUrl(target);
+    if (!url) {
+        return Status(StatusCode::Invalid, _("Please enter a valid URL to a page or document."));
+    }
+    if (url->isFile() && !QFileInfo::exists(toQString(url->path().value_or("")))) {
+        return Status(StatusCode::NotFound,
+                      filledIn(_("There is no file or folder named \"%@\". Please check its name."),
+                               target.toStdString()));
+    }
+    return *url;
+}
+
 }  // namespace
 
 AddItemDialog::AddItemDialog(const Program& program, const QStringList& targets, QWidget* parent)
-    : QDialog(parent), m_program(program) {
+    : QDialog(parent), m_program(program), m_thread(program.session.mainLoop(), "additions") {
     setWindowTitle(q_("Add to index"));
     setAcceptDrops(true);
     fillIndexers();
@@ -48,7 +73,7 @@ void AddItemDialog::fillIndexers() {
     }
     m_indexer->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_indexer->setMinimumContentsLength(24);
-    connect(m_indexer, &QComboBox::currentIndexChanged, this, [this] { update(); });
+    connect(m_indexer, &QComboBox::currentIndexChanged, this, [this] { showOutlook(); });
 }
 
 void AddItemDialog::arrange() {
@@ -107,12 +132,13 @@ QWidget* AddItemDialog::makeTargetField() {
     row->addWidget(m_target, 1);
     row->addWidget(m_list, 1);
     row->addWidget(browse, 0, Qt::AlignTop);
-    connect(m_target, &QLineEdit::textChanged, this, [this] { update(); });
+    connect(m_target, &QLineEdit::textChanged, this, [this] { showOutlook(); });
     return field;
 }
 
 QWidget* AddItemDialog::makeFileQuestion() {
     m_fileQuestion = new QWidget(this);
+    m_fileQuestion->hide();
     auto* const choices = new QVBoxLayout(m_fileQuestion);
     choices->setContentsMargins({});
     m_contents = new QRadioButton(q_("&Index its words, so that it can be found"), m_fileQuestion);
@@ -121,7 +147,7 @@ QWidget* AddItemDialog::makeFileQuestion() {
     m_contents->setChecked(true);
     choices->addWidget(m_contents);
     choices->addWidget(m_addresses);
-    connect(m_addresses, &QRadioButton::toggled, this, [this] { update(); });
+    connect(m_addresses, &QRadioButton::toggled, this, [this] { showOutlook(); });
     return m_fileQuestion;
 }
 
@@ -137,7 +163,7 @@ void AddItemDialog::setTargets(const QStringList& targets) {
     m_list->setVisible(isList);
     m_target->setVisible(!isList);
     (isList ? static_cast<QWidget*>(m_list) : m_target)->setFocus();
-    update();
+    showOutlook();
 }
 
 QStringList AddItemDialog::targets() const {
@@ -157,17 +183,15 @@ void AddItemDialog::browse(bool isFolder) {
     dialog->open();
 }
 
-void AddItemDialog::update() {
-    AdditionKind kind = AdditionKind::Nothing;
-    bool isFileThere = false;
-    for (const QString& target : targets()) {
-        kind = additionKind(additionUrl(target));
-        isFileThere = isFileThere || kind == AdditionKind::File;
-        if (isFileThere) break;
-    }
-    m_fileQuestion->setVisible(isFileThere && !indexer());
-    m_outlook->setText(additionOutlook(kind, fileUse(), indexer()));
+void AddItemDialog::showOutlook() {
     m_problemRow->hide();
+    m_thread.run([this, look = ++m_looks, targets = targets()](const std::stop_token& stop) {
+        return [this, look, kind = kindOfAll(targets, stop)] {
+            if (look != m_looks) return;
+            m_fileQuestion->setVisible(kind == AdditionKind::File && !indexer());
+            m_outlook->setText(additionOutlook(kind, fileUse(), indexer()));
+        };
+    });
 }
 
 Driver::FileUse AddItemDialog::fileUse() const {
@@ -181,30 +205,40 @@ std::optional<std::string> AddItemDialog::indexer() const {
 
 // ---- Adding
 
-Status AddItemDialog::add(const QString& target, bool isLast) {
-    const auto url = additionUrl(target);
-    if (!url) return {StatusCode::Invalid, _("Please enter a valid URL to a page or document.")};
-    if (url->isFile() && !QFileInfo::exists(toQString(url->path().value_or("")))) {
-        return {StatusCode::NotFound,
-                filledIn(_("There is no file or folder named \"%@\". Please check its name."),
-                         target.toStdString())};
-    }
-    return m_program.driver.addToIndex(
-        {.url = *url, .indexer = indexer(), .fileUse = fileUse(), .isScanStarted = isLast});
+void AddItemDialog::accept() {
+    if (std::exchange(m_isAdding, true)) return;
+    m_thread.run([this, targets = targets()](const std::stop_token& stop) {
+        std::vector<Result<Url>> urls;
+        for (const QString& target : targets) {
+            if (stop.stop_requested()) break;
+            urls.push_back(checkedUrl(target));
+        }
+        return [this, targets, urls = std::move(urls)] { add(targets, urls); };
+    });
 }
 
-void AddItemDialog::accept() {
-    const QStringList all = targets();
+void AddItemDialog::add(const QStringList& targets, const std::vector<Result<Url>>& urls) {
+    m_isAdding = false;
+    std::vector<Driver::Addition> additions;
+    for (const Result<Url>& url : urls) {
+        if (!url) continue;
+        additions.push_back({.url = *url,
+                             .indexer = indexer(),
+                             .fileUse = fileUse(),
+                             .isScanStarted = m_isScanStarted});
+    }
+    const std::vector<Status> added = m_program.driver.addAllToIndex(additions);
+    auto next = added.begin();
     QStringList left;
     QStringList problems;
-    for (qsizetype i = 0; i < all.size(); ++i) {
-        const Status status = add(all[i], i == all.size() - 1);
+    for (std::size_t i = 0; i < urls.size(); ++i) {
+        const Status status = urls[i] ? *next++ : urls[i].status();
         if (status.isOk()) continue;
-        left << all[i];
+        left << targets[static_cast<qsizetype>(i)];
         problems << toQString(status.message());
     }
     if (left.isEmpty()) return QDialog::accept();
-    if (left.size() < all.size()) setTargets(left);
+    if (left.size() < targets.size()) setTargets(left);
     problems.removeDuplicates();
     sayWhatIsWrong(problems.mid(0, 3).join(u'\n'));
 }

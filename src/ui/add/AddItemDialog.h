@@ -2,7 +2,8 @@
 //
 // What several files were dropped for is asked once for all of them.
 //
-// Threads: main. Errors: shown in the dialog, which stays open with what could not be added.
+// Threads: main; files are looked at on a thread of its own. Errors: shown in the dialog, which
+// stays open with what could not be added.
 #pragma once
 
 #include <QComboBox>
@@ -12,9 +13,11 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QRadioButton>
+#include <vector>
 
 #include "app/Driver.h"
 #include "ui/Program.h"
+#include "ui/background/TaskThread.h"
 
 namespace siftwell {
 
@@ -24,6 +27,9 @@ class AddItemDialog : public QDialog {
 public:
     // With addresses and files that were dropped somewhere.
     AddItemDialog(const Program& program, const QStringList& targets, QWidget* parent = nullptr);
+
+    // What is added waits for the next scan instead of starting one.
+    void leaveToNextScan() { m_isScanStarted = false; }
 
     void accept() override;
 
@@ -39,14 +45,17 @@ private:
     void setTargets(const QStringList& targets);
     QStringList targets() const;
     void browse(bool isFolder);
-    void update();  // to what is to be added
+    void showOutlook();  // for what is to be added, once it was looked at
     void sayWhatIsWrong(const QString& text);
 
     Driver::FileUse fileUse() const;
     std::optional<std::string> indexer() const;
-    Status add(const QString& target, bool isLast);
+    void add(const QStringList& targets, const std::vector<Result<Url>>& urls);
 
     const Program m_program;
+    bool m_isScanStarted = true;
+    bool m_isAdding = false;
+    quint64 m_looks = 0;  // only what the last one brings is shown
     QLineEdit* const m_target = new QLineEdit(this);
     QListWidget* const m_list = new QListWidget(this);  // in its place when there are several
     QComboBox* const m_indexer = new QComboBox(this);
@@ -57,6 +66,7 @@ private:
     QWidget* const m_problemRow = new QWidget(this);
     QLabel* const m_problem = new QLabel(m_problemRow);
     QDialogButtonBox* const m_buttons = new QDialogButtonBox(this);
+    TaskThread m_thread;
 };
 
 }  // namespace siftwell

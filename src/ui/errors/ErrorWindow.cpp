@@ -1,6 +1,7 @@
 #include "ui/errors/ErrorWindow.h"
 
 #include <QClipboard>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QLabel>
@@ -125,7 +126,19 @@ QWidget* ErrorWindow::makeFoot() {
 
 void ErrorWindow::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
-    if (!event->spontaneous()) read();
+    if (event->spontaneous()) return;
+    read();
+    tellThatTheyAreSeen();
+}
+
+void ErrorWindow::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow()) tellThatTheyAreSeen();
+}
+
+// In a later turn: whoever counts has then counted the one that just came.
+void ErrorWindow::tellThatTheyAreSeen() {
+    m_program.session.centre().postMainThreadNotificationName("SiftwellErrorsSeenNotification", {});
 }
 
 void ErrorWindow::read() {
@@ -148,6 +161,7 @@ void ErrorWindow::take(std::vector<LoggedError> errors) {
 void ErrorWindow::add(const PropertyList& record) {
     const auto* const dictionary = record.asDictionary();
     if (dictionary == nullptr) return;
+    if (isActiveWindow()) tellThatTheyAreSeen();
     if (m_isReading) {
         m_isReadWanted = true;
     } else if (isVisible()) {

@@ -1,5 +1,7 @@
 // ErrorWindow: what went wrong in the last days, and what goes wrong while it is open.
 //
+// It posts "SiftwellErrorsSeenNotification" whenever the user has the newest before the eyes.
+//
 // Threads: main; the file of errors is read on a thread of its own.
 #pragma once
 
@@ -24,6 +26,7 @@ public:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void arrange();
@@ -35,6 +38,7 @@ private:
     void read();
     void take(std::vector<LoggedError> errors);
     void add(const PropertyList& record);
+    void tellThatTheyAreSeen();
     void showState();  // the list or that there is nothing, and what can be done
     void showDetails();
     void openAddress();

@@ -10,6 +10,7 @@
 #include "app/SourcePages.h"
 #include "base/Files.h"
 #include "ui/Text.h"
+#include "ui/add/AddItemDialog.h"
 
 namespace siftwell {
 
@@ -60,7 +61,10 @@ std::vector<SearchItem> withoutThoseOf(const std::vector<BrowserItems>& browsers
 }  // namespace
 
 FirstRunWindow::FirstRunWindow(const Program& program, QWidget* parent)
-    : QDialog(parent), m_program(program), m_thread(program.session.mainLoop(), "browsers") {
+    : QDialog(parent),
+      m_program(program),
+      m_isFirstStart(!program.session.settings().boolean("FirstRunExplanationShown")),
+      m_thread(program.session.mainLoop(), "browsers") {
     setWindowTitle(q_("Welcome to Siftwell"));
     setModal(true);
     arrange();
@@ -113,7 +117,7 @@ QWidget* FirstRunWindow::makeFoot() {
     QPushButton* const folder =
         buttons->addButton(q_("Add a &folder…"), QDialogButtonBox::ActionRole);
     folder->setAutoDefault(false);
-    connect(folder, &QPushButton::clicked, this, [this] { m_program.commands.addToIndex(); });
+    connect(folder, &QPushButton::clicked, this, [this] { addFolder(); });
     m_start = buttons->addButton(q_("&Start"), QDialogButtonBox::AcceptRole);
     m_start->setDefault(true);
     QPushButton* const without = buttons->addButton(q_("&Not now"), QDialogButtonBox::RejectRole);
@@ -121,6 +125,14 @@ QWidget* FirstRunWindow::makeFoot() {
     connect(buttons, &QDialogButtonBox::accepted, this, &FirstRunWindow::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     return buttons;
+}
+
+// The first scan reads it: one that began now would read sources that are still to be picked.
+void FirstRunWindow::addFolder() {
+    auto* const dialog = new AddItemDialog(m_program, {}, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    if (m_isFirstStart) dialog->leaveToNextScan();
+    dialog->open();
 }
 
 // ---- What there is
@@ -172,7 +184,8 @@ void FirstRunWindow::addOthers(const std::vector<SearchItem>& others) {
 void FirstRunWindow::addLine(QTreeWidgetItem* group, const BrowserItem& item, const QString& name) {
     auto* const line = new QTreeWidgetItem(group, {name, QStringLiteral("…")});
     line->setFlags(line->flags() | Qt::ItemIsUserCheckable);
-    line->setCheckState(NameColumn, Qt::Checked);
+    const bool isRefused = item.state == State::Off && !m_isFirstStart;
+    line->setCheckState(NameColumn, isRefused ? Qt::Unchecked : Qt::Checked);
     line->setToolTip(NameColumn, toQString(item.item.Path));
     line->setTextAlignment(PagesColumn, Qt::AlignTrailing | Qt::AlignVCenter);
     m_lines.push_back({line, item});
@@ -180,8 +193,9 @@ void FirstRunWindow::addLine(QTreeWidgetItem* group, const BrowserItem& item, co
 
 void FirstRunWindow::countPages() {
     for (std::size_t i = 0; i < m_lines.size(); ++i) {
-        m_thread.run([this, i, item = m_lines[i].item.item](const std::stop_token&) {
-            return [this, i, count = pagesOfSource(item)] { showCount(i, count.value_or(-1)); };
+        m_thread.run([this, i, item = m_lines[i].item.item](const std::stop_token& stop) {
+            return
+                [this, i, count = pagesOfSource(item, stop)] { showCount(i, count.value_or(-1)); };
         });
     }
 }

@@ -1,7 +1,7 @@
 // FirstRunWindow: what the program does with a user's data, and the browsers to be picked from.
 //
 // What is ticked is read from then on; closing the window by any other way than "Start" leaves the
-// sources as they are.
+// sources as they are. At the first start all are ticked; later none that the user switched off.
 //
 // Threads: main; browsers are looked for, and their pages counted, on a thread of its own.
 #pragma once
@@ -36,6 +36,7 @@ private:
     void arrange();
     QWidget* makeExplanation();
     QWidget* makeFoot();
+    void addFolder();
     void look();
     void take(const std::vector<BrowserItems>& browsers, const std::vector<SearchItem>& others);
     void addBrowser(const BrowserItems& browser);
@@ -45,6 +46,7 @@ private:
     void showCount(std::size_t line, std::int64_t count);
 
     const Program m_program;
+    const bool m_isFirstStart;
     QTreeWidget* const m_list = new QTreeWidget(this);
     QLabel* const m_state = new QLabel(this);
     QPushButton* m_start = nullptr;

@@ -18,11 +18,17 @@ ErrorsButton::ErrorsButton(NotificationCentre& centre, Commands& commands, QWidg
         setText(counted(N_("%@ error"), N_("%@ errors"), ++m_count));
         show();
     });
+    m_looks =
+        centre.observe("SiftwellErrorsSeenNotification", [this](const PropertyList&) { forget(); });
     connect(this, &QToolButton::clicked, this, [this, &commands] {
-        m_count = 0;
-        hide();
+        forget();
         commands.showErrors();
     });
+}
+
+void ErrorsButton::forget() {
+    m_count = 0;
+    hide();
 }
 
 }  // namespace siftwell

@@ -18,8 +18,11 @@ public:
     ErrorsButton(NotificationCentre& centre, Commands& commands, QWidget* parent = nullptr);
 
 private:
+    void forget();
+
     qint64 m_count = 0;
     NotificationCentre::Observation m_errors;
+    NotificationCentre::Observation m_looks;
 };
 
 }  // namespace siftwell

@@ -93,18 +93,8 @@ void RowActions::copySelection() {
 void RowActions::removeSelection() {
     const FoundRow* row = selection();
     if (row == nullptr) return;
-    const QPersistentModelIndex place(
-        m_search.results().index(m_view.selectedRow(), ResultModel::TitleColumn));
-    const auto removed = m_program.driver.removeFromIndex({row->url});
-    if (!removed) {
-        m_program.alerts.ask({.title = _("The page could not be removed."),
-                              .text = removed.status().message(),
-                              .buttons = {_("OK")}},
-                             0);
-        return;
-    }
-    if (!place.isValid()) return;
-    const int position = place.row();
+    m_program.driver.removePages({row->url});
+    const int position = m_view.selectedRow();
     m_search.results().removeAt(position);
     m_view.selectRowAt(position);
 }

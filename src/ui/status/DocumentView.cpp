@@ -64,6 +64,26 @@ void DocumentView::setList(const DocumentListPointer& list) {
     restore(before);
 }
 
+void DocumentView::leaveOut(const std::vector<DocumentRow>& documents) {
+    const std::vector<int> rows = m_model.rowsOf(documents);
+    if (rows.empty()) return;
+    auto list = std::make_shared<DocumentList>(m_model.list());
+    auto next = rows.begin();
+    std::vector<DocumentRow> left;
+    left.reserve(list->rows.size() - rows.size());
+    for (std::size_t i = 0; i < list->rows.size(); ++i) {
+        const bool isLeftOut = next != rows.end() && static_cast<std::size_t>(*next) == i;
+        if (isLeftOut) {
+            ++next;
+        } else {
+            left.push_back(list->rows[i]);
+        }
+    }
+    list->rows = std::move(left);
+    setList(list);
+    if (m_model.rowCount() > 0) selectRow(std::min(rows.front(), m_model.rowCount() - 1));
+}
+
 void DocumentView::setEmptyText(const QString& text) {
     m_emptyText = text;
     viewport()->update();

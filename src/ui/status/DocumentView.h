@@ -20,6 +20,8 @@ public:
 
     DocumentModel& documents() { return m_model; }
     void setList(const DocumentListPointer& list);
+    // Until the next list comes, which is without them. The row behind the first is selected.
+    void leaveOut(const std::vector<DocumentRow>& documents);
 
     // What is said in place of rows when there are none.
     void setEmptyText(const QString& text);

@@ -20,7 +20,6 @@ namespace {
 
 constexpr int kLookDelay = 400;  // milliseconds
 constexpr std::size_t kOpenedAtOnce = 10;
-constexpr std::ptrdiff_t kRemovedAtOnce = 4;
 
 QString joined(const std::vector<std::string>& lines) {
     QStringList list;
@@ -185,7 +184,7 @@ void IndexStatusWindow::showEvent(QShowEvent* event) {
 void IndexStatusWindow::closeEvent(QCloseEvent* event) {
     QMainWindow::closeEvent(event);
     if (!event->isAccepted()) return;
-    m_program.session.settings().set("IndexListVisible", "No");
+    if (!m_isEnding) m_program.session.settings().set("IndexListVisible", "No");
     end();
 }
 
@@ -275,12 +274,17 @@ void IndexStatusWindow::copyAddresses() {
 }
 
 void IndexStatusWindow::removeDocuments() {
-    m_documents->documents().readAddresses(
-        m_documents->selectedRows(), [this](const std::vector<std::string>& addresses) {
-            if (addresses.empty() || !isRemovalMeant(addresses.size())) return;
-            m_toRemove.insert(m_toRemove.end(), addresses.rbegin(), addresses.rend());
-            removeNext();
-        });
+    const DocumentModel& documents = m_documents->documents();
+    const std::vector<int> rows = m_documents->selectedRows();
+    std::vector<DocumentRow> chosen;
+    for (const int row : rows) chosen.push_back(documents.documentAt(row));
+    m_documents->documents().readAddresses(rows, [this, chosen, indexes = documents.list().indexes](
+                                                     const std::vector<std::string>& addresses) {
+        if (addresses.empty() || !isRemovalMeant(addresses.size())) return;
+        m_program.driver.removePages(addresses);
+        // Rows name indexes by their place in the list.
+        if (m_documents->documents().list().indexes == indexes) m_documents->leaveOut(chosen);
+    });
 }
 
 bool IndexStatusWindow::isRemovalMeant(std::size_t count) {
@@ -291,23 +295,6 @@ bool IndexStatusWindow::isRemovalMeant(std::size_t count) {
                       .text = _("It comes back when you see it again in a browser."),
                       .buttons = {_("Remove"), _("Cancel")}};
     return m_program.alerts.ask(alert, 1) == 0;
-}
-
-// A few in each turn, so that the windows stay alive.
-void IndexStatusWindow::removeNext() {
-    if (m_toRemove.empty()) return;
-    const auto count = std::min(static_cast<std::ptrdiff_t>(m_toRemove.size()), kRemovedAtOnce);
-    const std::vector<std::string> addresses(m_toRemove.end() - count, m_toRemove.end());
-    m_toRemove.resize(m_toRemove.size() - addresses.size());
-    const auto removed = m_program.driver.removeFromIndex(addresses);
-    if (!removed) {
-        m_toRemove.clear();
-        m_program.alerts.ask({.title = _("The page could not be removed."),
-                              .text = removed.status().message(),
-                              .buttons = {_("OK")}},
-                             0);
-    }
-    QTimer::singleShot(0, this, [this] { removeNext(); });
 }
 
 }  // namespace siftwell

@@ -26,6 +26,9 @@ class IndexStatusWindow : public QMainWindow {
 public:
     explicit IndexStatusWindow(const Program& program, QWidget* parent = nullptr);
 
+    // The program closes the window at its end: it is open again at the next start.
+    void setIsEnding() { m_isEnding = true; }
+
 protected:
     void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
@@ -49,7 +52,6 @@ private:
     void copyAddresses();
     void removeDocuments();
     bool isRemovalMeant(std::size_t count);
-    void removeNext();
 
     const Program m_program;
     SourceList* const m_sources = new SourceList(this);
@@ -58,8 +60,8 @@ private:
     WeekChart* const m_chart = new WeekChart(this);
     QLabel* const m_count = new QLabel(this);
     std::vector<IndexSize> m_sizes;
-    std::vector<std::string> m_toRemove;  // the next one last
-    QTimer m_look;                        // what changes in between is looked at together
+    bool m_isEnding = false;
+    QTimer m_look;  // what changes in between is looked at together
     std::vector<NotificationCentre::Observation> m_observations;
     std::unique_ptr<DocumentLister> m_lister;  // null while the window is closed
 };

@@ -35,8 +35,7 @@ private Q_SLOTS:
 
     void aPageBecomesASource() {
         open({QStringLiteral("https://example.org/page")});
-        m_dialog->accept();
-        QCOMPARE(m_dialog->result(), int(QDialog::Accepted));
+        accept();
         const SearchItem item = lastItem();
         QCOMPARE(item.Name, "example.org");
         QCOMPARE(item.Indexer, "SingleURL");
@@ -46,17 +45,17 @@ private Q_SLOTS:
         const QString file = toQString(m_program->home().write("list.html", "<a href=x>"));
         open({file});
         QCOMPARE(buttons().size(), 2);
-        QVERIFY(buttons()[0]->isVisible());
-        m_dialog->accept();
+        QTRY_VERIFY(buttons()[0]->isVisible());
+        accept();
         QCOMPARE(lastItem().Indexer, "SingleURL");
         open({file});
         buttons()[1]->setChecked(true);
-        m_dialog->accept();
+        accept();
         QCOMPARE(lastItem().Indexer, "URLExtractor");
         QVERIFY(m_program->alerts.asked.empty());  // no second dialog
         open({toQString(m_program->home().path())});
-        QVERIFY(!buttons()[0]->isVisible());
-        m_dialog->accept();
+        QTRY_VERIFY(!buttons()[0]->isVisible());
+        accept();
         QCOMPARE(lastItem().Indexer, "LocalFiles");
     }
 
@@ -64,8 +63,8 @@ private Q_SLOTS:
         open({toQString(m_program->home().write("old.html", ""))});
         auto& indexers = *m_dialog->findChild<QComboBox*>();
         indexers.setCurrentIndex(indexers.findData(QStringLiteral("OmniWebHistory")));
-        QVERIFY(!buttons()[0]->isVisible());
-        m_dialog->accept();
+        QTRY_VERIFY(!buttons()[0]->isVisible());
+        accept();
         QCOMPARE(lastItem().Indexer, "OmniWebHistory");
     }
 
@@ -73,12 +72,14 @@ private Q_SLOTS:
         const std::size_t before = items().size();
         open({QStringLiteral("words")});
         m_dialog->accept();
+        QTRY_VERIFY(isProblemSaid());
         QVERIFY(m_dialog->isVisible());
         QCOMPARE(items().size(), before);
         QVERIFY(problem().contains(QStringLiteral("full URL")));
         open({QStringLiteral("https://a.org/"), QStringLiteral("/no/such/file"),
               QStringLiteral("https://b.org/")});
         m_dialog->accept();
+        QTRY_VERIFY(isProblemSaid());
         QVERIFY(m_dialog->isVisible());
         QCOMPARE(items().size(), before + 2);
         QVERIFY(problem().contains(QStringLiteral("/no/such/file")));
@@ -89,6 +90,18 @@ private:
     void open(const QStringList& targets) {
         m_dialog = std::make_unique<AddItemDialog>(m_program->program(), targets);
         m_dialog->show();
+    }
+    void accept() {
+        m_dialog->accept();
+        QTRY_COMPARE(m_dialog->result(), int(QDialog::Accepted));
+    }
+    bool isProblemSaid() {
+        for (const QLabel* label : m_dialog->findChildren<QLabel*>()) {
+            if (label->isVisible() && label->accessibleName() == QStringLiteral("Problem")) {
+                return true;
+            }
+        }
+        return false;
     }
     QList<QRadioButton*> buttons() { return m_dialog->findChildren<QRadioButton*>(); }
     QString problem() {

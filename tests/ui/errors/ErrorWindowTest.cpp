@@ -2,6 +2,7 @@
 #include <QPlainTextEdit>
 
 #include "ui/errors/ErrorWindow.h"
+#include "ui/search/ErrorsButton.h"
 #include "ui/support/UiProgram.h"
 #include "ui/support/UiTest.h"
 
@@ -36,6 +37,17 @@ private Q_SLOTS:
         QVERIFY(details.contains(QStringLiteral("https://example.org/x")));
         press(QStringLiteral("Copy"));
         QCOMPARE(QGuiApplication::clipboard()->text(), details);
+    }
+
+    void errorsThatWereSeenAreCountedNoMore() {
+        ErrorsButton button(m_program->session().centre(), m_program->commands);
+        report("Unseen", 6);
+        QTRY_VERIFY(!button.isHidden());
+        m_window->show();  // by whatever way
+        QTRY_VERIFY(button.isHidden());
+        m_window->close();
+        report("Unseen", 6);
+        QTRY_COMPARE(button.text(), QStringLiteral("1 error"));
     }
 
     void clearedErrorsDoNotComeBack() {

@@ -1,6 +1,9 @@
 #include "ui/firstrun/FirstRunWindow.h"
 
+#include <QLineEdit>
+
 #include "sqlite/PLSqliteDatabase.h"
+#include "ui/add/AddItemDialog.h"
 #include "ui/support/UiProgram.h"
 #include "ui/support/UiTest.h"
 
@@ -40,6 +43,27 @@ private Q_SLOTS:
         line("Cache")->setCheckState(0, Qt::Checked);
         m_window->accept();
         QCOMPARE(namesOfItemsThatAreOn(), QStringList(QStringLiteral("Chromium Cache")) + before);
+        // And stays off for whoever looks for browsers again.
+        open();
+        QCOMPARE(line("History")->checkState(0), Qt::Unchecked);
+        QCOMPARE(line("Cache")->checkState(0), Qt::Checked);
+        m_window->accept();
+        QCOMPARE(namesOfItemsThatAreOn(), QStringList(QStringLiteral("Chromium Cache")) + before);
+    }
+
+    void aFolderThatIsAddedIsNotReadWhileSourcesAreStillPicked() {
+        m_user->write("pages/note.txt", "words");
+        m_window = std::make_unique<FirstRunWindow>(m_program->program());
+        m_window->show();
+        for (QPushButton* const button : m_window->findChildren<QPushButton*>()) {
+            if (button->text().contains(QStringLiteral("older"))) button->click();
+        }
+        auto* const dialog = m_window->findChild<AddItemDialog*>();
+        QVERIFY(dialog != nullptr);
+        dialog->findChild<QLineEdit*>()->setText(toQString(m_user->file("pages")));
+        dialog->accept();
+        QTRY_VERIFY(namesOfItemsThatAreOn().contains(QStringLiteral("pages")));
+        QVERIFY(!m_program->driver().scanState()->isScanning);
     }
 
     void startingWithoutLeavesTheSourcesAsTheyAre() {

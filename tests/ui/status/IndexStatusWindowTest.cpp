@@ -40,6 +40,9 @@ void IndexStatusWindowTest::whetherItIsOpenIsRemembered() {
     QCOMPARE(m_program->settings().string("IndexListVisible"), "No");
     QCOMPARE(view().model()->rowCount(), 0);
     open();
+    m_window->setIsEnding();
+    m_window->close();
+    QCOMPARE(m_program->settings().string("IndexListVisible"), "Yes");
 }
 
 void IndexStatusWindowTest::aSourceThatIsSelectedFiltersAndItsSwitchIsStored() {
@@ -79,6 +82,8 @@ void IndexStatusWindowTest::selectedPagesAreOpenedCopiedAndRemoved() {
     view().selectRow(0);
     press(QStringLiteral("Remove"));
     QTRY_COMPARE(view().model()->rowCount(), 1);
+    QCOMPARE(view().selectedRows(), std::vector<int>{0});  // the next one
+    QTRY_COMPARE(m_program->session().indexes().documentCount(), 1);
 }
 
 void IndexStatusWindowTest::theRowThatTheEyeIsOnStaysWhenPagesCome() {
