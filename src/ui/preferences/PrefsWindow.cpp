@@ -1,8 +1,6 @@
 #include "ui/preferences/PrefsWindow.h"
 
 #include <QDialogButtonBox>
-#include <QLabel>
-#include <QProgressBar>
 #include <QScreen>
 #include <QScrollArea>
 #include <QShortcut>
@@ -18,6 +16,7 @@ namespace {
 
 constexpr const char* kFrame = "WindowFrame Preferences";
 constexpr QSize kLeast(520, 660);
+constexpr int kBetweenLooks = 100;  // milliseconds
 
 // What does not fit a small screen, or large letters, can be scrolled to.
 QScrollArea* scrolled(QWidget* page) {
@@ -29,23 +28,6 @@ QScrollArea* scrolled(QWidget* page) {
     page->setAutoFillBackground(false);
     return area;
 }
-
-// Covers the window while nothing can be done with it.
-class WaitSheet : public QDialog {
-public:
-    explicit WaitSheet(QWidget* parent) : QDialog(parent, Qt::Dialog | Qt::CustomizeWindowHint) {
-        setWindowModality(Qt::WindowModal);
-        auto* bar = new QProgressBar;
-        bar->setRange(0, 0);
-        bar->setAccessibleName(q_("Waiting for the scan to end…"));
-        auto* layout = new QVBoxLayout(this);
-        layout->addWidget(new QLabel(q_("Waiting for the scan to end…")));
-        layout->addWidget(bar);
-    }
-
-protected:
-    void reject() override {}  // the wait cannot be given up
-};
 
 }  // namespace
 
@@ -62,13 +44,18 @@ PrefsWindow::PrefsWindow(const Program& program, const GlobalHotKey* hotKey)
     setWindowFlags(Qt::Window);
     layOut();
     placeFrame();
+    m_looks.setSingleShot(true);
+    m_looks.setInterval(kBetweenLooks);
+    connect(&m_looks, &QTimer::timeout, this, [this] { look(); });
     connect(m_tabs, &QTabWidget::currentChanged, this, [this](int tab) { tabChanged(tab); });
 }
 
 PrefsWindow::~PrefsWindow() {
-    if (!isEditing()) return;
-    m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);
-    commitSettings(false);
+    if (m_state == State::Closed) return;
+    if (isEditing()) {
+        m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);
+        commitSettings(false);
+    }
     m_program.driver.enableIndexing();
 }
 
@@ -117,29 +104,55 @@ void PrefsWindow::placeFrame() {
 void PrefsWindow::showWindow(int tab) {
     m_tabs->setCurrentIndex(tab);
     if (m_state == State::Closed) {
-        m_state = State::Waiting;
-        m_tabs->setEnabled(false);
-        m_confirm->setEnabled(false);
-        load();
-        show();
-        tabChanged(tab);  // a window that is shown looks for a default button
-        waitForScan();
-        m_state = State::Editing;
-        if (m_isQuitting) return reject();
-        load();
-        m_tabs->setEnabled(true);
-        m_confirm->setEnabled(true);
-        m_tabs->setFocus();
+        beginWaiting();
+    } else {
+        raise();
+        activateWindow();
     }
-    raise();
-    activateWindow();
 }
 
-void PrefsWindow::waitForScan() {
-    WaitSheet sheet(this);
-    const auto scan = m_program.driver.scanState();
-    if (scan && scan->isScanning) sheet.show();
+void PrefsWindow::setEditable(bool isEditable) {
+    m_tabs->setEnabled(isEditable);
+    m_confirm->setEnabled(isEditable);
+}
+
+void PrefsWindow::beginWaiting() {
+    m_state = State::Waiting;
+    setEditable(false);
+    load();
+    show();
+    raise();
+    activateWindow();
+    tabChanged(m_tabs->currentIndex());  // a window that is shown looks for a default button
     m_program.driver.disableIndexing();
+    m_waiting.start();
+    look();
+}
+
+void PrefsWindow::look() {
+    const std::chrono::milliseconds waited(m_waiting.elapsed());
+    if (m_program.driver.hasIndexingCompleted(waited)) return beginEditing();
+    m_looks.start();
+    if (m_sheet != nullptr) return m_sheet->showState(waited);
+    m_sheet = new WaitSheet(m_program.driver, this);
+    connect(m_sheet, &QDialog::rejected, this, [this] { reject(); });
+    m_sheet->showState(waited);
+    m_sheet->show();
+}
+
+void PrefsWindow::endWait() {
+    m_looks.stop();
+    if (m_sheet == nullptr) return;
+    m_sheet->hide();
+    std::exchange(m_sheet, nullptr)->deleteLater();
+}
+
+void PrefsWindow::beginEditing() {
+    endWait();
+    m_state = State::Editing;
+    load();
+    setEditable(true);
+    m_tabs->setFocus();
 }
 
 void PrefsWindow::load() {
@@ -183,6 +196,10 @@ bool PrefsWindow::mayConfirm() {
 }
 
 void PrefsWindow::reject() {
+    if (m_state == State::Waiting) {
+        endWait();
+        return closeWindow();
+    }
     if (!isEditing()) return;
     m_state = State::Ending;
     m_search->hotkey().takeBack();
@@ -199,7 +216,7 @@ void PrefsWindow::closeWindow() {
 }
 
 void PrefsWindow::applicationWillTerminate() {
-    m_isQuitting = true;
+    if (m_state == State::Waiting) return reject();
     if (!isEditing()) return;
     m_state = State::Ending;
     m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);

@@ -98,26 +98,47 @@ private Q_SLOTS:
     }
 
     void openingWaitsForTheScanThatRuns() {
-        auto& driver = m_program->driver();
-        QVERIFY(driver.setSearchItemValue("mine", "Index", true).isOk());
-        QVERIFY(driver.startScan(Driver::ScanScope::LocalSources).isOk());
-        const QDeadlineTimer patience(5000);
-        while (!isScanned("mine") && !patience.hasExpired()) std::this_thread::yield();
-        QVERIFY(isScanned("mine"));  // and will be until the main loop has its turns
-        bool hasWaited = false;
-        m_program->session().mainLoop().post([&] {
-            hasWaited = !m_window->isEditing() && driver.scanState()->isScanning;
-            m_window->showWindow(FiltersTab);  // asked for again
-            m_window->reject();                // and no way out yet
-        });
+        beginScan();
         open();
-        QVERIFY(hasWaited);
-        QVERIFY(m_window->isEditing());
+        open(FiltersTab);  // asked for again
+        m_window->accept();
+        QVERIFY(m_window->isVisible());
+        QVERIFY(!m_window->isEditing());
+        QCOMPARE(sheet()->text(), QStringLiteral("Waiting for the scan to end…"));
+        sheet()->showState(std::chrono::minutes(2));
+        QVERIFY(sheet()->text().contains(QStringLiteral("unusually long")));
+        QTRY_VERIFY(m_window->isEditing());
         QVERIFY(!m_program->driver().scanState()->isScanning);
         // A scan that somebody asks for finds the way barred, and leaves the list alone.
         QVERIFY(m_program->driver().startScan(Driver::ScanScope::LocalSources).isOk());
         QTRY_VERIFY(!m_program->driver().scanState()->isScanning);
         m_window->reject();
+    }
+
+    void openingWaitsForACommandToo() {
+        QVERIFY(m_program->driver().compactIndex().isOk());
+        open();
+        QCOMPARE(sheet()->text(),
+                 QStringLiteral("Waiting until the work on the index has finished…"));
+        QTRY_VERIFY(m_window->isEditing());
+        QVERIFY(!m_program->driver().maintenanceState()->isRunning);
+        m_window->reject();
+    }
+
+    void theWaitCanBeGivenUpAndEndsWithTheProgram() {
+        for (const bool isQuitting : {false, true}) {
+            beginScan();
+            open();
+            if (isQuitting) {
+                m_window->applicationWillTerminate();
+            } else {
+                sheet()->reject();
+            }
+            QVERIFY(!m_window->isVisible());
+            QVERIFY(m_program->session().indexes().indexingEnabled());
+            QTRY_VERIFY(!m_program->driver().scanState()->isScanning);
+            QVERIFY(!m_window->isEditing());
+        }
     }
 
     void newFiltersAreAskedAboutAndOtherChangesAreNot() {
@@ -227,6 +248,21 @@ private:
             values.push_back(m_program->settings().userValue(key));
         }
         return values;
+    }
+
+    // The scan is under way until the main loop has its turns.
+    void beginScan() {
+        auto& driver = m_program->driver();
+        QVERIFY(driver.setSearchItemValue("mine", "Index", true).isOk());
+        QVERIFY(driver.startScan(Driver::ScanScope::LocalSources).isOk());
+        const QDeadlineTimer patience(5000);
+        while (!isScanned("mine") && !patience.hasExpired()) std::this_thread::yield();
+        QVERIFY(isScanned("mine"));
+    }
+
+    WaitSheet* sheet() {
+        const auto sheets = m_window->findChildren<WaitSheet*>();
+        return sheets.isEmpty() ? nullptr : sheets.back();
     }
 
     bool isScanned(const std::string& name) {
