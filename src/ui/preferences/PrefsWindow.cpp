@@ -118,6 +118,7 @@ void PrefsWindow::setEditable(bool isEditable) {
 
 void PrefsWindow::beginWaiting() {
     m_state = State::Waiting;
+    m_isQuitting = false;
     setEditable(false);
     load();
     show();
@@ -172,13 +173,13 @@ void PrefsWindow::tabChanged(int tab) { m_confirm->setDefault(tab != SearchTab);
 void PrefsWindow::accept() {
     if (!isEditing()) return;
     m_state = State::Ending;
-    if (!mayConfirm()) {
+    if (!mayConfirm() && !m_isQuitting) {
         m_state = State::Editing;
         return;
     }
     const PrefsEdits::Changes changes = commitSettings(true);
     closeWindow();
-    if (!changes.concernsScans) return;
+    if (!changes.concernsScans || m_isQuitting) return;
     if (!m_program.driver.startScan(Driver::ScanScope::Everything).isOk()) {
         static_cast<void>(m_program.driver.startScan(Driver::ScanScope::LocalSources));
     }
@@ -217,6 +218,10 @@ void PrefsWindow::closeWindow() {
 
 void PrefsWindow::applicationWillTerminate() {
     if (m_state == State::Waiting) return reject();
+    if (m_state == State::Ending) {
+        m_isQuitting = true;  // whoever asks the question goes on to store
+        hide();
+    }
     if (!isEditing()) return;
     m_state = State::Ending;
     m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);
@@ -228,7 +233,7 @@ void PrefsWindow::applicationWillTerminate() {
 
 PrefsEdits::Changes PrefsWindow::commitSettings(bool isAsking) {
     if (isAsking) askAboutLaunch();
-    const bool isFiltering = isAsking && isFilteringWanted();
+    const bool isFiltering = isAsking && !m_isQuitting && isFilteringWanted();
     const PrefsEdits::Changes changes = m_edits.confirm();
     applyLaunch();
     if (isFiltering) {

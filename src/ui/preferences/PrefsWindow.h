@@ -38,7 +38,8 @@ public:
     HotkeyField& hotkey() { return m_search->hotkey(); }
     QWidget* tabPage(int tab) { return m_tabs->widget(tab); }
 
-    // The program is about to end: stores what was edited, after the questions.
+    // The program is about to end: stores what was edited, after the questions. The window is
+    // hidden in any case and does not stand in the way.
     void applicationWillTerminate();
 
     void accept() override;  // confirms
@@ -66,6 +67,7 @@ private:
     const Program m_program;
     PrefsEdits m_edits;
     State m_state = State::Closed;
+    bool m_isQuitting = false;  // since the program ends while a question is asked
     QTimer m_looks;
     QElapsedTimer m_waiting;
     WaitSheet* m_sheet = nullptr;  // while there is something to wait for

@@ -227,6 +227,32 @@ private Q_SLOTS:
         QCOMPARE(m_program->alerts.asked.size(), 1U);
     }
 
+    void quittingWhileAQuestionIsAskedStoresToo() {
+        class QuittingAlerts : public Alerts {
+        public:
+            std::size_t ask(const Alert&, std::size_t safeAnswer) override {
+                window->applicationWillTerminate();
+                wasVisible = window->isVisible();
+                return safeAnswer;
+            }
+            PrefsWindow* window = nullptr;
+            bool wasVisible = true;
+        } alerts;
+        m_window =
+            std::make_unique<PrefsWindow>(Program{m_program->session(), m_program->driver(),
+                                                  m_program->desktop, alerts, m_program->commands});
+        alerts.window = m_window.get();
+        open();
+        days()->setValue(9);
+        button("Add", SourcesTab)->click();  // which has no path
+        m_window->accept();
+        QVERIFY(!alerts.wasVisible);
+        QVERIFY(!m_window->isVisible());
+        QCOMPARE(m_program->settings().integer("DaysToSearch"), 9);
+        QVERIFY(!m_program->driver().scanState()->isScanning);
+        m_window.reset();
+    }
+
 private:
     static SearchItem item(const std::string& name, bool isUserItem) {
         return {.Name = name,
