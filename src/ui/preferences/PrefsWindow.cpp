@@ -156,6 +156,8 @@ void PrefsWindow::beginEditing() {
     m_tabs->setFocus();
 }
 
+// The edits and all that shows them: what is hidden is still asked for its rows, by a change of the
+// style or a screen reader.
 void PrefsWindow::load() {
     m_edits.load();
     m_sources->load();
@@ -204,7 +206,6 @@ void PrefsWindow::reject() {
     if (!isEditing()) return;
     m_state = State::Ending;
     m_search->hotkey().takeBack();
-    m_edits.load();
     closeWindow();
 }
 
@@ -213,6 +214,7 @@ void PrefsWindow::closeWindow() {
                                      PropertyList::Data{.bytes = saveGeometry().toStdString()});
     hide();
     m_state = State::Closed;
+    load();
     m_program.driver.enableIndexing();
 }
 

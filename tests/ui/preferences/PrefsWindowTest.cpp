@@ -44,6 +44,7 @@ private Q_SLOTS:
         m_window->reject();
         QVERIFY(!m_window->isVisible());
         QCOMPARE(stored() == before, true);
+        QCOMPARE(sources()->model()->rowCount(), 3);  // a hidden list is asked for them, too
         open();  // and nothing of it is shown again
         select({QStringLiteral("mine")});
         QCOMPARE(field("Path or address of the source")->text(), QStringLiteral("/mine"));
