@@ -103,12 +103,16 @@ void PrefsWindow::placeFrame() {
 
 void PrefsWindow::showWindow(int tab) {
     m_tabs->setCurrentIndex(tab);
-    if (m_state == State::Closed) {
-        beginWaiting();
-    } else {
-        raise();
-        activateWindow();
-    }
+    if (m_state == State::Closed) return beginWaiting();
+    if (!m_isQuitting) bringUp();
+}
+
+// In front, whether it is hidden, behind others or an icon.
+void PrefsWindow::bringUp() {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
 }
 
 void PrefsWindow::setEditable(bool isEditable) {
@@ -121,9 +125,7 @@ void PrefsWindow::beginWaiting() {
     m_isQuitting = false;
     setEditable(false);
     load();
-    show();
-    raise();
-    activateWindow();
+    bringUp();
     tabChanged(m_tabs->currentIndex());  // a window that is shown looks for a default button
     m_program.driver.disableIndexing();
     m_waiting.start();

@@ -52,6 +52,7 @@ private:
     void placeFrame();
     void load();
     void setEditable(bool isEditable);
+    void bringUp();
     void beginWaiting();
     void look();
     void endWait();

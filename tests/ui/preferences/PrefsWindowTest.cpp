@@ -205,7 +205,9 @@ private Q_SLOTS:
         open(SearchTab);
         QTest::keyClick(m_window.get(), Qt::Key_Return);
         QVERIFY(m_window->isEditing());
+        m_window->hide();  // as the hot key does
         m_window->showWindow(GeneralTab);
+        QVERIFY(m_window->isVisible());
         QTest::keyClick(m_window.get(), Qt::Key_Return);
         QVERIFY(!m_window->isVisible());
     }
