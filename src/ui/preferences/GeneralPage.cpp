@@ -56,12 +56,10 @@ QWidget* GeneralPage::makeWindows() {
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {
         layout->addWidget(explanationBelow(q_("This desktop has no panel for icons.")));
     }
-    layout->addWidget(m_controls.checkBox(q_("Keep the mini search &above other windows"),
+    layout->addWidget(m_controls.checkBox(q_("Keep the search window &above other windows"),
                                           "SearchPaletteFloats"));
-    layout->addWidget(m_controls.checkBox(q_("&Hide the mini search while I use another program"),
+    layout->addWidget(m_controls.checkBox(q_("&Hide the search window while I use another program"),
                                           "SearchPaletteHides"));
-    layout->addWidget(m_controls.checkBox(q_("Show the mini search only in front of a &browser"),
-                                          "SearchPaletteOnlyInBrowser"));
     return group;
 }
 
