@@ -162,6 +162,8 @@ void PrefsWindow::beginEditing() {
 // style or a screen reader.
 void PrefsWindow::load() {
     m_edits.load();
+    // The entry is what counts, and the desktop may have switched it.
+    m_edits.set("LaunchAtLogin", LaunchAtLogin(m_program.session.paths()).isOn());
     m_sources->load();
     m_filters->load();
     m_search->load();
@@ -277,7 +279,7 @@ bool PrefsWindow::isFilteringWanted() {
 void PrefsWindow::applyLaunch() {
     const LaunchAtLogin entry(m_program.session.paths());
     const bool isWanted = m_edits.boolean("LaunchAtLogin");
-    if (!isWanted && !entry.isOn()) return;
+    if (isWanted == entry.isOn()) return;
     const Status status = entry.set(isWanted);
     if (status.isOk()) return;
     m_program.session.notifier().reportError(

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "app/DefaultURLFilters.h"
+#include "base/Files.h"
 #include "ui/desktop/LaunchAtLogin.h"
 #include "ui/support/UiProgram.h"
 #include "ui/support/UiTest.h"
@@ -45,7 +46,7 @@ private Q_SLOTS:
         QVERIFY(!m_window->isVisible());
         QCOMPARE(stored() == before, true);
         QCOMPARE(sources()->model()->rowCount(), 3);  // a hidden list is asked for them, too
-        open();  // and nothing of it is shown again
+        open();                                       // and nothing of it is shown again
         select({QStringLiteral("mine")});
         QCOMPARE(field("Path or address of the source")->text(), QStringLiteral("/mine"));
         m_window->reject();
@@ -219,6 +220,16 @@ private Q_SLOTS:
         m_window->applicationWillTerminate();
         QCOMPARE(m_program->alerts.asked.size(), 1U);
         QVERIFY(m_program->settings().boolean("LaunchAtLogin"));
+        QVERIFY(entry.isOn());
+        const std::string off = "[Desktop Entry]\nHidden=true\n";  // as the desktop does
+        QVERIFY(writeFileAtomically(entry.file(), off).isOk());
+        open(GeneralTab);
+        QVERIFY(!checkBox("Start Siftwell when I log in")->isChecked());
+        m_window->accept();
+        QCOMPARE(readFile(entry.file(), 100).value(), off);
+        open(GeneralTab);
+        checkBox("Start Siftwell when I log in")->click();
+        m_window->accept();
         QVERIFY(entry.isOn());
         m_window = std::make_unique<PrefsWindow>(m_program->program());
         open(GeneralTab);
