@@ -38,7 +38,7 @@ PrefsWindow::PrefsWindow(const Program& program, const GlobalHotKey* hotKey)
       m_sources(new SourcesPage(program, m_edits)),
       m_filters(new FiltersPage(program, m_edits)),
       m_search(new SearchPage(program, m_edits, hotKey)),
-      m_general(new GeneralPage(program, m_edits)),
+      m_general(new GeneralPage(program, m_edits, hotKey)),
       m_privacy(new PrivacyPage(program, m_edits)) {
     setWindowTitle(q_("Preferences"));
     setWindowFlags(Qt::Window);
