@@ -66,7 +66,6 @@ AppController::AppController(const Surroundings& surroundings)
                .emptyURLCache = [] {},  // there is none yet: no preview keeps responses
                .isRepeating = surroundings.isResident}),
       m_maintenance({.indexes = m_indexes,
-                     .retriever = m_retriever,
                      .cycle = m_cycle,
                      .preferences = m_session.preferences(),
                      .settings = m_session.settings(),
@@ -192,7 +191,11 @@ void AppController::enableIndexing() { m_indexes.enableIndexing(); }
 void AppController::disableIndexing() {
     m_indexes.disableIndexing();
     m_indexes.finishSearchAfterIdlePeriod(std::chrono::seconds(0));
-    m_cycle.waitForIndexingCompletion();
+    m_cycle.cancelDownloads();
+}
+
+bool AppController::hasIndexingCompleted(std::chrono::milliseconds waited) const {
+    return !m_maintenance.state().isRunning && m_cycle.hasIndexingCompleted(waited);
 }
 
 // ---- Scans

@@ -55,10 +55,12 @@ public:
     // then the process must end without destroying anything.
     bool applicationWillTerminate();
 
-    // Settings are edited between these two: the second one ends the current search and waits,
-    // serving the main loop, until no scan runs.
+    // Settings are edited between these two. The second one ends the current search and cancels the
+    // downloads, and returns at once; the third one tells, so long after that, whether no scan runs
+    // any more and no command is at work.
     void enableIndexing();
     void disableIndexing();
+    bool hasIndexingCompleted(std::chrono::milliseconds waited) const;
 
     // The windows of a program that has some; null when they go.
     void setWindows(ProgramWindows* windows) { m_windows = windows; }

@@ -18,7 +18,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTurn(100);
-constexpr milliseconds kWaitForDownloads(10'500);
 
 std::vector<Url> urlsIn(const std::vector<std::string>& texts) {
     std::vector<Url> urls;
@@ -188,12 +187,13 @@ void MaintenanceCommands::enterAlone() {
     m_isAlone = true;
     m_indexes.disableIndexing();
     m_indexes.finishSearchAfterIdlePeriod(std::chrono::seconds(0));
-    m_surroundings.retriever.cancelDownloadsForSource(std::nullopt, milliseconds(0));
+    m_surroundings.cycle.cancelDownloads();
 }
 
 void MaintenanceCommands::waitForScan(milliseconds waited, const std::function<void()>& command) {
     m_timer = 0;
-    if (isScanOver(waited) && m_surroundings.cycle.tryTakeScanLock()) {
+    ScanCycle& cycle = m_surroundings.cycle;
+    if (cycle.hasIndexingCompleted(waited) && cycle.tryTakeScanLock()) {
         m_isScanLocked = true;
         return command();
     }
@@ -204,10 +204,6 @@ void MaintenanceCommands::waitForScan(milliseconds waited, const std::function<v
     }
     m_timer = m_surroundings.mainLoop.startTimer(
         kTurn, [this, waited, command] { waitForScan(waited + kTurn, command); });
-}
-
-bool MaintenanceCommands::isScanOver(milliseconds waited) const {
-    return waited >= kWaitForDownloads || !m_surroundings.retriever.isAtWorkForSource(std::nullopt);
 }
 
 void MaintenanceCommands::work(Work task, const Then& then) {

@@ -26,7 +26,6 @@
 #include "base/RunLoop.h"
 #include "base/Settings.h"
 #include "index/IndexController.h"
-#include "retrieval/DocumentRetriever.h"
 
 namespace siftwell {
 
@@ -35,7 +34,6 @@ public:
     // Outlives the commands.
     struct Surroundings {
         IndexController& indexes;
-        DocumentRetriever& retriever;
         ScanCycle& cycle;
         PrefsController& preferences;
         Settings& settings;
@@ -76,7 +74,6 @@ private:
     Status begin(Access access, std::function<void()> command);
     Status beginWork(Access access, Work work);
     void waitForScan(std::chrono::milliseconds waited, const std::function<void()>& command);
-    bool isScanOver(std::chrono::milliseconds waited) const;
     void work(Work work, const Then& then);
     void clearThenEnd();
     void resetScanDates();

@@ -18,7 +18,6 @@ using std::chrono::seconds;
 
 constexpr seconds kUntilNextTry(10);
 constexpr milliseconds kWaitForDownloads(10'500);
-constexpr milliseconds kTurn(100);
 constexpr double kSecondsPerDay = 86'400;
 
 double inSeconds(milliseconds time) { return std::chrono::duration<double>(time).count(); }
@@ -198,18 +197,19 @@ void ScanCycle::releaseScanLock() {
     m_isScanLocked = false;
 }
 
-void ScanCycle::waitForIndexingCompletion() {
-    DocumentRetriever& retriever = m_surroundings.retriever;
-    retriever.cancelDownloadsForSource(std::nullopt, milliseconds(0));
-    m_mainLoop.turnUntil([&retriever] { return !retriever.isAtWorkForSource(std::nullopt); },
-                         kWaitForDownloads);
-    while (m_isScanLocked) m_mainLoop.turn(kTurn);
+void ScanCycle::cancelDownloads() {
+    m_surroundings.retriever.cancelDownloadsForSource(std::nullopt, milliseconds(0));
+}
+
+bool ScanCycle::hasIndexingCompleted(milliseconds waited) const {
+    if (m_isScanLocked) return false;
+    return waited >= kWaitForDownloads || !m_surroundings.retriever.isAtWorkForSource(std::nullopt);
 }
 
 bool ScanCycle::stop(milliseconds longest) {
     cancelTimer();
     m_scopeWaiting.reset();
-    m_surroundings.retriever.cancelDownloadsForSource(std::nullopt, milliseconds(0));
+    cancelDownloads();
     const bool isEnded = m_mainLoop.turnUntil([this] { return !m_isScanLocked; }, longest);
     if (!isEnded && m_thread.joinable()) m_thread.detach();
     cancelTimer();

@@ -73,8 +73,11 @@ public:
     // Nothing starts a scan while the lock is held; false while one runs.
     bool tryTakeScanLock();
     void releaseScanLock();
-    // Cancels all downloads and serves the main loop until no scan runs.
-    void waitForIndexingCompletion();
+    // Cancels all downloads, so that a scan that runs comes to its end.
+    void cancelDownloads();
+    // Whether that has happened, so long after it was wished for, and nobody holds the lock. What
+    // is still being fetched after ten seconds is not waited for.
+    bool hasIndexingCompleted(std::chrono::milliseconds waited) const;
     // For the end of the program, with indexing switched off: false when a scan does not end within
     // the time. Its threads are then left as they are, and the process must end without destroying
     // what they use.

@@ -176,6 +176,9 @@ TEST_F(AppControllerTest, DisablingIndexingEndsTheSearchThatTheScanWouldWaitFor)
     EXPECT_TRUE(controller.addToIndex({.url = Url::fromFilePath(m_home.file("many"))}).isOk());
     m_session->indexes().startSearch(std::nullopt, "page");  // holds the priority from now on
     controller.disableIndexing();
+    EXPECT_TRUE(m_loop->turnUntil(
+        [&] { return controller.hasIndexingCompleted(std::chrono::milliseconds(0)); },
+        std::chrono::seconds(20)));
     EXPECT_FALSE(controller.scanState()->isScanning);
     EXPECT_TRUE(m_session->indexes().currentSearch().isNone());
     controller.enableIndexing();

@@ -11,7 +11,6 @@ protected:
         if (m_commands == nullptr) {
             m_commands = std::make_unique<MaintenanceCommands>(
                 MaintenanceCommands::Surroundings{.indexes = store(),
-                                                  .retriever = retriever(),
                                                   .cycle = cycle(),
                                                   .preferences = m_preferences,
                                                   .settings = *m_settings,

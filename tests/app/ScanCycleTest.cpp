@@ -381,8 +381,10 @@ TEST_F(ScanCycleTest, OutcomesAreNotStoredOnceIndexingIsSwitchedOff) {
     beginScan();
     store().disableIndexing();
     m_mayEnd = true;
-    cycle().waitForIndexingCompletion();
-    EXPECT_FALSE(cycle().indexerRunning());
+    cycle().cancelDownloads();
+    EXPECT_FALSE(cycle().hasIndexingCompleted(std::chrono::hours(1)));  // the lock is held
+    waitForScan();
+    EXPECT_TRUE(cycle().hasIndexingCompleted(std::chrono::milliseconds(0)));
     EXPECT_EQ(stored("A")->LastScanDate, Date::distantPast());
     EXPECT_EQ(m_settings->date("LastIndexScanDate"), Date::distantPast());
     EXPECT_EQ(m_settings->date("LastExpirationScanDate"), Date::distantPast());

@@ -12,8 +12,14 @@ namespace siftwell {
 std::unique_ptr<HotKeyGrab> GlobalHotKey::grabOfDesktop(const HotKeyGrab::Handlers& handlers) {
     if (X11HotKeyGrab::isPossible()) return std::make_unique<X11HotKeyGrab>(handlers);
     const QDBusConnection bus = QDBusConnection::sessionBus();
-    if (PortalHotKeyGrab::isPossible(bus)) return std::make_unique<PortalHotKeyGrab>(bus, handlers);
+    if (bus.isConnected()) return std::make_unique<PortalHotKeyGrab>(bus, handlers);
     return nullptr;
+}
+
+Status noHotKeysHere() {
+    return {StatusCode::NotFound,
+            _("This desktop lets no program have a key of its own. Give one to the command "
+              "\"siftwell toggle\" in the settings of the desktop.")};
 }
 
 GlobalHotKey::GlobalHotKey(Settings& settings, NotificationCentre& centre,
@@ -42,9 +48,7 @@ void GlobalHotKey::applyPreferences() {
     } else if (m_grab != nullptr) {
         m_grab->grab(wanted);
     } else {
-        grabbed({StatusCode::NotFound,
-                 _("This desktop lets no program have a key of its own. Give one to the command "
-                   "\"siftwell toggle\" in the settings of the desktop.")});
+        grabbed(noHotKeysHere());
     }
 }
 

@@ -26,4 +26,7 @@ public:
     virtual void release() = 0;
 };
 
+// Of a desktop that has no way to it.
+Status noHotKeysHere();
+
 }  // namespace siftwell

@@ -1,6 +1,8 @@
 #include "ui/desktop/LaunchAtLogin.h"
 
 #include <filesystem>
+#include <sstream>
+#include <string>
 #include <system_error>
 
 #include "base/Files.h"
@@ -20,6 +22,16 @@ std::string entry() {
            "Icon=siftwell\n"
            "Terminal=false\n"
            "X-GNOME-Autostart-enabled=true\n";
+}
+
+// Desktops leave the file where it is and switch it off in there.
+bool isSwitchedOff(const std::string& entry) {
+    std::istringstream lines(entry);
+    for (std::string line; std::getline(lines, line);) {
+        std::erase_if(line, [](char each) { return each == ' ' || each == '\t' || each == '\r'; });
+        if (line == "Hidden=true" || line == "X-GNOME-Autostart-enabled=false") return true;
+    }
+    return false;
 }
 
 }  // namespace
@@ -46,7 +58,11 @@ std::string quotedForExec(const std::string& argument) {
 LaunchAtLogin::LaunchAtLogin(const Paths& paths)
     : m_file(folderOf(folderOf(paths.settingsFile)) + "/autostart/siftwell.desktop") {}
 
-bool LaunchAtLogin::isOn() const { return fileInfo(m_file).has_value(); }
+bool LaunchAtLogin::isOn() const {
+    constexpr std::size_t kLongest = 65'536;
+    const auto text = readFile(m_file, kLongest);
+    return text && !isSwitchedOff(*text);
+}
 
 Status LaunchAtLogin::set(bool isOn) const {
     if (isOn) {

@@ -14,6 +14,7 @@ class LaunchAtLogin {
 public:
     explicit LaunchAtLogin(const Paths& paths);
 
+    // Whether there is an entry that the desktop has not switched off.
     bool isOn() const;
     // Writes the entry for this program, or takes it away.
     Status set(bool isOn) const;

@@ -46,7 +46,6 @@ const QString kShortcuts = QStringLiteral("org.freedesktop.portal.GlobalShortcut
 const QString kRequest = QStringLiteral("org.freedesktop.portal.Request");
 const QString kSession = QStringLiteral("org.freedesktop.portal.Session");
 const QString kName = QStringLiteral("show-search");
-constexpr int kPatience = 1000;  // milliseconds
 
 // Under which the bus knows the program, as a part of a path.
 QString senderIn(const QDBusConnection& bus) {
@@ -54,14 +53,6 @@ QString senderIn(const QDBusConnection& bus) {
 }
 
 }  // namespace
-
-bool PortalHotKeyGrab::isPossible(const QDBusConnection& bus) {
-    if (!bus.isConnected()) return false;
-    QDBusMessage question = QDBusMessage::createMethodCall(
-        kService, kPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    question << kShortcuts << QStringLiteral("version");
-    return bus.call(question, QDBus::Block, kPatience).type() == QDBusMessage::ReplyMessage;
-}
 
 PortalHotKeyGrab::PortalHotKeyGrab(const QDBusConnection& bus, Handlers handlers)
     : m_bus(bus), m_handlers(std::move(handlers)) {
@@ -102,8 +93,7 @@ void PortalHotKeyGrab::call(const QString& method, const QVariantList& arguments
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, request = m_request](auto* ended) {
                 const QDBusPendingReply<QDBusObjectPath> reply = *ended;
-                if (reply.isError() && request == m_request)
-                    fail(reply.error().message().toStdString());
+                if (reply.isError() && request == m_request) fail(reply.error());
                 ended->deleteLater();
             });
 }
@@ -142,6 +132,20 @@ void PortalHotKeyGrab::shortcutsAnswered(uint response, const QVariantMap&) {
     m_request.clear();
     if (response != 0) return fail(_("It was refused."));
     m_handlers.grabbed({});
+}
+
+// A desktop without a portal, or with one that knows no keys, has refused nothing.
+void PortalHotKeyGrab::fail(const QDBusError& error) {
+    switch (error.type()) {
+        case QDBusError::ServiceUnknown:
+        case QDBusError::UnknownObject:
+        case QDBusError::UnknownInterface:
+        case QDBusError::UnknownMethod:
+            release();
+            return m_handlers.grabbed(noHotKeysHere());
+        default:
+            return fail(error.message().toStdString());
+    }
 }
 
 void PortalHotKeyGrab::fail(const std::string& reason) {

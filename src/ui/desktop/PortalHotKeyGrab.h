@@ -6,6 +6,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QObject>
 #include <QVariantMap>
@@ -18,9 +19,6 @@ class PortalHotKeyGrab : public QObject, public HotKeyGrab {
     Q_OBJECT
 
 public:
-    // Whether the desktop has such a portal; asks the bus, which may wait up to a second.
-    static bool isPossible(const QDBusConnection& bus);
-
     PortalHotKeyGrab(const QDBusConnection& bus, Handlers handlers);
     ~PortalHotKeyGrab() override;
 
@@ -38,6 +36,7 @@ private:
     void call(const QString& method, const QVariantList& arguments);
     void createSession();
     void bindShortcut();
+    void fail(const QDBusError& error);
     void fail(const std::string& reason);
 
     QDBusConnection m_bus;

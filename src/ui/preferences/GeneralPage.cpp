@@ -18,8 +18,8 @@ constexpr int kMostDownloads = 16;
 
 }  // namespace
 
-GeneralPage::GeneralPage(const Program& program, PrefsEdits& edits)
-    : m_program(program), m_controls(edits) {
+GeneralPage::GeneralPage(const Program& program, PrefsEdits& edits, const GlobalHotKey* hotKey)
+    : m_program(program), m_controls(edits), m_hotKey(hotKey) {
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(makeIndexing());
     layout->addWidget(makeWindows());
@@ -53,16 +53,26 @@ QWidget* GeneralPage::makeWindows() {
                                           "ShowWindowOnActivate"));
     auto* icon = m_controls.checkBox(q_("Show an &icon in the panel"), "ShowIconInDock");
     layout->addWidget(icon);
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        layout->addWidget(explanationBelow(q_("This desktop has no panel for icons.")));
-    }
-    layout->addWidget(m_controls.checkBox(q_("Keep the mini search &above other windows"),
+    layout->addWidget(makeIconNote());
+    layout->addWidget(m_controls.checkBox(q_("Keep the search window &above other windows"),
                                           "SearchPaletteFloats"));
-    layout->addWidget(m_controls.checkBox(q_("&Hide the mini search while I use another program"),
+    layout->addWidget(m_controls.checkBox(q_("&Hide the search window while I use another program"),
                                           "SearchPaletteHides"));
-    layout->addWidget(m_controls.checkBox(q_("Show the mini search only in front of a &browser"),
-                                          "SearchPaletteOnlyInBrowser"));
     return group;
+}
+
+// Why the box for the icon has no effect, where it has none.
+QWidget* GeneralPage::makeIconNote() {
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        return explanationBelow(q_("This desktop has no panel for icons."));
+    }
+    auto* note = explanationBelow(q_("The icon is always there while no hot key works."));
+    if (m_hotKey == nullptr || m_hotKey->isActive()) note->hide();
+    if (m_hotKey != nullptr) {
+        connect(m_hotKey, &GlobalHotKey::changed, note,
+                [this, note] { note->setVisible(!m_hotKey->isActive()); });
+    }
+    return note;
 }
 
 QWidget* GeneralPage::makeUpdates() {

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include "ui/Program.h"
+#include "ui/desktop/GlobalHotKey.h"
 #include "ui/preferences/SettingControls.h"
 
 namespace siftwell {
@@ -14,17 +15,20 @@ class GeneralPage : public QWidget {
     Q_OBJECT
 
 public:
-    GeneralPage(const Program& program, PrefsEdits& edits);
+    // `hotKey` outlives the page; null where nothing can be said of it.
+    GeneralPage(const Program& program, PrefsEdits& edits, const GlobalHotKey* hotKey);
 
     void load() { m_controls.load(); }
 
 private:
     QWidget* makeIndexing();
     QWidget* makeWindows();
+    QWidget* makeIconNote();
     QWidget* makeUpdates();
 
     const Program m_program;
     SettingControls m_controls;
+    const GlobalHotKey* const m_hotKey;
 };
 
 }  // namespace siftwell

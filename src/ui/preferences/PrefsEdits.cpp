@@ -139,7 +139,7 @@ PrefsEdits::Changes PrefsEdits::confirm() {
     }
     static_cast<void>(m_session.preferences().takeFiltersChanged());
     m_areFiltersUnchecked = false;
-    load();
+    m_values.clear();
     return changes;
 }
 

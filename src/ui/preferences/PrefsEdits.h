@@ -58,7 +58,7 @@ public:
     // Whether the filters keep pages out that they did not keep out before.
     bool hasNewFilters() const;
 
-    // Stores what was changed, and tells of it.
+    // Stores what was changed, and tells of it. What is shown is to be loaded anew then.
     Changes confirm();
 
 private:

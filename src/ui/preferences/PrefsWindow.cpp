@@ -1,8 +1,6 @@
 #include "ui/preferences/PrefsWindow.h"
 
 #include <QDialogButtonBox>
-#include <QLabel>
-#include <QProgressBar>
 #include <QScreen>
 #include <QScrollArea>
 #include <QShortcut>
@@ -18,6 +16,7 @@ namespace {
 
 constexpr const char* kFrame = "WindowFrame Preferences";
 constexpr QSize kLeast(520, 660);
+constexpr int kBetweenLooks = 100;  // milliseconds
 
 // What does not fit a small screen, or large letters, can be scrolled to.
 QScrollArea* scrolled(QWidget* page) {
@@ -30,23 +29,6 @@ QScrollArea* scrolled(QWidget* page) {
     return area;
 }
 
-// Covers the window while nothing can be done with it.
-class WaitSheet : public QDialog {
-public:
-    explicit WaitSheet(QWidget* parent) : QDialog(parent, Qt::Dialog | Qt::CustomizeWindowHint) {
-        setWindowModality(Qt::WindowModal);
-        auto* bar = new QProgressBar;
-        bar->setRange(0, 0);
-        bar->setAccessibleName(q_("Waiting for the scan to end…"));
-        auto* layout = new QVBoxLayout(this);
-        layout->addWidget(new QLabel(q_("Waiting for the scan to end…")));
-        layout->addWidget(bar);
-    }
-
-protected:
-    void reject() override {}  // the wait cannot be given up
-};
-
 }  // namespace
 
 PrefsWindow::PrefsWindow(const Program& program, const GlobalHotKey* hotKey)
@@ -56,19 +38,24 @@ PrefsWindow::PrefsWindow(const Program& program, const GlobalHotKey* hotKey)
       m_sources(new SourcesPage(program, m_edits)),
       m_filters(new FiltersPage(program, m_edits)),
       m_search(new SearchPage(program, m_edits, hotKey)),
-      m_general(new GeneralPage(program, m_edits)),
+      m_general(new GeneralPage(program, m_edits, hotKey)),
       m_privacy(new PrivacyPage(program, m_edits)) {
     setWindowTitle(q_("Preferences"));
     setWindowFlags(Qt::Window);
     layOut();
     placeFrame();
+    m_looks.setSingleShot(true);
+    m_looks.setInterval(kBetweenLooks);
+    connect(&m_looks, &QTimer::timeout, this, [this] { look(); });
     connect(m_tabs, &QTabWidget::currentChanged, this, [this](int tab) { tabChanged(tab); });
 }
 
 PrefsWindow::~PrefsWindow() {
-    if (!isEditing()) return;
-    m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);
-    commitSettings(false);
+    if (m_state == State::Closed) return;
+    if (isEditing()) {
+        m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);
+        commitSettings(false);
+    }
     m_program.driver.enableIndexing();
 }
 
@@ -116,34 +103,67 @@ void PrefsWindow::placeFrame() {
 
 void PrefsWindow::showWindow(int tab) {
     m_tabs->setCurrentIndex(tab);
-    if (m_state == State::Closed) {
-        m_state = State::Waiting;
-        m_tabs->setEnabled(false);
-        m_confirm->setEnabled(false);
-        load();
-        show();
-        tabChanged(tab);  // a window that is shown looks for a default button
-        waitForScan();
-        m_state = State::Editing;
-        if (m_isQuitting) return reject();
-        load();
-        m_tabs->setEnabled(true);
-        m_confirm->setEnabled(true);
-        m_tabs->setFocus();
-    }
+    if (m_state == State::Closed) return beginWaiting();
+    if (!m_isQuitting) bringUp();
+}
+
+// In front, whether it is hidden, behind others or an icon.
+void PrefsWindow::bringUp() {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
     raise();
     activateWindow();
 }
 
-void PrefsWindow::waitForScan() {
-    WaitSheet sheet(this);
-    const auto scan = m_program.driver.scanState();
-    if (scan && scan->isScanning) sheet.show();
-    m_program.driver.disableIndexing();
+void PrefsWindow::setEditable(bool isEditable) {
+    m_tabs->setEnabled(isEditable);
+    m_confirm->setEnabled(isEditable);
 }
 
+void PrefsWindow::beginWaiting() {
+    m_state = State::Waiting;
+    m_isQuitting = false;
+    setEditable(false);
+    load();
+    bringUp();
+    tabChanged(m_tabs->currentIndex());  // a window that is shown looks for a default button
+    m_program.driver.disableIndexing();
+    m_waiting.start();
+    look();
+}
+
+void PrefsWindow::look() {
+    const std::chrono::milliseconds waited(m_waiting.elapsed());
+    if (m_program.driver.hasIndexingCompleted(waited)) return beginEditing();
+    m_looks.start();
+    if (m_sheet != nullptr) return m_sheet->showState(waited);
+    m_sheet = new WaitSheet(m_program.driver, this);
+    connect(m_sheet, &QDialog::rejected, this, [this] { reject(); });
+    m_sheet->showState(waited);
+    m_sheet->show();
+}
+
+void PrefsWindow::endWait() {
+    m_looks.stop();
+    if (m_sheet == nullptr) return;
+    m_sheet->hide();
+    std::exchange(m_sheet, nullptr)->deleteLater();
+}
+
+void PrefsWindow::beginEditing() {
+    endWait();
+    m_state = State::Editing;
+    load();
+    setEditable(true);
+    m_tabs->setFocus();
+}
+
+// The edits and all that shows them: what is hidden is still asked for its rows, by a change of the
+// style or a screen reader.
 void PrefsWindow::load() {
     m_edits.load();
+    // The entry is what counts, and the desktop may have switched it.
+    m_edits.set("LaunchAtLogin", LaunchAtLogin(m_program.session.paths()).isOn());
     m_sources->load();
     m_filters->load();
     m_search->load();
@@ -159,13 +179,13 @@ void PrefsWindow::tabChanged(int tab) { m_confirm->setDefault(tab != SearchTab);
 void PrefsWindow::accept() {
     if (!isEditing()) return;
     m_state = State::Ending;
-    if (!mayConfirm()) {
+    if (!mayConfirm() && !m_isQuitting) {
         m_state = State::Editing;
         return;
     }
     const PrefsEdits::Changes changes = commitSettings(true);
     closeWindow();
-    if (!changes.concernsScans) return;
+    if (!changes.concernsScans || m_isQuitting) return;
     if (!m_program.driver.startScan(Driver::ScanScope::Everything).isOk()) {
         static_cast<void>(m_program.driver.startScan(Driver::ScanScope::LocalSources));
     }
@@ -183,10 +203,13 @@ bool PrefsWindow::mayConfirm() {
 }
 
 void PrefsWindow::reject() {
+    if (m_state == State::Waiting) {
+        endWait();
+        return closeWindow();
+    }
     if (!isEditing()) return;
     m_state = State::Ending;
     m_search->hotkey().takeBack();
-    m_edits.load();
     closeWindow();
 }
 
@@ -195,11 +218,16 @@ void PrefsWindow::closeWindow() {
                                      PropertyList::Data{.bytes = saveGeometry().toStdString()});
     hide();
     m_state = State::Closed;
+    load();
     m_program.driver.enableIndexing();
 }
 
 void PrefsWindow::applicationWillTerminate() {
-    m_isQuitting = true;
+    if (m_state == State::Waiting) return reject();
+    if (m_state == State::Ending) {
+        m_isQuitting = true;  // whoever asks the question goes on to store
+        hide();
+    }
     if (!isEditing()) return;
     m_state = State::Ending;
     m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);
@@ -211,7 +239,7 @@ void PrefsWindow::applicationWillTerminate() {
 
 PrefsEdits::Changes PrefsWindow::commitSettings(bool isAsking) {
     if (isAsking) askAboutLaunch();
-    const bool isFiltering = isAsking && isFilteringWanted();
+    const bool isFiltering = isAsking && !m_isQuitting && isFilteringWanted();
     const PrefsEdits::Changes changes = m_edits.confirm();
     applyLaunch();
     if (isFiltering) {
@@ -251,7 +279,7 @@ bool PrefsWindow::isFilteringWanted() {
 void PrefsWindow::applyLaunch() {
     const LaunchAtLogin entry(m_program.session.paths());
     const bool isWanted = m_edits.boolean("LaunchAtLogin");
-    if (!isWanted && !entry.isOn()) return;
+    if (isWanted == entry.isOn()) return;
     const Status status = entry.set(isWanted);
     if (status.isOk()) return;
     m_program.session.notifier().reportError(

@@ -1,12 +1,14 @@
 // PrefsWindow: the preferences. Indexing is off while they are open, so that no scan writes into
 // what is edited; nothing counts until it is confirmed, and then all of it.
 //
-// Threads: main; opening serves the main loop while a scan comes to its end.
+// Threads: main.
 #pragma once
 
 #include <QDialog>
+#include <QElapsedTimer>
 #include <QPushButton>
 #include <QTabWidget>
+#include <QTimer>
 
 #include "ui/Program.h"
 #include "ui/desktop/GlobalHotKey.h"
@@ -16,6 +18,7 @@
 #include "ui/preferences/PrivacyPage.h"
 #include "ui/preferences/SearchPage.h"
 #include "ui/preferences/SourcesPage.h"
+#include "ui/preferences/WaitSheet.h"
 
 namespace siftwell {
 
@@ -28,17 +31,19 @@ public:
     // Stores what was edited, without questions.
     ~PrefsWindow() override;
 
-    // Opens the window, or brings it to the front, on the tab (see PrefsTab).
+    // Opens the window, or brings it to the front, on the tab (see PrefsTab). While a scan runs, or
+    // a command, a sheet waits for its end; only then can be edited.
     void showWindow(int tab);
     bool isEditing() const { return m_state == State::Editing; }
     HotkeyField& hotkey() { return m_search->hotkey(); }
     QWidget* tabPage(int tab) { return m_tabs->widget(tab); }
 
-    // The program is about to end: stores what was edited, after the questions.
+    // The program is about to end: stores what was edited, after the questions. The window is
+    // hidden in any case and does not stand in the way.
     void applicationWillTerminate();
 
     void accept() override;  // confirms
-    void reject() override;  // cancels
+    void reject() override;  // cancels, the wait too
 
 private:
     enum class State { Closed, Waiting, Editing, Ending };
@@ -46,7 +51,12 @@ private:
     void layOut();
     void placeFrame();
     void load();
-    void waitForScan();
+    void setEditable(bool isEditable);
+    void bringUp();
+    void beginWaiting();
+    void look();
+    void endWait();
+    void beginEditing();
     void tabChanged(int tab);
     bool mayConfirm();
     PrefsEdits::Changes commitSettings(bool isAsking);
@@ -58,7 +68,10 @@ private:
     const Program m_program;
     PrefsEdits m_edits;
     State m_state = State::Closed;
-    bool m_isQuitting = false;
+    bool m_isQuitting = false;  // since the program ends while a question is asked
+    QTimer m_looks;
+    QElapsedTimer m_waiting;
+    WaitSheet* m_sheet = nullptr;  // while there is something to wait for
     QTabWidget* m_tabs;
     SourcesPage* m_sources;
     FiltersPage* m_filters;

@@ -75,6 +75,10 @@ void DesktopTest::theEntryAtLoginIsWrittenForThisProgramAndRemoved() {
     const std::string text = home.read("config/autostart/siftwell.desktop");
     QVERIFY(text.starts_with("[Desktop Entry]\n"));
     QVERIFY(text.find("\nExec=\"" + programFolder() + "/siftwell-gui\"\n") != std::string::npos);
+    home.write("config/autostart/siftwell.desktop", text + "Hidden = true\n");
+    QVERIFY(!entry.isOn());  // the desktop has switched it off
+    QVERIFY(entry.set(true).isOk());
+    QVERIFY(entry.isOn());
     QVERIFY(entry.set(false).isOk());
     QVERIFY(!entry.isOn());
     QVERIFY(entry.set(false).isOk());

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "app/DefaultURLFilters.h"
+#include "base/Files.h"
 #include "ui/desktop/LaunchAtLogin.h"
 #include "ui/support/UiProgram.h"
 #include "ui/support/UiTest.h"
@@ -44,7 +45,8 @@ private Q_SLOTS:
         m_window->reject();
         QVERIFY(!m_window->isVisible());
         QCOMPARE(stored() == before, true);
-        open();  // and nothing of it is shown again
+        QCOMPARE(sources()->model()->rowCount(), 3);  // a hidden list is asked for them, too
+        open();                                       // and nothing of it is shown again
         select({QStringLiteral("mine")});
         QCOMPARE(field("Path or address of the source")->text(), QStringLiteral("/mine"));
         m_window->reject();
@@ -98,26 +100,47 @@ private Q_SLOTS:
     }
 
     void openingWaitsForTheScanThatRuns() {
-        auto& driver = m_program->driver();
-        QVERIFY(driver.setSearchItemValue("mine", "Index", true).isOk());
-        QVERIFY(driver.startScan(Driver::ScanScope::LocalSources).isOk());
-        const QDeadlineTimer patience(5000);
-        while (!isScanned("mine") && !patience.hasExpired()) std::this_thread::yield();
-        QVERIFY(isScanned("mine"));  // and will be until the main loop has its turns
-        bool hasWaited = false;
-        m_program->session().mainLoop().post([&] {
-            hasWaited = !m_window->isEditing() && driver.scanState()->isScanning;
-            m_window->showWindow(FiltersTab);  // asked for again
-            m_window->reject();                // and no way out yet
-        });
+        beginScan();
         open();
-        QVERIFY(hasWaited);
-        QVERIFY(m_window->isEditing());
+        open(FiltersTab);  // asked for again
+        m_window->accept();
+        QVERIFY(m_window->isVisible());
+        QVERIFY(!m_window->isEditing());
+        QCOMPARE(sheet()->text(), QStringLiteral("Waiting for the scan to end…"));
+        sheet()->showState(std::chrono::minutes(2));
+        QVERIFY(sheet()->text().contains(QStringLiteral("unusually long")));
+        QTRY_VERIFY(m_window->isEditing());
         QVERIFY(!m_program->driver().scanState()->isScanning);
         // A scan that somebody asks for finds the way barred, and leaves the list alone.
         QVERIFY(m_program->driver().startScan(Driver::ScanScope::LocalSources).isOk());
         QTRY_VERIFY(!m_program->driver().scanState()->isScanning);
         m_window->reject();
+    }
+
+    void openingWaitsForACommandToo() {
+        QVERIFY(m_program->driver().compactIndex().isOk());
+        open();
+        QCOMPARE(sheet()->text(),
+                 QStringLiteral("Waiting until the work on the index has finished…"));
+        QTRY_VERIFY(m_window->isEditing());
+        QVERIFY(!m_program->driver().maintenanceState()->isRunning);
+        m_window->reject();
+    }
+
+    void theWaitCanBeGivenUpAndEndsWithTheProgram() {
+        for (const bool isQuitting : {false, true}) {
+            beginScan();
+            open();
+            if (isQuitting) {
+                m_window->applicationWillTerminate();
+            } else {
+                sheet()->reject();
+            }
+            QVERIFY(!m_window->isVisible());
+            QVERIFY(m_program->session().indexes().indexingEnabled());
+            QTRY_VERIFY(!m_program->driver().scanState()->isScanning);
+            QVERIFY(!m_window->isEditing());
+        }
     }
 
     void newFiltersAreAskedAboutAndOtherChangesAreNot() {
@@ -183,7 +206,9 @@ private Q_SLOTS:
         open(SearchTab);
         QTest::keyClick(m_window.get(), Qt::Key_Return);
         QVERIFY(m_window->isEditing());
+        m_window->hide();  // as the hot key does
         m_window->showWindow(GeneralTab);
+        QVERIFY(m_window->isVisible());
         QTest::keyClick(m_window.get(), Qt::Key_Return);
         QVERIFY(!m_window->isVisible());
     }
@@ -196,6 +221,16 @@ private Q_SLOTS:
         QCOMPARE(m_program->alerts.asked.size(), 1U);
         QVERIFY(m_program->settings().boolean("LaunchAtLogin"));
         QVERIFY(entry.isOn());
+        const std::string off = "[Desktop Entry]\nHidden=true\n";  // as the desktop does
+        QVERIFY(writeFileAtomically(entry.file(), off).isOk());
+        open(GeneralTab);
+        QVERIFY(!checkBox("Start Siftwell when I log in")->isChecked());
+        m_window->accept();
+        QCOMPARE(readFile(entry.file(), 100).value(), off);
+        open(GeneralTab);
+        checkBox("Start Siftwell when I log in")->click();
+        m_window->accept();
+        QVERIFY(entry.isOn());
         m_window = std::make_unique<PrefsWindow>(m_program->program());
         open(GeneralTab);
         checkBox("Start Siftwell when I log in")->click();
@@ -204,6 +239,32 @@ private Q_SLOTS:
         QVERIFY(!entry.isOn());
         QCOMPARE(m_program->settings().integer("DaysToSearch"), 9);
         QCOMPARE(m_program->alerts.asked.size(), 1U);
+    }
+
+    void quittingWhileAQuestionIsAskedStoresToo() {
+        class QuittingAlerts : public Alerts {
+        public:
+            std::size_t ask(const Alert&, std::size_t safeAnswer) override {
+                window->applicationWillTerminate();
+                wasVisible = window->isVisible();
+                return safeAnswer;
+            }
+            PrefsWindow* window = nullptr;
+            bool wasVisible = true;
+        } alerts;
+        m_window =
+            std::make_unique<PrefsWindow>(Program{m_program->session(), m_program->driver(),
+                                                  m_program->desktop, alerts, m_program->commands});
+        alerts.window = m_window.get();
+        open();
+        days()->setValue(9);
+        button("Add", SourcesTab)->click();  // which has no path
+        m_window->accept();
+        QVERIFY(!alerts.wasVisible);
+        QVERIFY(!m_window->isVisible());
+        QCOMPARE(m_program->settings().integer("DaysToSearch"), 9);
+        QVERIFY(!m_program->driver().scanState()->isScanning);
+        m_window.reset();
     }
 
 private:
@@ -227,6 +288,21 @@ private:
             values.push_back(m_program->settings().userValue(key));
         }
         return values;
+    }
+
+    // The scan is under way until the main loop has its turns.
+    void beginScan() {
+        auto& driver = m_program->driver();
+        QVERIFY(driver.setSearchItemValue("mine", "Index", true).isOk());
+        QVERIFY(driver.startScan(Driver::ScanScope::LocalSources).isOk());
+        const QDeadlineTimer patience(5000);
+        while (!isScanned("mine") && !patience.hasExpired()) std::this_thread::yield();
+        QVERIFY(isScanned("mine"));
+    }
+
+    WaitSheet* sheet() {
+        const auto sheets = m_window->findChildren<WaitSheet*>();
+        return sheets.isEmpty() ? nullptr : sheets.back();
     }
 
     bool isScanned(const std::string& name) {
