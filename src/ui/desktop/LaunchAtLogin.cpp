@@ -17,7 +17,7 @@ std::string entry() {
            "Type=Application\n"
            "Name=Siftwell\n"
            "Exec=" +
-           quotedForExec(programFolder() + "/siftwell-gui") +
+           quotedForExec(programFolder() + "/siftwell-gui") + " --background" +
            "\n"
            "Icon=siftwell\n"
            "Terminal=false\n"
