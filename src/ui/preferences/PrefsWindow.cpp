@@ -111,6 +111,7 @@ void PrefsWindow::showWindow(int tab) {
 void PrefsWindow::bringUp() {
     setWindowState(windowState() & ~Qt::WindowMinimized);
     show();
+    tabChanged(m_tabs->currentIndex());  // a window that is shown looks for a default button
     raise();
     activateWindow();
 }
@@ -126,7 +127,6 @@ void PrefsWindow::beginWaiting() {
     setEditable(false);
     load();
     bringUp();
-    tabChanged(m_tabs->currentIndex());  // a window that is shown looks for a default button
     m_program.driver.disableIndexing();
     m_waiting.start();
     look();
