@@ -145,7 +145,7 @@ void WebPreviewPaneTest::filesOfThisComputerAskNobodyForPictures() {
     const std::string page = "<img src='" + m_site->address("/wide.png") + "'>";
     m_program->home().write("local.html", page);
     ResultRow archive = saved({m_site->address("/page"), "text/html", page});
-    archive.url = Url::fromFilePath(archive.cachePath.value()).absoluteString();
+    archive.url = Url::fromFilePath(archive.cachePath).absoluteString();
     ResultRow local;
     local.url = Url::fromFilePath(m_program->home().file("local.html")).absoluteString();
     for (const ResultRow& row : {archive, local}) {

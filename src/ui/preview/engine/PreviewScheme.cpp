@@ -9,7 +9,7 @@ namespace siftwell {
 
 namespace {
 
-constexpr QLatin1String kPart("part");  // a number alone would be taken for an address of four
+constexpr QLatin1String kPart("part");  // a number alone would be read as one of a network address
 
 }  // namespace
 
