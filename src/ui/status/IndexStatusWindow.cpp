@@ -9,7 +9,6 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 #include <algorithm>
-#include <iterator>
 
 #include "base/Translate.h"
 #include "ui/Text.h"
