@@ -21,7 +21,7 @@ xcb_atom_t atomOf(xcb_connection_t& server, std::string_view name) {
         xcb_intern_atom(&server, 0, static_cast<std::uint16_t>(name.size()), name.data());
     const std::unique_ptr<xcb_intern_atom_reply_t, Free> reply(
         xcb_intern_atom_reply(&server, asked, nullptr));
-    return reply == nullptr ? XCB_ATOM_NONE : reply->atom;
+    return reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
 }
 
 }  // namespace

@@ -70,11 +70,13 @@ public:
         std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
     }
 
-    // Kept only where pictures are wanted: in the folder that the environment names.
+    // Of the window in front. Kept only where pictures are wanted: in the folder that the
+    // environment names.
     void keepPicture(const std::string& name) const {
         const char* folder = std::getenv("SIFTWELL_PICTURES");
         if (folder == nullptr) return;
-        run("import -window root '" + std::string(folder) + "/" + name + ".png'");
+        run("import -window $(DISPLAY=" + m_name + " xdotool getactivewindow) '" +
+            std::string(folder) + "/" + name + ".png'");
     }
 
 private:

@@ -100,7 +100,7 @@ TEST_F(ScreenTest, FromTheFirstStartToTheEnd) {
     screen().keepPicture("results");
     screen().press("Down");
     screen().rest(2500);  // the preview waits for a second
-    screen().keepPicture("preview");
+    screen().keepPicture("search");
     screen().press("Return");
     waitUntil([&] { return !m_home.read("opened").empty(); });
     EXPECT_THAT(m_home.read("opened"), HasSubstr("grinding-coffee.html"));
@@ -125,6 +125,16 @@ TEST_F(ScreenTest, FromTheFirstStartToTheEnd) {
     screen().press("ctrl+w");
     waitUntil([&] { return setting("IndexListVisible")["value"] == "No"; });
 
+    screen().press("ctrl+m");
+    screen().waitForWindow("Siftwell");
+    screen().type("coffee");
+    waitUntil([&] { return recentSearch() == "coffee"; });
+    screen().waitForQuiet();
+    screen().keepPicture("mini-search");
+    screen().press("Escape");
+
+    EXPECT_EQ(siftwell({}).status, 0);
+    screen().waitForWindow("Siftwell");
     screen().press("ctrl+q");
     waitForEnd();
 }
@@ -170,11 +180,13 @@ TEST_F(ScreenTest, WindowsComeBackAsTheyWereAtTheEnd) {
 }
 
 TEST_F(ScreenTest, ACommandWithWordsStartsTheProgramWithThem) {
-    EXPECT_EQ(siftwell({"defaults", "write", "FirstRunExplanationShown", "yes"}).status, 0);
+    ASSERT_TRUE(setSetting("FirstRunExplanationShown", true));
+    page("moss.html", "Moss", "moss wants shade");
+    EXPECT_EQ(add({"moss.html"}).status, 0);
     m_program =
-        start({"toggle", "--search", "filters"}, m_home.file("gui.out"), m_home.file("gui.err"));
+        start({"toggle", "--search", "moss"}, m_home.file("gui.out"), m_home.file("gui.err"));
     screen().waitForWindow("Siftwell");
-    waitUntil([&] { return recentSearch() == "filters"; });
+    waitUntil([&] { return recentSearch() == "moss"; });
     EXPECT_EQ(siftwell({"quit"}).status, 0);
     waitForEnd();
 }

@@ -59,7 +59,7 @@ void ResultModelTest::textsThatBeginAlikeAreSortedAsTheyAreCompared() {
         texts.push_back(site + std::string(static_cast<std::size_t>(i % 7) * 9, 'x') +
                         std::to_string(i * 37 % 50));
     }
-    texts.push_back(std::string(4999, 's') + "r");
+    texts.emplace_back(4999, 's').append("r");
     std::vector<FoundRow> all;
     for (const std::string& text : texts) all.push_back(row(1, text));
     for (const auto order : {Qt::AscendingOrder, Qt::DescendingOrder}) {
