@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QDropEvent>
 #include <QMenuBar>
-#include <QTimer>
 #include <algorithm>
 #include <utility>
 
@@ -110,14 +109,20 @@ bool WindowSet::eventFilter(QObject* watched, QEvent* event) {
     if (targets.isEmpty()) return false;
     drop.acceptProposedAction();
     // Whoever drags waits until the drop is over.
-    if (isDrop) QTimer::singleShot(0, this, [this, targets] { addToIndex(targets); });
+    if (isDrop) {
+        m_program.session.mainLoop().post([life = QPointer<WindowSet>(this), targets] {
+            if (life != nullptr) life->addToIndex(targets);
+        });
+    }
     return true;
 }
 
 // When the window manager knows it.
 void WindowSet::keepInTaskBar(const QWidget* window) {
     if (m_program.session.settings().boolean("ShowIconInDock")) return;
-    QTimer::singleShot(0, window, [window] { setInTaskBar(*window, false); });
+    m_program.session.mainLoop().post([life = QPointer<const QWidget>(window)] {
+        if (life != nullptr) setInTaskBar(*life, false);
+    });
 }
 
 void WindowSet::followTaskBarSetting() {

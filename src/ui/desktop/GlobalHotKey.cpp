@@ -1,6 +1,5 @@
 #include "ui/desktop/GlobalHotKey.h"
 
-#include <QTimer>
 #include <utility>
 
 #include "ui/Text.h"
@@ -26,10 +25,12 @@ GlobalHotKey::GlobalHotKey(Settings& settings, NotificationCentre& centre,
                            std::function<void()> pressed, const MakeGrab& makeGrab)
     : m_settings(settings),
       m_pressed(std::move(pressed)),
-      m_grab(makeGrab({.pressed = [this] { QTimer::singleShot(0, this, m_pressed); },
+      m_grab(makeGrab({.pressed = [this] { m_turn.start(); },
                        .grabbed = [this](const Status& status) { grabbed(status); }})),
       m_observation(centre.observe("SiftwellPreferenceChangeNotification",
                                    [this](const PropertyList&) { applyPreferences(); })) {
+    m_turn.setSingleShot(true);
+    m_turn.callOnTimeout(this, [this] { m_pressed(); });
     applyPreferences();
 }
 

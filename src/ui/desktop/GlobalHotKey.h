@@ -9,6 +9,7 @@
 #pragma once
 
 #include <QObject>
+#include <QTimer>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -47,6 +48,7 @@ private:
 
     Settings& m_settings;
     const std::function<void()> m_pressed;
+    QTimer m_turn;
     HotKey m_wanted;
     bool m_isActive = false;
     Status m_status;

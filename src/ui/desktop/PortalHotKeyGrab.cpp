@@ -62,7 +62,7 @@ PortalHotKeyGrab::PortalHotKeyGrab(const QDBusConnection& bus, Handlers handlers
                   SLOT(activated(QDBusMessage)));
 }
 
-PortalHotKeyGrab::~PortalHotKeyGrab() { release(); }
+PortalHotKeyGrab::~PortalHotKeyGrab() { PortalHotKeyGrab::release(); }
 
 void PortalHotKeyGrab::grab(const HotKey& key) {
     release();
@@ -80,7 +80,7 @@ void PortalHotKeyGrab::release() {
 }
 
 QString PortalHotKeyGrab::expectAnswer(const char* slot) {
-    const QString token = QStringLiteral("siftwell_%1").arg(++m_requests);
+    QString token = QStringLiteral("siftwell_%1").arg(++m_requests);
     m_request = QStringLiteral("%1/request/%2/%3").arg(kPath, senderIn(m_bus), token);
     m_bus.connect(kService, m_request, kRequest, QStringLiteral("Response"), this, slot);
     return token;

@@ -32,7 +32,7 @@ X11HotKeyGrab::X11HotKeyGrab(Handlers handlers)
 }
 
 X11HotKeyGrab::~X11HotKeyGrab() {
-    release();
+    X11HotKeyGrab::release();
     if (qGuiApp != nullptr) qGuiApp->removeNativeEventFilter(this);
 }
 
@@ -60,7 +60,7 @@ Status X11HotKeyGrab::grabKeys(const HotKey& key) {
     m_modifiers = keyboard.modifiersOf(key);
     m_locks = keyboard.locks();
     for (const xcb_keycode_t keycode : keyboard.keysOf(*code)) {
-        if (const Status status = grabKey(keycode, m_modifiers); !status.isOk()) return status;
+        if (Status status = grabKey(keycode, m_modifiers); !status.isOk()) return status;
     }
     return {};
 }
