@@ -177,7 +177,7 @@ bool WebPreviewPane::startEngine() {
 QString WebPreviewPane::webURL() const { return m_address->text(); }
 
 void WebPreviewPane::setWebURL(const QString& url) {
-    const bool isNew = url != webURL();
+    const bool isNew = url != m_address->text();
     m_address->setText(url);
     m_address->setCursorPosition(0);
     m_address->setToolTip(url);

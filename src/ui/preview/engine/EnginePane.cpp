@@ -25,7 +25,7 @@ public:
         QObject::connect(m_view, &QWidget::customContextMenuRequested, m_view,
                          [this](const QPoint& place) { askForMenu(place); });
     }
-    ~EnginePane() override { leave(); }
+    ~EnginePane() override { EnginePane::leave(); }
 
     QWidget* widget() override { return m_view; }
     void setMenu(AskForMenu ask) override { m_askForMenu = std::move(ask); }
