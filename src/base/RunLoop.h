@@ -33,8 +33,8 @@ public:
     // Runs what is ready; when nothing is, waits for it, at most so long.
     virtual void turn(std::chrono::milliseconds longestWait) = 0;
 
-    // Serves the loop as the program's own, a user's input to its windows included, until it is told
-    // to stop: in a later turn, or before it was begun.
+    // Serves the loop as the program's own, a user's input to its windows included, until it is
+    // told to stop: in a later turn, or before it was begun.
     virtual void run() = 0;
     virtual void stop() = 0;
 

@@ -51,7 +51,8 @@ QWidget* GeneralPage::makeWindows() {
     auto* layout = new QVBoxLayout(group);
     layout->addWidget(m_controls.checkBox(q_("&Open the search window when Siftwell comes forward"),
                                           "ShowWindowOnActivate"));
-    auto* icon = m_controls.checkBox(q_("Show an &icon in the panel, and windows in the task bar"), "ShowIconInDock");
+    auto* icon = m_controls.checkBox(q_("Show an &icon in the panel, and windows in the task bar"),
+                                     "ShowIconInDock");
     layout->addWidget(icon);
     layout->addWidget(makeIconNote());
     layout->addWidget(m_controls.checkBox(q_("Keep the search window &above other windows"),

@@ -1,5 +1,7 @@
 #include "ui/search/RowActions.h"
 
+#include <utility>
+
 #include "ui/Text.h"
 #include "ui/search/FilterSheet.h"
 #include "ui/search/GlyphIcon.h"
@@ -76,11 +78,12 @@ void RowActions::openAddress(const QString& address) {
     if (!url || !m_program.desktop.open(*url)) sayNothingOpens(address.toStdString());
 }
 
-// A copy: the row may go while the alert waits.
-void RowActions::sayNothingOpens(const std::string& address) {
-    const std::string text = address;
-    m_program.alerts.ask(
-        {.title = _("Nothing opens this address."), .text = text, .buttons = {_("OK")}}, 0);
+// By value: the row may go while the alert waits.
+void RowActions::sayNothingOpens(std::string address) {
+    m_program.alerts.ask({.title = _("Nothing opens this address."),
+                          .text = std::move(address),
+                          .buttons = {_("OK")}},
+                         0);
 }
 
 void RowActions::copySelection() {

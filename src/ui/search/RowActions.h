@@ -45,7 +45,7 @@ private:
     void neverIndexSiteOfSelection();
     void searchSiteOfSelection();
     void togglePreview() { Q_EMIT previewToggled(); }
-    void sayNothingOpens(const std::string& address);
+    void sayNothingOpens(std::string address);
 
     const Program m_program;
     ActiveSearch& m_search;

@@ -165,6 +165,7 @@ void DocumentModel::keep(const Records& records) {
 void DocumentModel::readAddresses(const std::vector<int>& rows,
                                   std::function<void(std::vector<std::string>)> take) {
     std::vector<Place> places;
+    places.reserve(rows.size());
     for (const int row : rows) places.push_back(placeOf(documentAt(row)));
     m_thread.run([places = std::move(places), take = std::move(take)](const std::stop_token& stop) {
         std::vector<std::string> addresses;

@@ -276,6 +276,7 @@ void IndexStatusWindow::removeDocuments() {
     const DocumentModel& documents = m_documents->documents();
     const std::vector<int> rows = m_documents->selectedRows();
     std::vector<DocumentRow> chosen;
+    chosen.reserve(rows.size());
     for (const int row : rows) chosen.push_back(documents.documentAt(row));
     m_documents->documents().readAddresses(rows, [this, chosen, indexes = documents.list().indexes](
                                                      const std::vector<std::string>& addresses) {

@@ -74,7 +74,8 @@ void DesktopTest::theEntryAtLoginIsWrittenForThisProgramAndRemoved() {
     QVERIFY(entry.isOn());
     const std::string text = home.read("config/autostart/siftwell.desktop");
     QVERIFY(text.starts_with("[Desktop Entry]\n"));
-    QVERIFY(text.find("\nExec=\"" + programFolder() + "/siftwell-gui\" --background\n") != std::string::npos);
+    QVERIFY(text.find("\nExec=\"" + programFolder() + "/siftwell-gui\" --background\n") !=
+            std::string::npos);
     home.write("config/autostart/siftwell.desktop", text + "Hidden = true\n");
     QVERIFY(!entry.isOn());  // the desktop has switched it off
     QVERIFY(entry.set(true).isOk());

@@ -35,7 +35,7 @@ Failure failureOf(const QWebEngineLoadingInfo& info) {
 
 }  // namespace
 
-PreviewVisit::PreviewVisit(PreviewTarget target, const PreviewRights& rights,
+PreviewVisit::PreviewVisit(const PreviewTarget& target, const PreviewRights& rights,
                            PreviewEngine::Events events)
     : m_events(std::move(events)),
       m_copy(target.isCopy ? std::make_unique<PreviewBytesHandler>(target) : nullptr),

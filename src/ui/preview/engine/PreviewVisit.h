@@ -18,7 +18,8 @@ class PreviewVisit : public QObject {
     Q_OBJECT
 
 public:
-    PreviewVisit(PreviewTarget target, const PreviewRights& rights, PreviewEngine::Events events);
+    PreviewVisit(const PreviewTarget& target, const PreviewRights& rights,
+                 PreviewEngine::Events events);
     ~PreviewVisit() override;
 
     PreviewPage& page() { return *m_page; }
