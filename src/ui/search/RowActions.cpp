@@ -29,7 +29,7 @@ RowActions::RowActions(const Program& program, ActiveSearch& search, ResultView&
       m_program(program),
       m_search(search),
       m_view(view) {
-    const auto setUp = [this](QAction* action, QList<QKeySequence> keys,
+    const auto setUp = [this](QAction* action, const QList<QKeySequence>& keys,
                               void (RowActions::*act)()) {
         action->setShortcuts(keys);
         action->setShortcutContext(Qt::WidgetShortcut);
