@@ -63,7 +63,7 @@ AppController::AppController(const Surroundings& surroundings)
                        if (m_surroundings.isResident) m_updater.checkForUpdate();
                    },
                .cameToRest = &returnFreeMemory,
-               .emptyURLCache = [] {},  // there is none yet: no preview keeps responses
+               .emptyURLCache = [] {},  // there is none: previews keep nothing
                .isRepeating = surroundings.isResident}),
       m_maintenance({.indexes = m_indexes,
                      .cycle = m_cycle,

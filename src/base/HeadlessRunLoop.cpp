@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <deque>
 #include <map>
 #include <stdexcept>
 #include <system_error>
@@ -12,8 +11,8 @@
 #include <vector>
 
 #include "base/FileDescriptor.h"
-#include "base/Mutex.h"
 #include "base/RunLoop.h"
+#include "base/TaskQueue.h"
 
 namespace siftwell {
 
@@ -53,10 +52,7 @@ public:
     }
 
     void post(Task task) override {
-        {
-            MutexLock lock(m_mutex);
-            m_queue.push_back(std::move(task));
-        }
+        m_queue.add(std::move(task));
         const std::uint64_t one = 1;
         // A full counter means that the loop is about to wake up anyway.
         static_cast<void>(write(m_wakeUp.get(), &one, sizeof one) < 0);
@@ -87,10 +83,10 @@ public:
     }
 
     void turn(std::chrono::milliseconds longestWait) override {
-        const auto wait = hasQueuedTasks() ? std::chrono::microseconds(0) : waitOf(longestWait);
+        const auto wait = m_queue.isEmpty() ? waitOf(longestWait) : std::chrono::microseconds(0);
         require(sd_event_run(m_event.get(), static_cast<std::uint64_t>(wait.count())),
                 "wait for events");
-        runQueuedTasks();
+        m_queue.runQueued();
     }
 
     void run() override {
@@ -136,37 +132,13 @@ private:
 
     // The timer stays cancellable until its task runs.
     void queueTimer(TimerID id) {
-        MutexLock lock(m_mutex);
-        m_queue.emplace_back([this, id] {
+        m_queue.add([this, id] {
             const auto timer = m_timers.find(id);
             if (timer == m_timers.end()) return;
             const Task task = std::move(timer->second.task);
             m_timers.erase(timer);
             task();
         });
-    }
-
-    bool hasQueuedTasks() {
-        MutexLock lock(m_mutex);
-        return !m_queue.empty();
-    }
-
-    // Runs as many tasks as are queued now; a task that posts itself again does not keep the turn.
-    void runQueuedTasks() {
-        std::size_t count = 0;
-        {
-            MutexLock lock(m_mutex);
-            count = m_queue.size();
-        }
-        for (Task task; count > 0 && takeTask(task); --count) task();
-    }
-
-    bool takeTask(Task& task) {
-        MutexLock lock(m_mutex);
-        if (m_queue.empty()) return false;
-        task = std::move(m_queue.front());
-        m_queue.pop_front();
-        return true;
     }
 
     const std::thread::id m_owner;
@@ -178,9 +150,7 @@ private:
     std::map<TimerID, Timer> m_timers;
     TimerID m_lastTimer = 0;
     bool m_isStopped = false;
-
-    Mutex m_mutex;
-    std::deque<Task> m_queue SW_GUARDED_BY(m_mutex);
+    TaskQueue m_queue;
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 // RunLoop: the turns of one thread, in which posted tasks and timers run.
 //
-// Threads: `post` and `wake` from any; everything else on the thread that owns the loop. Handlers
+// Threads: `post` from any; everything else on the thread that owns the loop. Handlers
 // of the underlying event source only queue; `turn` runs what is queued outside of their dispatch,
 // so a task may turn the loop again. Turns leave a user's input alone: it waits for `run`.
 #pragma once

@@ -10,7 +10,6 @@
 #include <QThread>
 #include <QTimer>
 #include <algorithm>
-#include <deque>
 #include <limits>
 #include <map>
 #include <system_error>
@@ -18,7 +17,7 @@
 #include <vector>
 
 #include "base/FileDescriptor.h"
-#include "base/Mutex.h"
+#include "base/TaskQueue.h"
 
 namespace siftwell {
 
@@ -62,11 +61,8 @@ private:
 class QtRunLoop : public QObject, public RunLoop {
 public:
     void post(Task task) override {
-        {
-            MutexLock lock(m_mutex);
-            m_queue.push_back(std::move(task));
-        }
-        wakeUp();
+        m_queue.add(std::move(task));
+        QCoreApplication::postEvent(this, new QEvent(kWakeUp));
     }
 
     TimerID startTimer(std::chrono::milliseconds delay, Task task) override {
@@ -114,7 +110,7 @@ public:
 protected:
     bool event(QEvent* event) override {
         if (event->type() != kWakeUp) return QObject::event(event);
-        runQueuedTasks();
+        m_queue.runQueued();
         return true;
     }
 
@@ -125,8 +121,6 @@ private:
     };
 
     static inline const auto kWakeUp = static_cast<QEvent::Type>(QEvent::registerEventType());
-
-    void wakeUp() { QCoreApplication::postEvent(this, new QEvent(kWakeUp)); }
 
     // The timer stays cancellable until its task runs, which is after its clock's own event.
     void queueTimer(TimerID id) {
@@ -139,31 +133,11 @@ private:
         });
     }
 
-    // As many tasks as are queued now: one that posts itself again lets others have their turn.
-    void runQueuedTasks() {
-        std::size_t count = 0;
-        {
-            MutexLock lock(m_mutex);
-            count = m_queue.size();
-        }
-        for (Task task; count > 0 && takeTask(task); --count) task();
-    }
-
-    bool takeTask(Task& task) {
-        MutexLock lock(m_mutex);
-        if (m_queue.empty()) return false;
-        task = std::move(m_queue.front());
-        m_queue.pop_front();
-        return true;
-    }
-
     std::vector<std::unique_ptr<SignalWatch>> m_signals;
     std::map<TimerID, Timer> m_timers;
     TimerID m_lastTimer = 0;
     bool m_isStopped = false;
-
-    Mutex m_mutex;
-    std::deque<Task> m_queue SW_GUARDED_BY(m_mutex);
+    TaskQueue m_queue;
 };
 
 }  // namespace

@@ -21,6 +21,10 @@ inline QString q_(const char* english) { return toQString(localized(english)); }
 // One of two forms by a number, which fills the "%@" in it. Both are marked by N_.
 QString counted(const char* one, const char* many, qint64 count);
 
+// As people read it: "…/Müller" rather than "…/M%C3%BCller", and without a password. As it is
+// where it is none.
+QString readableAddress(const std::string& address);
+
 // Marks a text that is looked up later.
 constexpr const char* N_(const char* english) { return english; }
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/Log.h"
+#include "ui/BringUp.h"
 #include "ui/Explain.h"
 #include "ui/ProgramMenus.h"
 #include "ui/Text.h"
@@ -20,14 +21,6 @@
 namespace siftwell {
 
 namespace {
-
-// In front, whether it is hidden, behind others or an icon.
-void bringUp(QWidget& window) {
-    window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
-    window.show();
-    window.raise();
-    window.activateWindow();
-}
 
 // Not the icon in the panel, menus and tool tips, which Qt counts among the windows.
 bool isOwnWindow(const QWidget& window) {
@@ -244,10 +237,8 @@ void WindowSet::goToURL(int tag) {
         tag == 0 ? _("https://siftwell.example/feedback") : _("https://siftwell.example/support");
     const auto url = Url::parse(address);
     if (url && m_program.desktop.open(*url)) return;
-    m_program.alerts.ask({.title = _("Couldn't reach website"),
-                          .text = filledIn(_("There is no program that opens %@."), address),
-                          .buttons = {_("OK")}},
-                         0);
+    tell(m_program.alerts, _("Couldn't reach website"),
+         filledIn(_("There is no program that opens %@."), address));
 }
 
 void WindowSet::addProgramMenus(QMenuBar& menus) { addProgramMenusTo(menus, *this); }

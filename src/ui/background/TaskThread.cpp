@@ -20,15 +20,28 @@ TaskThread::TaskThread(RunLoop& mainLoop, const char* name)
 
 TaskThread::~TaskThread() {
     m_thread.request_stop();
+    drop();
     m_signal.raise();
 }
 
 void TaskThread::run(Task task) {
     {
         MutexLock lock(m_mutex);
-        m_tasks.push_back(std::move(task));
+        m_works.push_back({std::move(task), m_counting.get_token()});
     }
     m_signal.raise();
+}
+
+void TaskThread::runInstead(Task task) {
+    drop();
+    run(std::move(task));
+}
+
+void TaskThread::drop() {
+    m_counting.request_stop();
+    m_counting = {};
+    MutexLock lock(m_mutex);
+    m_works.clear();
 }
 
 void TaskThread::post(Done done) {
@@ -39,21 +52,23 @@ void TaskThread::post(Done done) {
 
 void TaskThread::serve(const std::stop_token& stop) {
     while (!stop.stop_requested()) {
-        const Task task = nextTask();
-        if (!task) {
+        const Work work = nextWork();
+        if (!work.task) {
             m_signal.wait(kLongestSleep);
-        } else if (Done done = task(stop)) {
-            post(std::move(done));
+        } else if (Done done = work.task(work.stop)) {
+            post([done = std::move(done), counting = work.stop] {
+                if (!counting.stop_requested()) done();
+            });
         }
     }
 }
 
-TaskThread::Task TaskThread::nextTask() {
+TaskThread::Work TaskThread::nextWork() {
     MutexLock lock(m_mutex);
-    if (m_tasks.empty()) return {};
-    Task task = std::move(m_tasks.front());
-    m_tasks.pop_front();
-    return task;
+    if (m_works.empty()) return {};
+    Work work = std::move(m_works.front());
+    m_works.pop_front();
+    return work;
 }
 
 }  // namespace siftwell

@@ -29,18 +29,30 @@ public:
     // Has the task done after those before it; what it returns is done on the main thread then.
     void run(Task task);
 
+    // Drops the tasks before it first, as `drop` does.
+    void runInstead(Task task);
+
+    // What was asked for no longer counts: what runs is told so, and its result is not done.
+    void drop();
+
     // Does it on the main thread, unless this object is gone by then. Any thread.
     void post(Done done);
 
 private:
+    struct Work {
+        Task task;
+        std::stop_token stop;
+    };
+
     void serve(const std::stop_token& stop);
-    Task nextTask();
+    Work nextWork();
 
     RunLoop& m_mainLoop;
     const std::shared_ptr<int> m_life = std::make_shared<int>();
     WorkSignal m_signal;
     Mutex m_mutex;
-    std::deque<Task> m_tasks SW_GUARDED_BY(m_mutex);
+    std::deque<Work> m_works SW_GUARDED_BY(m_mutex);
+    std::stop_source m_counting;  // of all that was asked for and not dropped; main thread
     std::jthread m_thread;
 };
 

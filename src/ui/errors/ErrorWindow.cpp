@@ -13,6 +13,7 @@
 #include <numeric>
 #include <utility>
 
+#include "ui/Explain.h"
 #include "ui/Text.h"
 
 namespace siftwell {
@@ -210,13 +211,8 @@ void ErrorWindow::copy() {
 
 void ErrorWindow::clear() {
     const Status status = ErrorLog::clear(m_program.session.paths().stateFolder);
-    if (!status.isOk()) {
-        m_program.alerts.ask({.title = _("The list of errors could not be cleared."),
-                              .text = status.message(),
-                              .buttons = {_("OK")}},
-                             0);
-        return;
-    }
+    explain(status, m_program.alerts, _("The list of errors could not be cleared."));
+    if (!status.isOk()) return;
     m_errors.clear();
     showState();
 }

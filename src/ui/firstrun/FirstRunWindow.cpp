@@ -9,6 +9,7 @@
 
 #include "app/SourcePages.h"
 #include "base/Files.h"
+#include "ui/Explain.h"
 #include "ui/Text.h"
 #include "ui/add/AddItemDialog.h"
 
@@ -226,15 +227,7 @@ void FirstRunWindow::accept() {
         if (status.isOk()) status = m_program.driver.setSearchItemValue(name, "Index", false);
     }
     if (status.isOk()) return QDialog::accept();
-    m_program.alerts.ask({.title = _("The sources could not be stored."),
-                          .text = status.message(),
-                          .buttons = {_("OK")}},
-                         0);
-}
-
-void FirstRunWindow::done(int result) {
-    m_program.session.settings().set("FirstRunExplanationShown", true);
-    QDialog::done(result);
+    explain(status, m_program.alerts, _("The sources could not be stored."));
 }
 
 }  // namespace siftwell

@@ -25,7 +25,6 @@ public:
     explicit FirstRunWindow(const Program& program, QWidget* parent = nullptr);
 
     void accept() override;
-    void done(int result) override;
 
 private:
     struct Line {

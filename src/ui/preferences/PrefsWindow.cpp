@@ -7,8 +7,11 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "ui/BringUp.h"
+#include "ui/Explain.h"
 #include "ui/Text.h"
 #include "ui/desktop/LaunchAtLogin.h"
+#include "ui/maintenance/FilterPassQuestion.h"
 
 namespace siftwell {
 
@@ -107,13 +110,9 @@ void PrefsWindow::showWindow(int tab) {
     if (!m_isQuitting) bringUp();
 }
 
-// In front, whether it is hidden, behind others or an icon.
 void PrefsWindow::bringUp() {
-    setWindowState(windowState() & ~Qt::WindowMinimized);
-    show();
+    siftwell::bringUp(*this);
     tabChanged(m_tabs->currentIndex());  // a window that is shown looks for a default button
-    raise();
-    activateWindow();
 }
 
 void PrefsWindow::setEditable(bool isEditable) {
@@ -198,7 +197,7 @@ bool PrefsWindow::mayConfirm() {
     const QString problem = m_sources->problem();
     if (problem.isEmpty()) return true;
     m_tabs->setCurrentIndex(SourcesTab);
-    m_program.alerts.ask({.title = problem.toStdString(), .text = "", .buttons = {_("OK")}}, 0);
+    tell(m_program.alerts, problem.toStdString(), "");
     return false;
 }
 
@@ -239,7 +238,8 @@ void PrefsWindow::applicationWillTerminate() {
 
 PrefsEdits::Changes PrefsWindow::commitSettings(bool isAsking) {
     if (isAsking) askAboutLaunch();
-    const bool isFiltering = isAsking && !m_isQuitting && isFilteringWanted();
+    const bool isFiltering = isAsking && !m_isQuitting && m_edits.hasNewFilters() &&
+                             isFilterPassWanted(m_program.alerts);
     const PrefsEdits::Changes changes = m_edits.confirm();
     applyLaunch();
     if (isFiltering) {
@@ -261,19 +261,6 @@ void PrefsWindow::askAboutLaunch() {
          .buttons = {_("Yes"), _("No")}},
         0);
     if (answer != 0) m_edits.set("LaunchAtLogin", false);
-}
-
-bool PrefsWindow::isFilteringWanted() {
-    if (!m_edits.hasNewFilters()) return false;
-    return m_program.alerts.ask(
-               {.title = _("You have added new filtering strings to keep Siftwell from indexing "
-                           "certain URL's."),
-                .text = _("Would you like to check the documents already in your search index and "
-                          "remove pages that have URL's that match your filtering strings?\r\r"
-                          "Depending upon the number of pages in your search index, this could "
-                          "take several minutes."),
-                .buttons = {_("Yes"), _("No")}},
-               1) == 0;
 }
 
 void PrefsWindow::applyLaunch() {

@@ -61,7 +61,6 @@ private:
     bool mayConfirm();
     PrefsEdits::Changes commitSettings(bool isAsking);
     void askAboutLaunch();
-    bool isFilteringWanted();
     void applyLaunch();
     void closeWindow();
 

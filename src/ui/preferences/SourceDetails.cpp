@@ -1,14 +1,13 @@
 #include "ui/preferences/SourceDetails.h"
 
-#include <QDateTime>
 #include <QFileDialog>
 #include <QFormLayout>
-#include <QLocale>
 #include <QMenu>
 #include <QSignalBlocker>
 #include <algorithm>
 
 #include "app/IndexerList.h"
+#include "ui/Dates.h"
 #include "ui/Text.h"
 #include "ui/preferences/SettingControls.h"
 
@@ -18,9 +17,7 @@ namespace {
 
 QString textOf(const std::optional<Date>& date) {
     if (!date || *date <= Date::distantPast()) return q_("never");
-    return QLocale().toString(
-        QDateTime::fromSecsSinceEpoch(static_cast<qint64>(date->secondsSinceUnix())),
-        QLocale::ShortFormat);
+    return shortDateTime(*date);
 }
 
 }  // namespace

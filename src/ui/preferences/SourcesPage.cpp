@@ -2,7 +2,6 @@
 
 #include <QGridLayout>
 #include <QItemSelectionModel>
-#include <QPointer>
 #include <QShortcut>
 #include <algorithm>
 
@@ -21,7 +20,8 @@ SourcesPage::SourcesPage(const Program& program, PrefsEdits& edits)
       m_add(new QPushButton(q_("&Add"))),
       m_remove(new QPushButton(q_("Re&move"))),
       m_findBrowsers(new QPushButton(q_("Find Bro&wsers…"))),
-      m_note(explanation({})) {
+      m_note(explanation({})),
+      m_thread(program.session.mainLoop(), "browsers") {
     m_list->setObjectName(QStringLiteral("sources"));
     m_list->setModel(&m_sorted);
     m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
@@ -128,13 +128,9 @@ void SourcesPage::findBrowsers() {
     for (const EditedItem& each : m_edits.items()) {
         if (!each.isRemoved) list.push_back(each.item);
     }
-    m_search =
-        std::jthread([self = QPointer(this), list = std::move(list),
-                      paths = m_program.session.paths(), &mainLoop = m_program.session.mainLoop()] {
-            auto found = browserItems(list, paths);
-            mainLoop.post([self, found = std::move(found)] {
-                if (self != nullptr) self->offer(found);
-            });
+    m_thread.run(
+        [this, list = std::move(list), paths = m_program.session.paths()](const std::stop_token&) {
+            return [this, found = browserItems(list, paths)] { offer(found); };
         });
 }
 

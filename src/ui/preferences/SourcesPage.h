@@ -6,10 +6,10 @@
 #include <QLabel>
 #include <QListView>
 #include <QPushButton>
-#include <thread>
 
 #include "app/BrowserItems.h"
 #include "ui/Program.h"
+#include "ui/background/TaskThread.h"
 #include "ui/preferences/SourceDetails.h"
 #include "ui/preferences/SourceListModel.h"
 
@@ -46,7 +46,7 @@ private:
     QPushButton* m_remove;
     QPushButton* m_findBrowsers;
     QLabel* m_note;
-    std::jthread m_search;
+    TaskThread m_thread;
 };
 
 }  // namespace siftwell

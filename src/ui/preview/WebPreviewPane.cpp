@@ -95,7 +95,7 @@ QPushButton* addButton(QBoxLayout& line, const QString& text, const QKeySequence
 }  // namespace
 
 WebPreviewPane::WebPreviewPane(const Program& program, QWidget* parent)
-    : PreviewPane(parent), m_program(program) {
+    : PreviewPane(parent), m_program(program), m_thread(program.session.mainLoop(), "preview") {
     auto* const layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -206,7 +206,7 @@ void WebPreviewPane::leave() {
 }
 
 void WebPreviewPane::blank() {
-    m_worker.drop();
+    m_thread.drop();
     leave();
     endWaiting();
     m_stack->setCurrentWidget(m_empty);
@@ -227,15 +227,13 @@ void WebPreviewPane::showRow(const ResultRow& row, const std::string& query) {
 
 void WebPreviewPane::get(Wanted wanted, std::function<void()> otherwise) {
     const int load = ++m_load;
-    m_worker.start([this, load, wanted = std::move(wanted),
-                    otherwise = std::move(otherwise)](const std::stop_token& stop) {
-        auto content = std::make_shared<std::optional<PreviewContent>>(wanted(stop));
-        const auto take = [this, load, content, otherwise] {
+    m_thread.runInstead([this, load, wanted = std::move(wanted),
+                         otherwise = std::move(otherwise)](const std::stop_token& stop) {
+        return [this, load, otherwise, content = wanted(stop)] {
             if (load != m_load) return;
-            if (!*content) return otherwise();
-            visit(**content);
+            if (!content) return otherwise();
+            visit(*content);
         };
-        QMetaObject::invokeMethod(this, take, Qt::QueuedConnection);
     });
 }
 
@@ -308,18 +306,14 @@ void WebPreviewPane::markWords() {
 void WebPreviewPane::mark(const QString& texts) {
     const auto query =
         std::make_shared<QueryMatches>(m_query, m_program.session.indexes().stopWords());
-    m_worker.start([this, load = m_load, texts, query](const std::stop_token&) {
-        const QString script = scriptOfMarks(marksIn(texts, *query));
-        QMetaObject::invokeMethod(
-            this,
-            [this, load, script] {
-                if (load != m_load) return;
-                const QPointer<WebPreviewPane> self = this;
-                m_engine->runScript(script, [self, load](const QVariant&) {
-                    if (self && load == self->m_load) self->settle();
-                });
-            },
-            Qt::QueuedConnection);
+    m_thread.runInstead([this, load = m_load, texts, query](const std::stop_token&) {
+        return [this, load, script = scriptOfMarks(marksIn(texts, *query))] {
+            if (load != m_load) return;
+            const QPointer<WebPreviewPane> self = this;
+            m_engine->runScript(script, [self, load](const QVariant&) {
+                if (self && load == self->m_load) self->settle();
+            });
+        };
     });
 }
 

@@ -13,8 +13,8 @@
 #include "app/PreviewDocument.h"
 #include "ui/PreviewPane.h"
 #include "ui/Program.h"
+#include "ui/background/TaskThread.h"
 #include "ui/preview/PreviewEngine.h"
-#include "ui/preview/PreviewWorker.h"
 
 class QLineEdit;
 class QProgressBar;
@@ -94,7 +94,7 @@ private:
     int m_load = 0;  // counts what was asked for
     bool m_hasPage = false;
     std::unique_ptr<PreviewEngine> m_engine;
-    PreviewWorker m_worker;
+    TaskThread m_thread;  // only the newest page counts
 };
 
 }  // namespace siftwell

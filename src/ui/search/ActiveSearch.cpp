@@ -22,7 +22,7 @@ SearchType storedType(const Settings& settings) {
 }  // namespace
 
 ActiveSearch::ActiveSearch(const Program& program)
-    : m_program(program), m_controller(surroundings()) {
+    : m_program(program), m_snippets(program.session.mainLoop()), m_controller(surroundings()) {
     m_controller.setSearchType(storedType(program.session.settings()));
     m_sortTimer.setSingleShot(true);
     m_sortTimer.setInterval(kSortPause);

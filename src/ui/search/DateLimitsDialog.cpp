@@ -9,6 +9,7 @@
 #include <QRadioButton>
 #include <QSpinBox>
 
+#include "ui/Dates.h"
 #include "ui/Text.h"
 #include "ui/search/SearchLimits.h"
 
@@ -17,8 +18,7 @@ namespace siftwell {
 namespace {
 
 QDate dayOf(const std::optional<Date>& date) {
-    if (!date) return QDate::currentDate();
-    return QDateTime::fromSecsSinceEpoch(static_cast<qint64>(date->secondsSinceUnix())).date();
+    return date ? toLocal(*date).date() : QDate::currentDate();
 }
 
 QDateEdit* dayField(const QString& name) {

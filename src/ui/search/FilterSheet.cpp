@@ -5,7 +5,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "ui/Explain.h"
 #include "ui/Text.h"
+#include "ui/maintenance/FilterPassQuestion.h"
 
 namespace siftwell {
 
@@ -32,29 +34,9 @@ void FilterSheet::accept() {
     QDialog::accept();
     if (text.empty()) return;
     const Status status = m_program.driver.addURLFilter(text);
-    if (!status.isOk()) return say(status);
-    if (m_program.session.preferences().takeFiltersChanged()) askForFilterPass();
-}
-
-void FilterSheet::askForFilterPass() {
-    const auto answer = m_program.alerts.ask(
-        {.title = _("You have added new filtering strings to keep Siftwell from indexing certain "
-                    "URL's."),
-         .text = _("Would you like to check the documents already in your search index and remove "
-                   "pages that have URL's that match your filtering strings?\r\rDepending upon the "
-                   "number of pages in your search index, this could take several minutes."),
-         .buttons = {_("Yes"), _("No")}},
-        1);
-    if (answer != 0) return;
-    const Status status = m_program.driver.applyFilters();
-    if (!status.isOk()) say(status);
-}
-
-void FilterSheet::say(const Status& status) {
-    m_program.alerts.ask({.title = _("The filter could not be applied."),
-                          .text = status.message(),
-                          .buttons = {_("OK")}},
-                         0);
+    explain(status, m_program.alerts, _("The filter could not be applied."));
+    if (!status.isOk() || !m_program.session.preferences().takeFiltersChanged()) return;
+    if (isFilterPassWanted(m_program.alerts)) m_program.commands.applyFilters(parentWidget());
 }
 
 }  // namespace siftwell

@@ -21,9 +21,6 @@ public:
     void accept() override;
 
 private:
-    void askForFilterPass();
-    void say(const Status& status);
-
     const Program m_program;
     QLineEdit* m_text;
 };

@@ -9,6 +9,8 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "ui/BringUp.h"
+#include "ui/Explain.h"
 #include "ui/Text.h"
 #include "ui/search/RowDelegate.h"
 
@@ -62,9 +64,7 @@ void MiniSearchWindow::bringUp() {
     setFixedWidth(width);
     hideList();
     move(area.center().x() - width / 2, area.top() + area.height() / 4);
-    show();
-    raise();
-    activateWindow();
+    siftwell::bringUp(*this);
     m_field->focusAll();
 }
 
@@ -103,9 +103,7 @@ void MiniSearchWindow::openSelection() {
     const FoundRow row = m_best.rowAt(selected);
     hideList();
     hide();
-    if (openInBrowser(row, m_program.desktop)) return;
-    m_program.alerts.ask(
-        {.title = _("Nothing opens this address."), .text = row.url, .buttons = {_("OK")}}, 0);
+    if (!openInBrowser(row, m_program.desktop)) sayNothingOpens(m_program.alerts, row.url);
 }
 
 void MiniSearchWindow::keyPressEvent(QKeyEvent* event) {

@@ -1,7 +1,6 @@
 #include "ui/search/RowActions.h"
 
-#include <utility>
-
+#include "ui/Explain.h"
 #include "ui/Text.h"
 #include "ui/search/FilterSheet.h"
 #include "ui/search/GlyphIcon.h"
@@ -69,21 +68,17 @@ void RowActions::openSelection() {
     const FoundRow* row = selection();
     if (row == nullptr) return;
     Q_EMIT rowTaken();
-    if (!openInBrowser(*row, m_program.desktop)) sayNothingOpens(row->url);
+    if (!openInBrowser(*row, m_program.desktop)) {
+        sayNothingOpens(m_program.alerts, std::string(row->url));  // the row may go meanwhile
+    }
 }
 
 void RowActions::openAddress(const QString& address) {
     Q_EMIT rowTaken();
     const auto url = Url::parse(address.toStdString());
-    if (!url || !m_program.desktop.open(*url)) sayNothingOpens(address.toStdString());
-}
-
-// By value: the row may go while the alert waits.
-void RowActions::sayNothingOpens(std::string address) {
-    m_program.alerts.ask({.title = _("Nothing opens this address."),
-                          .text = std::move(address),
-                          .buttons = {_("OK")}},
-                         0);
+    if (!url || !m_program.desktop.open(*url)) {
+        sayNothingOpens(m_program.alerts, address.toStdString());
+    }
 }
 
 void RowActions::copySelection() {

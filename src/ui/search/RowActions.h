@@ -45,7 +45,6 @@ private:
     void neverIndexSiteOfSelection();
     void searchSiteOfSelection();
     void togglePreview() { Q_EMIT previewToggled(); }
-    void sayNothingOpens(std::string address);
 
     const Program m_program;
     ActiveSearch& m_search;

@@ -1,11 +1,9 @@
 #include "ui/search/RowTexts.h"
 
-#include <QDateTime>
-#include <QLocale>
-#include <QUrl>
 #include <cmath>
 
 #include "text/TitleText.h"
+#include "ui/Dates.h"
 #include "ui/Text.h"
 
 namespace siftwell {
@@ -32,16 +30,14 @@ QString shownTitle(const ResultRow& row) {
 }
 
 QString shownAddress(const ResultRow& row) {
-    const QUrl url = QUrl::fromEncoded(QByteArray::fromStdString(row.url));
-    QString text = withoutScheme(url.isValid() ? url.toDisplayString() : toQString(row.url));
+    QString text = withoutScheme(readableAddress(row.url));
     if (text.endsWith(QLatin1Char('/'))) text.chop(1);
     return fromLeftToRight(text.left(2 * kLongest));
 }
 
 QString shownDate(const ResultRow& row) {
     if (!row.moment) return toQString(row.date);
-    const auto when =
-        QDateTime::fromSecsSinceEpoch(static_cast<qint64>(row.moment->secondsSinceUnix()));
+    const QDateTime when = toLocal(*row.moment);
     const bool isThisYear = when.date().year() == QDate::currentDate().year();
     return QLocale().toString(when, isThisYear ? q_("d MMM, HH:mm") : q_("d MMM yyyy"));
 }

@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QLocale>
 
+#include "ui/Dates.h"
 #include "ui/Text.h"
 #include "ui/search/SearchMenus.h"
 
@@ -34,13 +35,8 @@ QString recentText(qint64 count, qint64 minutes) {
 }
 
 QString dayText(const std::optional<Date>& date) {
-    const auto seconds = date.value_or(Date::distantPast()).secondsSinceUnix();
-    const QDate day = QDateTime::fromSecsSinceEpoch(static_cast<qint64>(seconds)).date();
+    const QDate day = toLocal(date.value_or(Date::distantPast())).date();
     return QLocale().toString(day, QLocale::ShortFormat);
-}
-
-Date dateOf(const QDateTime& time) {
-    return Date::fromUnix(static_cast<double>(time.toSecsSinceEpoch()));
 }
 
 }  // namespace
@@ -76,8 +72,8 @@ void limitToRecent(Settings& settings, int count, int minutes) {
 
 // To the last moment of the last day.
 void limitToDays(Settings& settings, const QDate& first, const QDate& last) {
-    settings.set("constraintDate1", dateOf(std::min(first, last).startOfDay()));
-    settings.set("constraintDate2", dateOf(std::max(first, last).endOfDay()));
+    settings.set("constraintDate1", fromLocal(std::min(first, last).startOfDay()));
+    settings.set("constraintDate2", fromLocal(std::max(first, last).endOfDay()));
     settings.set("constrainDate", 2);
 }
 

@@ -52,21 +52,19 @@ void SearchWindow::setUpMenus() {
 
 void SearchWindow::addFileMenu() {
     QMenu& menu = *menuBar()->addMenu(q_("&File"));
-    menu.addAction(m_rowActions->open);
-    menu.addAction(m_openPreviewed);
+    menu.addAction(rowActions().open);
+    menu.addAction(m_found->openPreviewed());
 }
 
 void SearchWindow::addEditMenu() {
     QMenu& menu = *menuBar()->addMenu(q_("&Edit"));
-    menu.addAction(m_rowActions->copy);
-    menu.addAction(m_rowActions->remove);
+    menu.addAction(rowActions().copy);
+    menu.addAction(rowActions().remove);
     menu.addSeparator();
-    menu.addAction(m_rowActions->addFilter);
-    menu.addAction(m_rowActions->neverIndexSite);
+    menu.addAction(rowActions().addFilter);
+    menu.addAction(rowActions().neverIndexSite);
     menu.addSeparator();
-    const auto find = [this](int tag) {
-        if (m_preview != nullptr) m_preview->performFindPanelAction(tag);
-    };
+    const auto find = [this](int tag) { m_found->performFindPanelAction(tag); };
     addAction(menu, N_("Find in &Page…"), keys({"Ctrl+Shift+F"}), [find] { find(1); });
     addAction(menu, N_("Find Ne&xt"), keys({"F3"}), [find] { find(2); });
     addAction(menu, N_("Find Pre&vious"), keys({"Shift+F3"}), [find] { find(3); });
@@ -75,37 +73,22 @@ void SearchWindow::addEditMenu() {
 void SearchWindow::addSearchMenu() {
     QMenu& menu = *menuBar()->addMenu(q_("&Search"));
     addAction(menu, N_("Search &Field"), keys({"Ctrl+L", "Ctrl+F"}),
-              [this] { m_field->focusAll(); });
+              [this] { field().focusAll(); });
     addAction(menu, N_("Search &Again"), keys({"Ctrl+R"}), [this] { m_search.searchAgain(); });
-    menu.addAction(m_rowActions->moreFromSite);
+    menu.addAction(rowActions().moreFromSite);
     menu.addSeparator();
-    menu.addMenu(m_typeMenu);
-    menu.addMenu(m_locationMenu);
-    menu.addMenu(m_dateMenu);
-    menu.addMenu(m_recentMenu);
-    m_locationMenu->menuAction()->setToolTip(q_("Where to search"));
-    const auto drop = [](QPushButton* button) { return [button] { button->showMenu(); }; };
-    for (const auto& [button, key] :
-         {std::pair{m_locationButton, "Ctrl+Shift+L"}, std::pair{m_typeButton, "Ctrl+Shift+W"}}) {
-        auto* action = new QAction(this);
-        action->setShortcuts(keys({key}));
-        connect(action, &QAction::triggered, this, drop(button));
-        QMainWindow::addAction(action);
-        button->setToolTip(button->toolTip() + QStringLiteral(" (") +
-                           action->shortcut().toString(QKeySequence::NativeText) +
-                           QLatin1Char(')'));
-    }
+    m_bar->addMenusTo(menu);
 }
 
 void SearchWindow::addViewMenu() {
     QMenu& menu = *menuBar()->addMenu(q_("&View"));
-    menu.addAction(m_rowActions->preview);
+    menu.addAction(rowActions().preview);
     menu.addSeparator();
     m_tableForm = menu.addAction(q_("As &Table"));
     m_tableForm->setShortcut(QKeySequence(QStringLiteral("Ctrl+T")));
     m_tableForm->setCheckable(true);
     connect(m_tableForm, &QAction::toggled, this, [this](bool isTable) {
-        m_view->setForm(isTable ? ResultView::Form::Table : ResultView::Form::Rows);
+        view().setForm(isTable ? ResultView::Form::Table : ResultView::Form::Rows);
     });
     addColumnsMenu(menu);
     addSortMenu(menu);
@@ -124,14 +107,14 @@ void SearchWindow::addColumnsMenu(QMenu& menu) {
             m_search.results().headerData(i, Qt::Horizontal, Qt::DisplayRole).toString());
         action->setCheckable(true);
         connect(action, &QAction::toggled, this,
-                [this, i](bool isShown) { m_view->showColumn(i, isShown); });
+                [this, i](bool isShown) { view().showColumn(i, isShown); });
         connect(columns, &QMenu::aboutToShow, action, [this, action, i] {
             const QSignalBlocker blocker(action);
-            action->setEnabled(m_view->form() == ResultView::Form::Table);
-            action->setChecked(m_view->isColumnShown(i));
+            action->setEnabled(view().form() == ResultView::Form::Table);
+            action->setChecked(view().isColumnShown(i));
         });
     }
-    QHeaderView* header = m_view->horizontalHeader();
+    QHeaderView* header = view().horizontalHeader();
     header->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(header, &QWidget::customContextMenuRequested, this,
             [header, columns](const QPoint& place) { columns->popup(header->mapToGlobal(place)); });
@@ -147,10 +130,10 @@ void SearchWindow::addSortMenu(QMenu& menu) {
         group->addAction(action);
         connect(action, &QAction::triggered, this, [this, i] {
             const bool isBestFirst = i == ResultModel::ScoreColumn || i == ResultModel::DateColumn;
-            m_view->sortByColumn(i, isBestFirst ? Qt::DescendingOrder : Qt::AscendingOrder);
+            view().sortByColumn(i, isBestFirst ? Qt::DescendingOrder : Qt::AscendingOrder);
         });
         connect(sort, &QMenu::aboutToShow, action, [this, action, i] {
-            action->setChecked(m_view->horizontalHeader()->sortIndicatorSection() == i);
+            action->setChecked(view().horizontalHeader()->sortIndicatorSection() == i);
         });
     }
 }
@@ -161,10 +144,10 @@ void SearchWindow::restoreLook() {
     const Settings& settings = m_program.session.settings();
     resize(fontMetrics().averageCharWidth() * 110, fontMetrics().height() * 42);
     restoreGeometry(bytesOf(settings, kGeometry));
-    if (!m_splitter->restoreState(bytesOf(settings, kSplitter))) {
-        m_splitter->setSizes({height(), height()});
+    if (!m_found->restoreState(bytesOf(settings, kSplitter))) {
+        m_found->setSizes({height(), height()});
     }
-    m_view->setColumns(bytesOf(settings, kColumns));
+    view().setColumns(bytesOf(settings, kColumns));
     m_tableForm->setChecked(settings.string(kForm) == "Table");
     m_actionBar->setVisible(!settings.boolean(kToolBar));
 }
@@ -172,9 +155,9 @@ void SearchWindow::restoreLook() {
 void SearchWindow::keepLook() {
     Settings& settings = m_program.session.settings();
     settings.set(kGeometry, asSetting(saveGeometry()));
-    settings.set(kSplitter, asSetting(m_splitter->saveState()));
-    settings.set(kColumns, asSetting(m_view->columns()));
-    settings.set(kForm, m_view->form() == ResultView::Form::Table ? "Table" : "Rows");
+    settings.set(kSplitter, asSetting(m_found->saveState()));
+    settings.set(kColumns, asSetting(view().columns()));
+    settings.set(kForm, view().form() == ResultView::Form::Table ? "Table" : "Rows");
     settings.set(kToolBar, m_actionBar->isHidden());
 }
 

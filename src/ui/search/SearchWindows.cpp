@@ -1,6 +1,5 @@
 #include "ui/search/SearchWindows.h"
 
-#include <QEvent>
 #include <QGuiApplication>
 #include <utility>
 
@@ -8,18 +7,11 @@ namespace siftwell {
 
 SearchWindows::SearchWindows(const Program& program, MakePreviewPane makePreview)
     : m_program(program), m_makePreview(std::move(makePreview)) {
-    qApp->installEventFilter(this);
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) { followActivity(state); });
 }
 
 SearchWindows::~SearchWindows() = default;
-
-// The end of the program closes its windows, which is not the user's doing.
-bool SearchWindows::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::Quit && m_main != nullptr) m_main->setIsEnding();
-    return QObject::eventFilter(watched, event);
-}
 
 ActiveSearch& SearchWindows::search() {
     if (m_search == nullptr) {

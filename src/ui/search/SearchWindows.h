@@ -34,9 +34,6 @@ public:
     SearchWindow* mainWindow() const { return m_main.get(); }
     MiniSearchWindow* miniWindow() const { return m_mini.get(); }
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     ActiveSearch& search();
     SearchWindow& main();

@@ -3,17 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-#include "base/ThreadPriority.h"
-
 namespace siftwell {
 
-Snippets::Snippets(QObject* parent) : QObject(parent) {}
-
-Snippets::~Snippets() {
-    m_thread.request_stop();
-    MutexLock lock(m_mutex);
-    m_work.notifyAll();
-}
+Snippets::Snippets(RunLoop& mainLoop, QObject* parent)
+    : QObject(parent), m_thread(mainLoop, "snippets") {}
 
 void Snippets::begin(const std::string& query, const std::set<std::string>& stopWords) {
     m_maker = std::make_shared<const SnippetMaker>(query, stopWords);
@@ -38,33 +31,27 @@ const Snippet* Snippets::find(const FoundRow& row, std::size_t columns) {
             m_wished.erase(m_wishes.back().key);
             m_wishes.pop_back();
         }
-        m_work.notifyAll();
     }
-    if (!m_thread.joinable()) {
-        m_thread = std::jthread([this](const std::stop_token& stop) { serve(stop); });
-    }
+    m_thread.run([this](const std::stop_token&) { return fulfilNewest(); });
     return nullptr;
 }
 
-void Snippets::serve(const std::stop_token& stop) {
-    nameThisThread("snippets");
-    for (Wish wish; take(wish, stop);) {
-        auto snippet =
-            wish.maker->snippetFor(wish.row, std::get<std::size_t>(wish.key)).value_or(Snippet());
-        QMetaObject::invokeMethod(
-            this,
-            [this, wish, made = std::move(snippet)]() mutable { keep(wish, std::move(made)); },
-            Qt::QueuedConnection);
-    }
+TaskThread::Done Snippets::fulfilNewest() {
+    const std::optional<Wish> wish = takeNewest();
+    if (!wish) return {};  // it was dropped
+    const auto columns = std::get<std::size_t>(wish->key);
+    return [this, wish = *wish,
+            snippet = wish->maker->snippetFor(wish->row, columns).value_or(Snippet())] {
+        keep(wish, snippet);
+    };
 }
 
-bool Snippets::take(Wish& wish, const std::stop_token& stop) {
+std::optional<Snippets::Wish> Snippets::takeNewest() {
     MutexLock lock(m_mutex);
-    while (m_wishes.empty() && !stop.stop_requested()) m_work.wait(m_mutex);
-    if (stop.stop_requested()) return false;
-    wish = std::move(m_wishes.front());
+    if (m_wishes.empty()) return std::nullopt;
+    Wish wish = std::move(m_wishes.front());
     m_wishes.pop_front();
-    return true;
+    return wish;
 }
 
 void Snippets::keep(const Wish& wish, Snippet snippet) {

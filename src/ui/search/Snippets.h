@@ -12,13 +12,14 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
-#include <thread>
 #include <tuple>
 
 #include "base/Mutex.h"
 #include "search/Snippet.h"
+#include "ui/background/TaskThread.h"
 
 namespace siftwell {
 
@@ -26,8 +27,8 @@ class Snippets : public QObject {
     Q_OBJECT
 
 public:
-    explicit Snippets(QObject* parent = nullptr);
-    ~Snippets() override;
+    // The loop outlives the object.
+    explicit Snippets(RunLoop& mainLoop, QObject* parent = nullptr);
 
     // For the rows of a new search; the old ones are forgotten. `query` in the engine's language.
     void begin(const std::string& query, const std::set<std::string>& stopWords);
@@ -48,8 +49,8 @@ private:
     static constexpr std::size_t kMostWishes = 64;
     static constexpr std::size_t kMostKept = 1000;
 
-    void serve(const std::stop_token& stop);
-    bool take(Wish& wish, const std::stop_token& stop);
+    TaskThread::Done fulfilNewest();
+    std::optional<Wish> takeNewest();
     void keep(const Wish& wish, Snippet snippet);
 
     std::shared_ptr<const SnippetMaker> m_maker;
@@ -58,9 +59,8 @@ private:
     std::set<Key> m_wished;
 
     Mutex m_mutex;
-    Condition m_work;
     std::deque<Wish> m_wishes SW_GUARDED_BY(m_mutex);
-    std::jthread m_thread;
+    TaskThread m_thread;
 };
 
 }  // namespace siftwell

@@ -1,8 +1,5 @@
 #include "ui/status/DocumentModel.h"
 
-#include <QDateTime>
-#include <QLocale>
-#include <QUrl>
 #include <algorithm>
 #include <limits>
 #include <set>
@@ -10,6 +7,7 @@
 #include <utility>
 
 #include "index/IndexNaming.h"
+#include "ui/Dates.h"
 #include "ui/Text.h"
 
 namespace siftwell {
@@ -20,11 +18,6 @@ constexpr int kRecordsKept = 4000;
 constexpr std::size_t kMaxWanted = 300;  // more than a screen shows; those scrolled past are left
 
 auto keyOf(const DocumentRow& row) { return std::tuple(row.index, row.document); }
-
-// As people read it: "…/Müller" rather than "…/M%C3%BCller".
-QString readable(const std::string& address) {
-    return QUrl(toQString(address)).toString(QUrl::PrettyDecoded);
-}
 
 }  // namespace
 
@@ -75,13 +68,13 @@ QVariant DocumentModel::data(const QModelIndex& index, int role) const {
         if (record == nullptr) return {};
         return QStringLiteral("<p>%1</p><p>%2</p>")
             .arg(toQString(record->title).toHtmlEscaped(),
-                 readable(record->url).left(2000).toHtmlEscaped());
+                 readableAddress(record->url).left(2000).toHtmlEscaped());
     }
     if (role != Qt::DisplayRole) return {};
     switch (index.column()) {
         case AddressColumn:
             if (const PropertyRecord* const record = recordAt(index.row())) {
-                return readable(record->url);
+                return readableAddress(record->url);
             }
             return {};
         case DateColumn:
@@ -94,9 +87,7 @@ QVariant DocumentModel::data(const QModelIndex& index, int role) const {
 }
 
 QString DocumentModel::dateText(const DocumentRow& document) const {
-    const Date date = Date::fromReference(document.date);
-    const auto seconds = static_cast<qint64>(date.secondsSinceUnix());
-    return QLocale().toString(QDateTime::fromSecsSinceEpoch(seconds), QLocale::ShortFormat);
+    return shortDateTime(Date::fromReference(document.date));
 }
 
 QVariant DocumentModel::headerData(int section, Qt::Orientation orientation, int role) const {

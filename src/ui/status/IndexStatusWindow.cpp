@@ -11,6 +11,7 @@
 #include <algorithm>
 
 #include "base/Translate.h"
+#include "ui/Explain.h"
 #include "ui/Text.h"
 
 namespace siftwell {
@@ -243,12 +244,7 @@ void IndexStatusWindow::showSources() {
 
 void IndexStatusWindow::setSwitch(const QString& source, bool isOn) {
     const Status status = m_program.driver.setSearchItemValue(source.toStdString(), "Index", isOn);
-    if (!status.isOk()) {
-        m_program.alerts.ask({.title = _("The source could not be changed."),
-                              .text = status.message(),
-                              .buttons = {_("OK")}},
-                             0);
-    }
+    explain(status, m_program.alerts, _("The source could not be changed."));
     showSources();
 }
 

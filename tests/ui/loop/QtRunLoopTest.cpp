@@ -1,8 +1,10 @@
 #include "ui/QtRunLoop.h"
 
+#include <atomic>
 #include <csignal>
 #include <thread>
 
+#include "ui/background/TaskThread.h"
 #include "ui/support/UiProgram.h"
 #include "ui/support/UiTest.h"
 
@@ -49,6 +51,23 @@ private Q_SLOTS:
         m_loop->post([] { kill(getpid(), SIGCHLD); });
         m_loop->run();
         m_loop->run();  // stopped already
+    }
+
+    void whatSupersedesATaskTellsItAndItsResultIsDropped() {
+        TaskThread thread(*m_loop, "tested");
+        std::atomic<bool> isRunning = false;
+        thread.run([this, &isRunning](const std::stop_token& stop) {
+            isRunning = true;
+            while (!stop.stop_requested()) std::this_thread::yield();
+            return note("superseded");
+        });
+        thread.run([this](const std::stop_token&) { return note("never begun"); });
+        while (!isRunning) std::this_thread::yield();
+        thread.runInstead([this](const std::stop_token&) { return note("instead"); });
+        thread.run([this](const std::stop_token&) { return note("after"); });
+        QVERIFY(m_loop->turnUntil([this] { return m_order.contains(QStringLiteral("after")); },
+                                  milliseconds(5000)));
+        QCOMPARE(m_order, words({"instead", "after"}));
     }
 
 private:

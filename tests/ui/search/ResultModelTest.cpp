@@ -3,6 +3,8 @@
 #include <QElapsedTimer>
 #include <QScrollBar>
 
+#include "ui/QtRunLoop.h"
+
 namespace siftwell {
 
 namespace {
@@ -85,7 +87,8 @@ void ResultModelTest::textsThatBeginAlikeAreSortedAsTheyAreCompared() {
 
 void ResultModelTest::selectionAndPlaceStayWhileBatchesArrive() {
     ResultModel model;
-    Snippets snippets;
+    const auto loop = makeQtRunLoop();
+    Snippets snippets(*loop);
     ResultView view(model, snippets);
     view.resize(400, 300);
     view.show();
@@ -121,7 +124,8 @@ void ResultModelTest::aBoundedListKeepsTheBest() {
 // Told, not judged: other work on the machine counts too.
 void ResultModelTest::longListsArriveInShortTurns() {
     ResultModel model;
-    Snippets snippets;
+    const auto loop = makeQtRunLoop();
+    Snippets snippets(*loop);
     ResultView view(model, snippets);
     view.resize(800, 600);
     view.show();

@@ -210,9 +210,8 @@ void SearchWindowTest::escapeClearsTheFieldThenClosesTheWindow() {
     QVERIFY(!m_f->window().isVisible());
     QCOMPARE(m_f->program.settings().string("ContentSearchVisible"), std::string("No"));
     m_f->windows().show();
-    QEvent quit(QEvent::Quit);
-    QApplication::sendEvent(qApp, &quit);
-    QVERIFY(!m_f->window().isVisible());
+    m_f->window().setIsEnding();
+    m_f->window().close();
     QCOMPARE(m_f->program.settings().string("ContentSearchVisible"), std::string("Yes"));
 }
 
@@ -314,7 +313,9 @@ void SearchWindowTest::aFilterIsProposedAndThePagesAreHeldAgainstIt() {
     sheet->accept();
     QCOMPARE(m_f->program.alerts.asked.size(), 1U);
     QVERIFY(m_f->program.alerts.asked[0].title.starts_with("You have added new filtering"));
+    QCOMPARE(m_f->program.commands.calls, std::vector<std::string>{"filter"});
     // The pass is followed by the same search.
+    QVERIFY(m_f->program.driver().applyFilters().isOk());
     QTRY_COMPARE_WITH_TIMEOUT(m_f->rowCount(), 0, SearchFixture::kLongest);
     QTRY_VERIFY(m_f->window().isEmptyPageShown());
 }
