@@ -72,8 +72,9 @@ public:
 
     // Whether this copy knows where to look for newer versions.
     bool canCheckForUpdate() const { return m_updater.canCheck(); }
-    // Looks at once. What is found is told by "SiftwellUpdateAvailableNotification".
-    void checkForUpdate() { m_updater.checkNow(); }
+    // Looks at once. What is found is told by "SiftwellUpdateAvailableNotification", and to who
+    // asked.
+    void checkForUpdate(VLUpdater::Told told = {}) { m_updater.checkNow(std::move(told)); }
 
     // What reads the sources, for whoever wants a page's bytes from one. Any thread.
     const IndexerFactory& indexerFactory() const { return m_makeIndexer; }

@@ -66,12 +66,11 @@ void ScanCycle::performRescan(Scope scope) {
     cancelTimer();
     if (scope == Scope::Everything) {
         if (!m_indexes.netConnectionAvailable()) {
-            if (!m_isNetworkDown) warnAboutNetwork();
-            m_isNetworkDown = true;
-            // Whoever waits for a scan is not to wait for the network.
+            // Whoever waits for a scan is not to wait for the network, nor for the user's answer.
             ++m_endedScans;
             m_wasLastComplete = false;
             scheduleRescan();
+            if (!std::exchange(m_isNetworkDown, true)) warnAboutNetwork();
             return;
         }
         m_isNetworkDown = false;

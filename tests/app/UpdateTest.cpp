@@ -214,6 +214,30 @@ TEST_F(UpdateTest, OlderAndEqualVersionsAreNoNews) {
     EXPECT_THAT(m_log.take(), IsEmpty());
 }
 
+TEST_F(UpdateTest, WhoAsksIsToldOnceWhatCameOfIt) {
+    std::vector<std::string> answers;
+    const auto ask = [&](const std::string& version) {
+        feed(itemOf(version));
+        m_updater->checkNow([&](const Result<bool>& isThereNewer) {
+            answers.emplace_back(!isThereNewer   ? isThereNewer.status().message()
+                                 : *isThereNewer ? "newer"
+                                                 : "none");
+        });
+        look();
+        m_updater->checkNow();
+        look();
+    };
+    begin(m_site.address("/feed"));
+    look();
+    ask("1.10");
+    ask("1.9");
+    m_site.page("/feed", {.status = 503, .body = ""});
+    m_updater->checkNow(
+        [&](const auto& isThereNewer) { answers.push_back(isThereNewer.status().message()); });
+    look();
+    EXPECT_THAT(answers, ElementsAre("newer", "none", "The server answered with status 503."));
+}
+
 TEST_F(UpdateTest, OnlySecureAddressesAreAsked) {
     feed(itemOf("1.10"));
     m_isPlainAllowed = false;

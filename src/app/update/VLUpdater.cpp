@@ -114,8 +114,10 @@ void VLUpdater::checkForUpdate() {
     if (isDue()) checkNow();
 }
 
-void VLUpdater::checkNow() {
-    if (canCheck() && m_load == nullptr) start();
+void VLUpdater::checkNow(Told told) {
+    if (!canCheck()) return;
+    if (told) m_told = std::move(told);
+    if (m_load == nullptr) start();
 }
 
 // A last look that lies ahead is one from before the clock was set.
@@ -137,7 +139,7 @@ void VLUpdater::start() {
     m_loadID = m_surroundings.loader.start(request, m_load);
     m_timer = m_surroundings.mainLoop.startTimer(kLongestLoad, [this] {
         breakOff();
-        judge(Status(StatusCode::Failed, "The feed took too long."));
+        conclude(Status(StatusCode::Failed, "The feed took too long."));
     });
 }
 
@@ -151,14 +153,22 @@ void VLUpdater::loadEnded(const FeedLoad& load, const Result<std::string>& feed)
     if (m_load.get() != &load) return;  // it was broken off meanwhile
     m_surroundings.mainLoop.cancelTimer(m_timer);
     m_load.reset();
-    judge(feed);
+    conclude(feed);
 }
 
-void VLUpdater::judge(const Result<std::string>& feed) {
+void VLUpdater::conclude(const Result<std::string>& feed) {
+    const Result<bool> isThereNewer = judge(feed);
+    if (!isThereNewer) {
+        writeLog(filledIn("Update check failed: %@", isThereNewer.status().message()));
+    }
+    if (const Told told = std::exchange(m_told, {})) told(isThereNewer);
+}
+
+Result<bool> VLUpdater::judge(const Result<std::string>& feed) {
     const auto best = feed ? bestItemOfAppcast(*feed, *m_feed)
                            : Result<std::optional<AppcastItem>>(feed.status());
-    if (!best) return writeLog(filledIn("Update check failed: %@", best.status().message()));
-    if (!best->has_value() || (*best)->version <= *m_version) return;
+    if (!best) return best.status();
+    if (!best->has_value() || (*best)->version <= *m_version) return false;
     const AppcastItem& item = **best;
     const std::string url = item.link ? item.link->absoluteString() : "";
     writeLog(filledIn("Version %@ is available: %@", item.versionText, url));
@@ -166,6 +176,7 @@ void VLUpdater::judge(const Result<std::string>& feed) {
         "SiftwellUpdateAvailableNotification",
         PropertyList::Dictionary{
             {"version", item.versionText}, {"url", url}, {"notes", item.notes}});
+    return true;
 }
 
 }  // namespace siftwell

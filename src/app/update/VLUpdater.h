@@ -11,6 +11,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -41,6 +42,9 @@ public:
         AlsoPlainOnHost,  // and http from 127.0.0.1, for tests
     };
 
+    // What came of a look: whether there is a newer version, or why nobody knows.
+    using Told = std::function<void(const Result<bool>& isThereNewer)>;
+
     // Without an address, or with one that may not be used, it never looks.
     VLUpdater(const Surroundings& surroundings, std::string_view feedAddress,
               Transport transport = Transport::Secure);
@@ -58,8 +62,8 @@ public:
     void checkForUpdate();
     // Whether there is an address to look at.
     bool canCheck() const { return m_feed && m_version; }
-    // Looks whether that is due or not.
-    void checkNow();
+    // Looks whether that is due or not, and tells who asked last, if there is anything to look at.
+    void checkNow(Told told = {});
     bool isChecking() const { return m_load != nullptr; }
 
 private:
@@ -69,7 +73,8 @@ private:
     void start();
     void loadEnded(const FeedLoad& load, const Result<std::string>& feed);
     void breakOff();
-    void judge(const Result<std::string>& feed);
+    void conclude(const Result<std::string>& feed);
+    Result<bool> judge(const Result<std::string>& feed);
 
     const Surroundings m_surroundings;
     const std::optional<Url> m_feed;
@@ -81,6 +86,7 @@ private:
     std::shared_ptr<FeedLoad> m_load;  // while one is under way
     URLLoader::LoadID m_loadID = 0;
     RunLoop::TimerID m_timer = 0;
+    Told m_told;
 
     // Lets an end that is posted find out that the updater is gone.
     std::shared_ptr<VLUpdater*> m_self = std::make_shared<VLUpdater*>(this);

@@ -2,7 +2,7 @@
 
 #include <QFormLayout>
 #include <QGroupBox>
-#include <QPushButton>
+#include <QPointer>
 #include <QSystemTrayIcon>
 #include <QVBoxLayout>
 
@@ -19,12 +19,21 @@ constexpr int kMostDownloads = 16;
 }  // namespace
 
 GeneralPage::GeneralPage(const Program& program, PrefsEdits& edits, const GlobalHotKey* hotKey)
-    : m_program(program), m_controls(edits), m_hotKey(hotKey) {
+    : m_program(program),
+      m_controls(edits),
+      m_hotKey(hotKey),
+      m_look(new QPushButton(q_("Look &Now"))),
+      m_lookResult(explanation({})) {
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(makeIndexing());
     layout->addWidget(makeWindows());
     layout->addWidget(makeUpdates());
     layout->addStretch();
+}
+
+void GeneralPage::load() {
+    m_controls.load();
+    if (m_look->isEnabled()) m_lookResult->hide();  // what was said is old
 }
 
 QWidget* GeneralPage::makeIndexing() {
@@ -81,22 +90,38 @@ QWidget* GeneralPage::makeUpdates() {
     auto* layout = new QVBoxLayout(group);
     layout->addWidget(m_controls.checkBox(q_("Start Siftwell when I log &in"), "LaunchAtLogin"));
     auto* check = m_controls.checkBox(q_("Look for &newer versions"), "CheckForUpdates");
-    auto* now = new QPushButton(q_("Look &Now"));
-    connect(now, &QPushButton::clicked, this, [this, now] {
-        m_program.driver.checkForUpdate();
-        now->setEnabled(false);  // the answer is a notice of its own
-    });
+    connect(m_look, &QPushButton::clicked, this, &GeneralPage::lookForUpdate);
     auto* row = new QHBoxLayout;
     row->addWidget(check);
     row->addStretch();
-    row->addWidget(now);
+    row->addWidget(m_look);
     layout->addLayout(row);
+    layout->addWidget(m_lookResult);
+    m_lookResult->hide();
     if (!m_program.driver.canCheckForUpdate()) {
         check->setEnabled(false);
-        now->hide();
+        m_look->hide();
         layout->addWidget(explanationBelow(q_("This copy is kept up to date by your system.")));
     }
     return group;
+}
+
+void GeneralPage::lookForUpdate() {
+    m_look->setEnabled(false);
+    m_lookResult->setText(q_("Looking…"));
+    m_lookResult->show();
+    m_program.driver.checkForUpdate([page = QPointer(this)](const Result<bool>& isThereNewer) {
+        if (page != nullptr) page->showLook(isThereNewer);
+    });
+}
+
+void GeneralPage::showLook(const Result<bool>& isThereNewer) {
+    m_look->setEnabled(true);
+    m_lookResult->setToolTip(toQString(isThereNewer.status().message()));
+    m_lookResult->setText(!isThereNewer   ? q_("It could not be found out whether there is a newer "
+                                                 "version. Please try again later.")
+                          : *isThereNewer ? q_("There is a newer version.")
+                                          : q_("This is the newest version."));
 }
 
 }  // namespace siftwell

@@ -3,6 +3,8 @@
 // Threads: main.
 #pragma once
 
+#include <QLabel>
+#include <QPushButton>
 #include <QWidget>
 
 #include "ui/Program.h"
@@ -18,17 +20,21 @@ public:
     // `hotKey` outlives the page; null where nothing can be said of it.
     GeneralPage(const Program& program, PrefsEdits& edits, const GlobalHotKey* hotKey);
 
-    void load() { m_controls.load(); }
+    void load();
 
 private:
     QWidget* makeIndexing();
     QWidget* makeWindows();
     QWidget* makeIconNote();
     QWidget* makeUpdates();
+    void lookForUpdate();
+    void showLook(const Result<bool>& isThereNewer);
 
     const Program m_program;
     SettingControls m_controls;
     const GlobalHotKey* const m_hotKey;
+    QPushButton* m_look;
+    QLabel* m_lookResult;
 };
 
 }  // namespace siftwell
