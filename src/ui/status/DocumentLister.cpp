@@ -8,6 +8,7 @@ namespace siftwell {
 namespace {
 
 constexpr std::chrono::milliseconds kPause(5);
+constexpr int kMostPauses = 4;  // for each piece that is read
 
 }  // namespace
 
@@ -79,8 +80,10 @@ void DocumentLister::handOver(DocumentWalk& walk, const std::stop_token& stop) {
     });
 }
 
+// Some time only: a search keeps the priority for seconds after its last row.
 void DocumentLister::letSearchesPass(const std::stop_token& stop) const {
-    while (m_indexes.cancelForPriorityThread() && !stop.stop_requested()) {
+    for (int i = 0; i < kMostPauses && m_indexes.cancelForPriorityThread(); ++i) {
+        if (stop.stop_requested()) return;
         std::this_thread::sleep_for(kPause);
     }
 }

@@ -1,7 +1,6 @@
 // DocumentLister: keeps the list of a query true, on a thread of its own.
 //
-// A new query supersedes the one before at once. While a search has the priority, the indexes are
-// left to it.
+// A new query supersedes the one before at once. While a search has the priority, it is given room.
 //
 // Threads: main.
 #pragma once
