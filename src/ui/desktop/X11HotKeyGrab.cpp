@@ -1,14 +1,10 @@
 #include "ui/desktop/X11HotKeyGrab.h"
 
-#include <qguiapplication_platform.h>
-#include <xcb/xcb.h>
-
 #include <QGuiApplication>
-#include <cstdlib>
-#include <memory>
 
 #include "ui/Text.h"
 #include "ui/desktop/X11Keyboard.h"
+#include "ui/desktop/X11Server.h"
 
 namespace siftwell {
 
@@ -16,18 +12,13 @@ namespace {
 
 constexpr std::uint8_t kSentBySomebody = 0x80;
 
-xcb_connection_t* connectionOfProgram() {
-    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 == nullptr ? nullptr : x11->connection();
-}
-
 }  // namespace
 
-bool X11HotKeyGrab::isPossible() { return connectionOfProgram() != nullptr; }
+bool X11HotKeyGrab::isPossible() { return x11Server() != nullptr; }
 
 X11HotKeyGrab::X11HotKeyGrab(Handlers handlers)
-    : m_handlers(std::move(handlers)), m_connection(connectionOfProgram()) {
-    m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
+    : m_handlers(std::move(handlers)), m_connection(x11Server()) {
+    m_root = rootWindow(*m_connection);
     qGuiApp->installNativeEventFilter(this);
 }
 
@@ -71,8 +62,7 @@ Status X11HotKeyGrab::grabKey(std::uint8_t keycode, std::uint16_t modifiers) {
         const auto all = static_cast<std::uint16_t>(modifiers | locks);
         const auto asked = xcb_grab_key_checked(m_connection, 1, m_root, all, keycode,
                                                 XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-        const std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> error(
-            xcb_request_check(m_connection, asked), &std::free);
+        const X11Reply<xcb_generic_error_t> error(xcb_request_check(m_connection, asked));
         if (error != nullptr) {
             return {StatusCode::Busy, filledIn(_("Another program uses the hot key %@ already."),
                                                textOf(m_key).toStdString())};

@@ -1,7 +1,6 @@
 #include "ui/desktop/X11Keyboard.h"
 
-#include <cstdlib>
-#include <memory>
+#include "ui/desktop/X11Server.h"
 
 namespace siftwell {
 
@@ -14,12 +13,6 @@ constexpr std::uint32_t kScrollLock = 0xff14;
 // Codes of keys begin here, which are otherwise the kernel's.
 constexpr int kFirstPlace = 8;
 
-struct Freed {
-    void operator()(void* reply) const { std::free(reply); }
-};
-template <typename Reply>
-using ReplyOf = std::unique_ptr<Reply, Freed>;
-
 }  // namespace
 
 X11Keyboard::X11Keyboard(xcb_connection_t* connection) {
@@ -28,13 +21,13 @@ X11Keyboard::X11Keyboard(xcb_connection_t* connection) {
     const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
     const auto keysymsAsked = xcb_get_keyboard_mapping(connection, m_first, count);
     const auto modifiersAsked = xcb_get_modifier_mapping(connection);
-    if (const ReplyOf<xcb_get_keyboard_mapping_reply_t> reply{
+    if (const X11Reply<xcb_get_keyboard_mapping_reply_t> reply{
             xcb_get_keyboard_mapping_reply(connection, keysymsAsked, nullptr)}) {
         m_keysymsPerKey = reply->keysyms_per_keycode;
         const xcb_keysym_t* first = xcb_get_keyboard_mapping_keysyms(reply.get());
         m_keysyms.assign(first, first + xcb_get_keyboard_mapping_keysyms_length(reply.get()));
     }
-    if (const ReplyOf<xcb_get_modifier_mapping_reply_t> reply{
+    if (const X11Reply<xcb_get_modifier_mapping_reply_t> reply{
             xcb_get_modifier_mapping_reply(connection, modifiersAsked, nullptr)}) {
         const xcb_keycode_t* key = xcb_get_modifier_mapping_keycodes(reply.get());
         for (int modifier = 0; modifier < 8; ++modifier) {

@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "ui/Text.h"
+#include "ui/desktop/FrontProgram.h"
 
 namespace siftwell {
 
@@ -68,6 +69,15 @@ QWidget* GeneralPage::makeWindows() {
                                           "SearchPaletteFloats"));
     layout->addWidget(m_controls.checkBox(q_("&Hide the search window while I use another program"),
                                           "SearchPaletteHides"));
+    auto* inBrowser =
+        m_controls.checkBox(q_("Show the search window only while a &browser is in front"),
+                            "SearchPaletteOnlyInBrowser");
+    layout->addWidget(inBrowser);
+    if (!FrontProgram::isPossible()) {
+        inBrowser->setEnabled(false);
+        layout->addWidget(
+            explanationBelow(q_("This desktop does not say which program is in front.")));
+    }
     return group;
 }
 

@@ -1,14 +1,30 @@
 #include "ui/search/SearchWindows.h"
 
-#include <QGuiApplication>
+#include <QApplication>
+#include <QWindow>
 #include <utility>
 
 namespace siftwell {
+
+namespace {
+
+// The keyboard stays where it is. The widget's attribute alone counts only when its window is made.
+void showUnfocused(QWidget& window) {
+    constexpr const char* kUnfocused = "_q_showWithoutActivating";
+    if (window.windowHandle() != nullptr) window.windowHandle()->setProperty(kUnfocused, true);
+    window.show();
+    window.windowHandle()->setProperty(kUnfocused, {});
+}
+
+}  // namespace
 
 SearchWindows::SearchWindows(const Program& program, MakePreviewPane makePreview)
     : m_program(program), m_makePreview(std::move(makePreview)) {
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) { followActivity(state); });
+    m_preferenceChanges = program.session.centre().observe(
+        "SiftwellPreferenceChangeNotification", [this](const PropertyList&) { takeSettings(); });
+    takeSettings();
 }
 
 SearchWindows::~SearchWindows() = default;
@@ -60,7 +76,9 @@ void SearchWindows::returnToMain() {
 void SearchWindows::applicationDidBecomeActive(bool isAnyWindowOpen) {
     if (!m_program.session.settings().boolean("ShowWindowOnActivate")) return;
     if (!isAnyWindowOpen) return show();
-    if (m_main != nullptr && m_main->isMinimized()) m_main->bringUp();
+    if (m_main == nullptr || !m_main->isVisible()) return;
+    if (m_main->isMinimized()) m_main->bringUp();
+    m_main->field().setFocus();
 }
 
 void SearchWindows::followActivity(Qt::ApplicationState state) {
@@ -70,6 +88,29 @@ void SearchWindows::followActivity(Qt::ApplicationState state) {
         m_main->hide();
     } else if (state == Qt::ApplicationActive && std::exchange(m_isHiddenWithProgram, false)) {
         m_main->show();
+    }
+}
+
+void SearchWindows::takeSettings() {
+    const bool isWanted = FrontProgram::isPossible() &&
+                          m_program.session.settings().boolean("SearchPaletteOnlyInBrowser");
+    if (isWanted == (m_front != nullptr)) return;
+    m_front.reset();
+    if (!isWanted) return;
+    m_front = std::make_unique<FrontProgram>();
+    connect(m_front.get(), &FrontProgram::changed, this, &SearchWindows::followFrontProgram);
+}
+
+// Between two windows nobody is in front; that changes nothing.
+void SearchWindows::followFrontProgram() {
+    if (m_main == nullptr || QApplication::activeModalWidget() != nullptr) return;
+    const FrontProgram::Kind kind = m_front->kind();
+    if (kind == FrontProgram::Kind::Other && m_main->isVisible()) {
+        m_isHiddenUntilBrowser = true;
+        m_main->hide();
+    } else if (kind == FrontProgram::Kind::Browser &&
+               std::exchange(m_isHiddenUntilBrowser, false)) {
+        showUnfocused(*m_main);
     }
 }
 

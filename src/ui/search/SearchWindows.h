@@ -9,6 +9,7 @@
 #include <string>
 
 #include "ui/Program.h"
+#include "ui/desktop/FrontProgram.h"
 #include "ui/search/ActiveSearch.h"
 #include "ui/search/MiniSearchWindow.h"
 #include "ui/search/SearchWindow.h"
@@ -40,10 +41,15 @@ private:
     MiniSearchWindow& mini();
     void returnToMain();
     void followActivity(Qt::ApplicationState state);
+    void takeSettings();
+    void followFrontProgram();
 
     const Program m_program;
     const MakePreviewPane m_makePreview;
     bool m_isHiddenWithProgram = false;
+    bool m_isHiddenUntilBrowser = false;
+    std::unique_ptr<FrontProgram> m_front;  // while it matters
+    NotificationCentre::Observation m_preferenceChanges;
     std::unique_ptr<ActiveSearch> m_search;
     std::unique_ptr<SearchWindow> m_main;
     std::unique_ptr<MiniSearchWindow> m_mini;

@@ -1,13 +1,12 @@
 #include "ui/desktop/DesktopTest.h"
 #include "ui/desktop/PortalHotKeyGrabTest.h"
-#include "ui/desktop/X11HotKeyGrabTest.h"
+#include "ui/desktop/X11Test.h"
 #include "ui/support/UiTest.h"
 
-// As a program of its own, this one grabs the key for X11HotKeyGrabTest.
+// Some of X11Test's programs are this one.
 int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsSet("SIFTWELL_TEST_GRAB")) {
-        return siftwell::grabAndTell(argc, argv);
-    }
+    const QString role = qEnvironmentVariable("SIFTWELL_TEST_ROLE");
+    if (!role.isEmpty()) return siftwell::playRole(role, argc, argv);
     return siftwell::runUiTests<siftwell::DesktopTest, siftwell::PortalHotKeyGrabTest,
-                                siftwell::X11HotKeyGrabTest>(argc, argv);
+                                siftwell::X11Test>(argc, argv);
 }
