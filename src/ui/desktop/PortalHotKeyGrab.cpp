@@ -73,10 +73,13 @@ void PortalHotKeyGrab::grab(const HotKey& key) {
 void PortalHotKeyGrab::release() {
     m_key = {};
     m_request.clear();
-    if (m_session.isEmpty()) return;
+    closeSession(std::exchange(m_session, {}));
+}
+
+void PortalHotKeyGrab::closeSession(const QString& session) {
+    if (!session.startsWith(kPath)) return;
     m_bus.send(
-        QDBusMessage::createMethodCall(kService, m_session, kSession, QStringLiteral("Close")));
-    m_session.clear();
+        QDBusMessage::createMethodCall(kService, session, kSession, QStringLiteral("Close")));
 }
 
 QString PortalHotKeyGrab::expectAnswer(const char* slot) {
@@ -99,20 +102,19 @@ void PortalHotKeyGrab::call(const QString& method, const QVariantList& arguments
 }
 
 void PortalHotKeyGrab::createSession() {
-    const QString token = expectAnswer(SLOT(sessionAnswered(uint, QVariantMap)));
+    const QString token = expectAnswer(SLOT(sessionAnswered(uint, QVariantMap, QDBusMessage)));
     call(QStringLiteral("CreateSession"),
          {QVariantMap{{QStringLiteral("handle_token"), token},
                       {QStringLiteral("session_handle_token"), token}}});
 }
 
-void PortalHotKeyGrab::sessionAnswered(uint response, const QVariantMap& results) {
-    if (m_key.isNone() || !m_session.isEmpty()) return;  // given up meanwhile
+void PortalHotKeyGrab::sessionAnswered(uint response, const QVariantMap& results,
+                                       const QDBusMessage& answer) {
+    const QString session = results.value(QStringLiteral("session_handle")).toString();
+    if (answer.path() != m_request) return closeSession(session);  // given up meanwhile
     if (response != 0) return fail(_("It was refused."));
-    m_session = results.value(QStringLiteral("session_handle")).toString();
-    if (!m_session.startsWith(kPath)) {
-        m_session.clear();
-        return fail(_("The answer of the desktop makes no sense."));
-    }
+    if (!session.startsWith(kPath)) return fail(_("The answer of the desktop makes no sense."));
+    m_session = session;
     bindShortcut();
 }
 

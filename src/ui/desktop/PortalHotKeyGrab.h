@@ -26,7 +26,7 @@ public:
     void release() override;
 
 private Q_SLOTS:
-    void sessionAnswered(uint response, const QVariantMap& results);
+    void sessionAnswered(uint response, const QVariantMap& results, const QDBusMessage& answer);
     void shortcutsAnswered(uint response, const QVariantMap& results);
     void activated(const QDBusMessage& signal);
 
@@ -35,6 +35,7 @@ private:
     QString expectAnswer(const char* slot);
     void call(const QString& method, const QVariantList& arguments);
     void createSession();
+    void closeSession(const QString& session);
     void bindShortcut();
     void fail(const QDBusError& error);
     void fail(const std::string& reason);

@@ -48,6 +48,10 @@ void TrayIcon::observe() {
             if (const auto* text = status.asString()) m_state = toQString(*text);
             if (!m_rest.isActive()) m_rest.start();
         }));
+    m_observations.push_back(
+        centre.observe("SiftwellIndexingToggleNotification", [this](const PropertyList&) {
+            if (!m_rest.isActive()) m_rest.start();
+        }));
     m_observations.push_back(centre.observe("SiftwellPreferenceChangeNotification",
                                             [this](const PropertyList&) { applyPreferences(); }));
 }
