@@ -137,13 +137,16 @@ void AppController::warnAboutOldFormat() {
     settings.set("IndexFormatWarningShown", true);
 }
 
-void AppController::handlePreferenceChange() { m_updater.autoConfigure(); }
+void AppController::handlePreferenceChange() {
+    m_updater.autoConfigure();
+    m_cycle.takeInterval();
+}
 
 // ---- Start and end
 
 void AppController::applicationDidFinishLaunching() {
     Settings& settings = m_session.settings();
-    settings.set("FirstRunExplanationShown", true);
+    if (m_windows != nullptr) settings.set("FirstRunExplanationShown", true);
     const auto lastScan = settings.date("LastIndexScanDate");
     const bool isFirstScan = !lastScan || *lastScan <= Date::distantPast();
     if (isFirstScan && m_isLoaderDone) {

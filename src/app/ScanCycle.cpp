@@ -50,7 +50,9 @@ ScanCycle::ScanCycle(const Surroundings& surroundings)
           .indexerDone =
               [this](const std::shared_ptr<SearchItemRecord>& record, const SearchItem& stored) {
                   postToMain([this, record, stored] { indexerDone(record, stored); });
-              }} {}
+              }} {
+    m_minutesBetweenScans = surroundings.settings.real("MinutesBetweenScans");
+}
 
 ScanCycle::~ScanCycle() { cancelTimer(); }
 
@@ -120,6 +122,13 @@ void ScanCycle::purgeURLCache() {
     if (m_cachePurgeDate && now <= *m_cachePurgeDate) return;
     m_cachePurgeDate = now + kSecondsPerDay;
     m_surroundings.emptyURLCache();
+}
+
+void ScanCycle::takeInterval() {
+    const double minutes = m_surroundings.settings.real("MinutesBetweenScans");
+    if (std::exchange(m_minutesBetweenScans, minutes) == minutes || m_isScanLocked) return;
+    cancelTimer();
+    scheduleRescan();
 }
 
 void ScanCycle::scheduleRescan() {

@@ -56,6 +56,9 @@ public:
     explicit ScanCycle(const Surroundings& surroundings);
     ~ScanCycle();
 
+    // The time between scans may be another now: the next one begins by it.
+    void takeInterval();
+
     // ---- Starting
 
     void indexNow() { performRescan(Scope::Everything); }
@@ -113,6 +116,7 @@ private:
     std::optional<Scope> m_scopeWaiting;  // of a scan that was put off because another one ran
     std::optional<Date> m_scanStart;
     bool m_isNetworkDown = false;
+    double m_minutesBetweenScans = 0;  // that the timer goes by
     bool m_wasTimerPendingAtSleep = false;
     std::uint64_t m_endedScans = 0;
     bool m_wasLastComplete = false;

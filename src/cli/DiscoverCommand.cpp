@@ -146,7 +146,10 @@ ExitStatus runDiscover(const SourcesOptions& options, const CommandContext& cont
 void tellOfBrowsers(const CommandContext& context) {
     const auto session = Session::open(context.paths, Session::Purpose::Reading, context.mainLoop);
     // Whoever starts the program will be told why this does not work.
-    if (!session || (*session)->settings().boolean("FirstRunExplanationShown")) return;
+    if (!session) return;
+    const Settings& settings = (*session)->settings();
+    const Date lastScan = settings.date("LastIndexScanDate").value_or(Date::distantPast());
+    if (settings.boolean("FirstRunExplanationShown") || lastScan > Date::distantPast()) return;
     const Browsers browsers = browsersBeside(**session);
     if (itemsIn(browsers, State::New).empty()) return;
     context.console.message(

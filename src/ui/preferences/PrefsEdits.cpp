@@ -13,7 +13,7 @@ namespace {
 // What other values a scan would work by.
 const std::set<std::string>& keysOfScans() {
     static const std::set<std::string> keys{"UseContentExtractors", "DaysToSearch",
-                                            "IndexProtectedPages"};
+                                            "IndexProtectedPages", "MinutesBetweenScans"};
     return keys;
 }
 
@@ -35,6 +35,10 @@ SearchItem merged(const EditedItem& edited, const SearchItem& current) {
 bool isChanged(const EditedItem& edited) {
     if (!edited.stored) return !edited.isRemoved && (!edited.isOffered || edited.item.Index);
     return edited.isRemoved || edited.item != *edited.stored;
+}
+
+bool contains(const std::vector<URLFilter>& filters, const URLFilter& filter) {
+    return std::find(filters.begin(), filters.end(), filter) != filters.end();
 }
 
 }  // namespace
@@ -83,9 +87,7 @@ void PrefsEdits::set(const std::string& key, PropertyList value) {
 bool PrefsEdits::hasNewFilters() const {
     if (m_areFiltersUnchecked) return true;
     return std::any_of(m_filters.begin(), m_filters.end(), [this](const URLFilter& filter) {
-        return filter.Enabled && !filter.String.empty() &&
-               std::find(m_storedFilters.begin(), m_storedFilters.end(), filter) ==
-                   m_storedFilters.end();
+        return filter.Enabled && !filter.String.empty() && !contains(m_storedFilters, filter);
     });
 }
 
@@ -113,18 +115,34 @@ bool PrefsEdits::storeItems() {
     return true;
 }
 
+// What others added or took away meanwhile holds.
+std::vector<URLFilter> PrefsEdits::mergedFilters() const {
+    const std::vector<URLFilter> current = urlFiltersIn(m_session.settings().array("URLFilters"));
+    std::vector<URLFilter> result = m_filters;
+    std::erase_if(result, [&](const URLFilter& filter) {
+        return contains(m_storedFilters, filter) && !contains(current, filter);
+    });
+    std::copy_if(current.begin(), current.end(), std::back_inserter(result),
+                 [&](const URLFilter& filter) {
+                     return !contains(m_storedFilters, filter) && !contains(result, filter);
+                 });
+    return result;
+}
+
 bool PrefsEdits::storeFilters() {
     if (m_filters == m_storedFilters) return false;
     PrefsController& preferences = m_session.preferences();
-    if (m_filters == defaultURLFilters()) {
+    std::vector<URLFilter> filters = mergedFilters();
+    if (filters == defaultURLFilters()) {
         preferences.resetFilters();
     } else {
-        preferences.mutableURLFilterArray() = m_filters;
+        preferences.mutableURLFilterArray() = std::move(filters);
     }
     return true;
 }
 
 PrefsEdits::Changes PrefsEdits::confirm() {
+    m_areFiltersUnchecked = m_session.preferences().takeFiltersChanged();  // by others
     Changes changes{
         .hasSources = storeItems(), .hasFilters = storeFilters(), .hasValues = !m_values.empty()};
     changes.concernsScans = changes.hasSources || changes.hasFilters;
@@ -138,7 +156,6 @@ PrefsEdits::Changes PrefsEdits::confirm() {
                                                           {});
     }
     static_cast<void>(m_session.preferences().takeFiltersChanged());
-    m_areFiltersUnchecked = false;
     m_values.clear();
     return changes;
 }

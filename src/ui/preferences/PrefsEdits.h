@@ -63,6 +63,7 @@ public:
 
 private:
     bool storeItems();
+    std::vector<URLFilter> mergedFilters() const;
     bool storeFilters();
 
     Session& m_session;

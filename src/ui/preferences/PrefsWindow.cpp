@@ -223,10 +223,8 @@ void PrefsWindow::closeWindow() {
 
 void PrefsWindow::applicationWillTerminate() {
     if (m_state == State::Waiting) return reject();
-    if (m_state == State::Ending) {
-        m_isQuitting = true;  // whoever asks the question goes on to store
-        hide();
-    }
+    m_isQuitting = true;
+    if (m_state == State::Ending) hide();  // a question is asked
     if (!isEditing()) return;
     m_state = State::Ending;
     m_search->hotkey().finishHotkey(HotkeyAnswer::Cancel);
@@ -237,12 +235,12 @@ void PrefsWindow::applicationWillTerminate() {
 // ---- Storing
 
 PrefsEdits::Changes PrefsWindow::commitSettings(bool isAsking) {
+    const bool hasNewFilters = m_edits.hasNewFilters();
+    const PrefsEdits::Changes changes = m_edits.confirm();  // whatever becomes of the questions
     if (isAsking) askAboutLaunch();
-    const bool isFiltering = isAsking && !m_isQuitting && m_edits.hasNewFilters() &&
-                             isFilterPassWanted(m_program.alerts);
-    const PrefsEdits::Changes changes = m_edits.confirm();
     applyLaunch();
-    if (isFiltering) {
+    // At the end of the program there is no time to filter the pages.
+    if (isAsking && hasNewFilters && !m_isQuitting && isFilterPassWanted(m_program.alerts)) {
         m_program.session.centre().postMainThreadNotificationName(
             "SiftwellIndexFilterRequestNotification", {});
     }
@@ -260,7 +258,7 @@ void PrefsWindow::askAboutLaunch() {
          .text = _("It then indexes the pages that you visit from the start, in the background."),
          .buttons = {_("Yes"), _("No")}},
         0);
-    if (answer != 0) m_edits.set("LaunchAtLogin", false);
+    if (answer != 0) settings.set("LaunchAtLogin", false);
 }
 
 void PrefsWindow::applyLaunch() {

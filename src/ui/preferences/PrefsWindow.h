@@ -67,7 +67,7 @@ private:
     const Program m_program;
     PrefsEdits m_edits;
     State m_state = State::Closed;
-    bool m_isQuitting = false;  // since the program ends while a question is asked
+    bool m_isQuitting = false;  // the program is about to end
     QTimer m_looks;
     QElapsedTimer m_waiting;
     WaitSheet* m_sheet = nullptr;  // while there is something to wait for

@@ -183,6 +183,18 @@ private Q_SLOTS:
         QCOMPARE(confirm([] {}), 1U);
     }
 
+    void whatOthersFilterMeanwhileIsKept() {
+        open(FiltersTab);
+        QVERIFY(m_program->driver().addURLFilter("/theirs/").isOk());
+        button("Add", FiltersTab)->click();
+        type(field("Text of the filter"), "/mine/");
+        m_window->accept();
+        const auto filters = urlFiltersIn(m_program->settings().array("URLFilters"));
+        QCOMPARE(filters.size(), defaultURLFilters().size() + 2);
+        QCOMPARE(filters.end()[-2].String, std::string("/mine/"));
+        QCOMPARE(filters.end()[-1].String, std::string("/theirs/"));
+    }
+
     void theHotKeyIsOffWhileAnotherIsChosen() {
         open();
         HotkeyField& hotkey = m_window->hotkey();
