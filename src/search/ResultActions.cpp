@@ -27,8 +27,14 @@ bool copyURL(const ResultRow& row, Desktop& desktop) {
 
 std::string proposedFilter(const ResultRow& row) {
     const auto url = urlOf(row);
-    if (!url) return "";
-    return repairedUtf8(url->host().value_or("") + url->path().value_or(""));
+    if (!url || (!url->host() && !url->path())) return "";
+    std::string_view address = row.url;
+    address.remove_prefix(std::min(address.find(':') + 1, address.size()));
+    if (address.starts_with("//")) address.remove_prefix(2);
+    address = address.substr(0, address.find_first_of("?#"));
+    const std::size_t host = address.substr(0, address.find('/')).rfind('@');
+    if (host != std::string_view::npos) address.remove_prefix(host + 1);
+    return repairedUtf8(address);
 }
 
 bool canOpenPreviewed(const std::string& webURL) {
