@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "app/FetchedFeed.h"
+#include "ui/Explain.h"
 #include "ui/Text.h"
 #include "ui/preview/FindBar.h"
 #include "ui/preview/PreviewMessage.h"
@@ -24,13 +25,17 @@ namespace siftwell {
 namespace {
 
 constexpr int kPatience = 400;         // ms
-constexpr int kLongestGesture = 2000;  // ms, from a click to what it leads to
+constexpr int kLongestGesture = 2000;  // ms, from a click or key to what it leads to
 
 bool mayBeOpened(const QUrl& url) {
     constexpr std::array kSchemes = {"http", "https", "feed", "mailto"};
     return std::any_of(kSchemes.begin(), kSchemes.end(), [&url](const char* scheme) {
         return url.scheme() == QLatin1String(scheme);
     });
+}
+
+bool isReturn(const QKeyEvent& event) {
+    return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
 }
 
 // An address as Qt has it.
@@ -201,6 +206,7 @@ void WebPreviewPane::endWaiting() {
 // What comes of it from now on does not count.
 void WebPreviewPane::leave() {
     ++m_load;
+    ++m_visit;
     m_hasPage = false;
     if (m_engine) m_engine->leave();
 }
@@ -217,6 +223,7 @@ void WebPreviewPane::showRow(const ResultRow& row, const std::string& query) {
     const QString url = toQString(row.url);
     if (!url.isEmpty() && url == webURL()) return;
     m_query = query;
+    ++m_visit;
     setWebURL(url);
     beginWaiting();
     m_findBar->forget();
@@ -244,6 +251,7 @@ void WebPreviewPane::visit(const PreviewContent& content) {
         return getFeed(*live, [this] { fail({}); });
     }
     if (!startEngine()) return fail({});
+    ++m_visit;
     const Settings& settings = m_program.session.settings();
     m_engine->show(targetOf(content),
                    {.areImagesShown = settings.boolean("LoadImages"),
@@ -258,9 +266,9 @@ void WebPreviewPane::visit(const PreviewContent& content) {
 // Handled in a later turn: some of what follows leaves the page.
 PreviewEngine::Events WebPreviewPane::eventsOf(const std::optional<Url>& address) {
     const auto later = [this](auto function) {
-        return [this, load = m_load, function](auto... arguments) {
-            const auto call = [this, load, function, arguments...] {
-                if (load == m_load) function(arguments...);
+        return [this, current = m_visit, function](auto... arguments) {
+            const auto call = [this, current, function, arguments...] {
+                if (current == m_visit) function(arguments...);
             };
             QMetaObject::invokeMethod(this, call, Qt::QueuedConnection);
         };
@@ -345,16 +353,19 @@ void WebPreviewPane::find(const QString& text, bool isBackward) {
     });
 }
 
-// Scripts can click, too; a click of a person's leads to one page at most.
+// Scripts can click, too; what a person does leads to one page at most.
 void WebPreviewPane::followLink(const QUrl& url) {
-    const bool isGesture = m_lastClick.isValid() && m_lastClick.elapsed() < kLongestGesture;
-    m_lastClick.invalidate();
+    const bool isGesture = m_lastGesture.isValid() && m_lastGesture.elapsed() < kLongestGesture;
+    m_lastGesture.invalidate();
     if (isGesture) openLink(url);
 }
 
 void WebPreviewPane::openLink(const QUrl& url) {
     const auto address = Url::parse(url.toEncoded().toStdString());
-    if (mayBeOpened(url) && address) m_program.desktop.open(*address);
+    if (!mayBeOpened(url) || !address) return;
+    if (!m_program.desktop.open(*address)) {
+        sayNothingOpens(m_program.alerts, address->absoluteString());
+    }
 }
 
 bool WebPreviewPane::eventFilter(QObject* watched, QEvent* event) {
@@ -363,7 +374,10 @@ bool WebPreviewPane::eventFilter(QObject* watched, QEvent* event) {
             static_cast<QChildEvent*>(event)->child()->installEventFilter(this);
             break;
         case QEvent::MouseButtonRelease:
-            m_lastClick.start();
+            m_lastGesture.start();
+            break;
+        case QEvent::KeyPress:  // on the link that has the keyboard
+            if (isReturn(static_cast<const QKeyEvent&>(*event))) m_lastGesture.start();
             break;
         default:
             break;

@@ -13,9 +13,14 @@ using Failure = PreviewEngine::Failure;
 
 constexpr std::chrono::milliseconds kLongestWayOfDownload(1000);
 
-// The type of a page; "text/xml" as well for one that is shown as text though it is XML.
+// One picture that never comes is not to keep the words from being marked.
+constexpr std::chrono::milliseconds kPatience(10'000);
+
+// The type of a page, "" while there is not all of its markup; "text/xml" as well for one that is
+// shown as text though it is XML.
 const auto kScriptOfType = QStringLiteral(
-    "document.contentType === 'text/plain' &&"
+    "document.readyState === 'loading' || location.protocol === 'about:' ? '' :"
+    " document.contentType === 'text/plain' &&"
     " /^\\s*<(\\?xml|rss|feed|rdf)/i.test(document.body.textContent.slice(0, 200))"
     " ? 'text/xml' : document.contentType");
 
@@ -52,8 +57,11 @@ PreviewVisit::~PreviewVisit() = default;
 void PreviewVisit::watch() {
     connect(m_page.get(), &QWebEnginePage::loadingChanged, this, &PreviewVisit::handleLoading);
     connect(m_page.get(), &PreviewPage::linkClicked, this, m_events.linkClicked);
-    connect(m_page.get(), &QWebEnginePage::renderProcessTerminated, this,
-            [this] { fail(Failure::Other); });
+    connect(m_page.get(), &QWebEnginePage::renderProcessTerminated, this, [this] {
+        m_hasEnded = true;  // a page that was shown is gone, too
+        m_events.failed(Failure::Other, 0);
+    });
+    QTimer::singleShot(kPatience, this, [this] { askForType(false); });
     connect(m_profile.get(), &QWebEngineProfile::downloadRequested, this,
             [this](QWebEngineDownloadRequest* download) {
                 const QString type = download->mimeType();
@@ -67,7 +75,7 @@ void PreviewVisit::handleLoading(const QWebEngineLoadingInfo& info) {
         case QWebEngineLoadingInfo::LoadStartedStatus:
             return;
         case QWebEngineLoadingInfo::LoadSucceededStatus:
-            return askForType();
+            return askForType(true);
         case QWebEngineLoadingInfo::LoadFailedStatus:
             return fail(failureOf(info), info.errorCode());
         case QWebEngineLoadingInfo::LoadStoppedStatus:  // a download is about to be told of
@@ -75,10 +83,12 @@ void PreviewVisit::handleLoading(const QWebEngineLoadingInfo& info) {
     }
 }
 
-void PreviewVisit::askForType() {
+void PreviewVisit::askForType(bool isLoaded) {
+    if (m_hasEnded) return;
     const QPointer<PreviewVisit> self = this;
-    m_page->runOwnScript(kScriptOfType, [self](const QVariant& type) {
-        if (self) self->end([&] { self->m_events.shown(type.toString()); });
+    m_page->runOwnScript(kScriptOfType, [self, isLoaded](const QVariant& type) {
+        if (!self || (!isLoaded && type.toString().isEmpty())) return;
+        self->end([&] { self->m_events.shown(type.toString()); });
     });
 }
 

@@ -27,7 +27,7 @@ public:
 private:
     void watch();
     void handleLoading(const QWebEngineLoadingInfo& info);
-    void askForType();
+    void askForType(bool isLoaded);
     // Does the one that is the visit's end, and none after it.
     void end(const std::function<void()>& tell);
     void fail(PreviewEngine::Failure why, int httpStatus = 0);
