@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 
 #include "ui/Text.h"
@@ -9,7 +10,9 @@
 namespace siftwell {
 
 std::size_t QtAlerts::ask(const Alert& alert, std::size_t safeAnswer) {
-    QMessageBox box(QApplication::activeWindow());
+    // Its parent may go while it waits, and takes it along.
+    const QPointer<QMessageBox> alive = new QMessageBox(QApplication::activeWindow());
+    QMessageBox& box = *alive;
     box.setWindowTitle(QApplication::applicationDisplayName());
     box.setIcon(alert.isCritical ? QMessageBox::Critical : QMessageBox::Question);
     box.setTextFormat(Qt::PlainText);
@@ -23,7 +26,9 @@ std::size_t QtAlerts::ask(const Alert& alert, std::size_t safeAnswer) {
     if (!buttons.empty()) box.setDefaultButton(buttons.front());
     if (safeAnswer < buttons.size()) box.setEscapeButton(buttons[safeAnswer]);
     box.exec();
+    if (alive == nullptr) return safeAnswer;
     const auto chosen = std::find(buttons.begin(), buttons.end(), box.clickedButton());
+    delete alive;
     return chosen == buttons.end() ? safeAnswer
                                    : static_cast<std::size_t>(chosen - buttons.begin());
 }

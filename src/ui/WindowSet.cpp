@@ -81,7 +81,7 @@ void WindowSet::open(const StartOptions& options) {
     for (const Status& status : {m_tray.status(), m_hotKey.status()}) {
         if (!status.isOk()) writeLog(status.message());
     }
-    if (!options.isInBackground) applicationDidBecomeActive();
+    if (!options.isInBackground) showSearch();
     // Somebody has to be able to find the program again.
     if (!isRememberedWindowOpen() && !m_tray.isShown() && !m_hotKey.isActive()) showSearch();
     if (!options.searchQuery.empty()) explain(searchFor(options.searchQuery), m_program.alerts);
@@ -213,7 +213,12 @@ void WindowSet::showPreferences(int tab) {
 
 void WindowSet::showAbout() { AboutBox(m_program, QApplication::activeWindow()).exec(); }
 
-void WindowSet::showFirstRun() { FirstRunWindow(m_program, QApplication::activeWindow()).exec(); }
+void WindowSet::showFirstRun() {
+    if (FirstRunWindow(m_program, QApplication::activeWindow()).exec() != QDialog::Accepted) return;
+    if (!m_program.driver.startScan(Driver::ScanScope::Everything).isOk()) {
+        static_cast<void>(m_program.driver.startScan(Driver::ScanScope::LocalSources));
+    }
+}
 
 void WindowSet::addToIndex(const QStringList& targets) {
     AddItemDialog(m_program, targets, QApplication::activeWindow()).exec();
@@ -222,7 +227,8 @@ void WindowSet::addToIndex(const QStringList& targets) {
 // ---- Commands
 
 void WindowSet::scanNow() {
-    explain(m_program.driver.startScan(Driver::ScanScope::Everything), m_program.alerts);
+    const Status status = m_program.driver.startScan(Driver::ScanScope::Everything);
+    if (!status.isOk()) tell(m_program.alerts, status.message(), "");
 }
 
 void WindowSet::showHelp() {

@@ -80,6 +80,8 @@ void MaintenanceDialogs::run(QWidget* parent, const QString& progress, const Sta
     m_endedBefore = before ? before->ended : 0;
     m_progress = new QProgressDialog(progress, QString(), 0, 0, parent);
     m_progress->setAttribute(Qt::WA_DeleteOnClose);
+    m_progress->setAutoReset(false);
+    m_progress->setAutoClose(false);
     m_progress->setMinimumDuration(kBeforeProgress);
     m_progress->setValue(0);
     m_poll.start();
@@ -88,9 +90,9 @@ void MaintenanceDialogs::run(QWidget* parent, const QString& progress, const Sta
 void MaintenanceDialogs::follow() {
     const auto state = m_surroundings.driver.maintenanceState();
     if (state && state->ended == m_endedBefore && state->isRunning) {
-        if (m_progress == nullptr || !state->percent) return;
-        m_progress->setMaximum(100);
-        m_progress->setValue(static_cast<int>(*state->percent));
+        if (m_progress == nullptr) return;
+        m_progress->setMaximum(state->percent ? 100 : 0);
+        m_progress->setValue(static_cast<int>(state->percent.value_or(0)));
         return;
     }
     m_poll.stop();

@@ -55,13 +55,19 @@ std::string ActiveSearch::fieldText() const {
     return field ? field->text().trimmed().toStdString() : m_controller.searchQuery();
 }
 
+// Where nothing is searched is said once, not at each letter.
 void ActiveSearch::performSearch() {
-    const auto sources = m_controller.searchSources();
-    m_controller.performSearch(fieldText());
-    if (sources && sources->empty()) showNothingFound();
+    if (!isNowhereSearched() || !m_isNowhereTold) m_controller.performSearch(fieldText());
+    m_isNowhereTold = isNowhereSearched();
+    if (m_isNowhereTold) showNothingFound();
 }
 
-// Nothing is found where nothing is searched; rows of other words would mislead.
+bool ActiveSearch::isNowhereSearched() const {
+    const auto sources = m_controller.searchSources();
+    return sources && sources->empty();
+}
+
+// Rows of other words would mislead.
 void ActiveSearch::showNothingFound() {
     m_controller.cancelSearch();
     rowsCleared();
@@ -74,9 +80,15 @@ void ActiveSearch::searchAgain() {
     if (!m_controller.searchQuery().empty() || !fieldText().empty()) performSearch();
 }
 
-void ActiveSearch::searchFor(const std::string& text) {
-    windowShown(text);
-    m_controller.performSearch(text);
+void ActiveSearch::performRecentSearch(const std::string& text) {
+    m_controller.performRecentSearch(text);
+    if (isNowhereSearched()) showNothingFound();
+}
+
+Status ActiveSearch::searchService(const std::string& text) {
+    const Status status = m_controller.searchService(text);
+    if (isNowhereSearched()) showNothingFound();
+    return status;
 }
 
 void ActiveSearch::setSearchType(SearchType type) {

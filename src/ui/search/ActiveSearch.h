@@ -37,8 +37,8 @@ public:
     // The same, when a text is searched at all: something that limits the search has changed.
     void searchAgain();
     // The text comes into the main field; its window is wanted.
-    void searchFor(const std::string& text);
-    Status searchService(const std::string& text) { return m_controller.searchService(text); }
+    void performRecentSearch(const std::string& text);
+    Status searchService(const std::string& text);
 
     SearchType searchType() const { return m_controller.searchType(); }
     void setSearchType(SearchType type);
@@ -71,6 +71,7 @@ private:
 
     ContentSearchController::Surroundings surroundings();
     std::string fieldText() const;
+    bool isNowhereSearched() const;
     void showNothingFound();
     void sortIn();
 
@@ -81,6 +82,7 @@ private:
     Snippets m_snippets;
     Placeholder m_placeholder = Placeholder::NothingTyped;
     QString m_status;
+    bool m_isNowhereTold = false;
     // Rows of a long list, which are sorted in some at a time.
     std::vector<FoundRow> m_waiting;
     float m_maxRelevance = 0;

@@ -59,6 +59,9 @@ void FoundPane::connectRows() {
     connect(m_rowActions, &RowActions::siteWanted, this, &FoundPane::siteWanted);
     connect(m_previewTimer, &PreviewTimer::openWanted, m_rowActions, &RowActions::openSelection);
     connect(m_previewTimer, &PreviewTimer::previewWanted, this, &FoundPane::showPreview);
+    connect(this, &QSplitter::splitterMoved, this, [this] {
+        if (previewHeight() < 1) closePreview();
+    });
     connect(&m_search, &ActiveSearch::cleared, m_previewTimer, &PreviewTimer::cancel);
 }
 
@@ -68,6 +71,9 @@ void FoundPane::connectPreview() {
         m_openPreviewed->setEnabled(canOpenPreviewed(address.toStdString()));
     });
     const auto openPreviewed = [this] { m_rowActions->openAddress(m_preview->webURL()); };
+    connect(m_rowActions, &RowActions::rowRemoved, this, [this](const QString& address) {
+        if (m_preview->webURL() == address) m_preview->blank();
+    });
     connect(m_openPreviewed, &QAction::triggered, this, openPreviewed);
     connect(m_preview, &PreviewPane::openRequested, this, openPreviewed);
 }
@@ -99,7 +105,7 @@ void FoundPane::enterRows() {
 
 void FoundPane::showPreview() {
     const int selected = m_view->selectedRow();
-    if (selected < 0 || m_preview == nullptr) return;
+    if (selected < 0 || previewHeight() < 1) return;
     const FoundRow& row = m_search.results().rowAt(selected);
     if (m_preview->webURL() == toQString(row.url)) return;
     m_preview->showRow(row, m_search.controller().skSearchQuery());
@@ -112,11 +118,19 @@ void FoundPane::togglePreview() {
     const int both = sizes().value(0) + sizes().value(1);
     const bool isOpening = previewHeight() == 0;
     setSizes(isOpening ? QList<int>{both / 2, both - both / 2} : QList<int>{both, 0});
-    if (isOpening) showPreview();
+    if (isOpening) return showPreview();
+    closePreview();
+}
+
+void FoundPane::closePreview() {
+    m_previewTimer->cancel();
+    if (m_preview != nullptr) m_preview->blank();
 }
 
 void FoundPane::performFindPanelAction(int tag) {
-    if (m_preview != nullptr) m_preview->performFindPanelAction(tag);
+    if (m_preview == nullptr) return;
+    if (previewHeight() < 1) togglePreview();
+    m_preview->performFindPanelAction(tag);
 }
 
 }  // namespace siftwell

@@ -39,6 +39,8 @@ public:
     // The keyboard goes to the rows, as far as there are any.
     void enterRows();
     void performFindPanelAction(int tag);
+    // What is hidden is not to live on.
+    void closePreview();
 
 Q_SIGNALS:
     // In the field, because the rows take no text.

@@ -12,6 +12,7 @@ namespace siftwell {
 namespace {
 
 constexpr std::chrono::milliseconds kPause(100);
+constexpr const char* kFilterPass = "Filters";
 
 std::string nameIn(const PropertyList& report) {
     const auto* values = report.asDictionary();
@@ -44,7 +45,9 @@ IndexingProgress::IndexingProgress(NotificationCentre& centre, QWidget* parent)
                        [this](const PropertyList& report) { started(report); }));
     m_observations.push_back(
         centre.observe("SiftwellIndexerProgressNotification", [this](const PropertyList& report) {
-            if (m_sources.contains(nameIn(report))) showLater(nameIn(report));
+            const std::string name = nameIn(report);
+            if (name == kFilterPass) m_sources.try_emplace(name);  // it tells of no beginning
+            if (m_sources.contains(name)) showLater(name);
         }));
     m_observations.push_back(
         centre.observe("SiftwellIndexerProgressDoneNotification",
@@ -87,8 +90,9 @@ void IndexingProgress::showNow() {
     const auto asText = [](std::int64_t number) {
         return QLocale().toString(number).toStdString();
     };
-    const std::string what =
-        name == "Loader" ? _("Loading the index") : filledIn(_("Indexing %@"), name);
+    const std::string what = name == "Loader"      ? _("Loading the index")
+                             : name == kFilterPass ? _("Filtering the index")
+                                                   : filledIn(_("Indexing %@"), name);
     m_text->setText(source.count > 0
                         ? toQString(what + " " + asText(source.done) + "/" + asText(source.count))
                         : toQString(what));

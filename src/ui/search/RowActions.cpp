@@ -92,6 +92,7 @@ void RowActions::removeSelection() {
     const FoundRow* row = selection();
     if (row == nullptr) return;
     m_program.driver.removePages({row->url});
+    Q_EMIT rowRemoved(toQString(row->url));
     const int position = m_view.selectedRow();
     m_search.results().removeAt(position);
     m_view.selectRowAt(position);

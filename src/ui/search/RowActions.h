@@ -33,6 +33,7 @@ public:
 
 Q_SIGNALS:
     void rowTaken();  // opened or copied: no preview is to follow
+    void rowRemoved(const QString& address);
     void siteWanted(const QString& host);
     void previewToggled();
 

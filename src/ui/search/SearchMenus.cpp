@@ -40,7 +40,7 @@ void RecentMenu::fill() {
     }
     for (const std::string& text : searches) {
         connect(addAction(asTitle(text)), &QAction::triggered, this,
-                [this, text] { m_search.controller().performRecentSearch(text); });
+                [this, text] { m_search.performRecentSearch(text); });
     }
     addSeparator();
     connect(addAction(q_("Clear Recent Searches")), &QAction::triggered, this,

@@ -4,6 +4,7 @@
 #include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QMimeData>
+#include <QPointer>
 #include <QStatusBar>
 #include <QToolBar>
 
@@ -98,6 +99,11 @@ void SearchWindow::observe() {
             takePaletteSettings();
             emptyPage().refresh();
         });
+    for (const char* change :
+         {"SiftwellIndexingDoneNotification", "SiftwellStatusRemoveURLNotification"}) {
+        m_countChanges.push_back(
+            centre.observe(change, [this](const PropertyList&) { m_bar->showCount(); }));
+    }
     m_loaderEnds = centre.observe(
         "SiftwellIndexerProgressDoneNotification", [this](const PropertyList& report) {
             const auto* values = report.asDictionary();
@@ -156,6 +162,7 @@ void SearchWindow::showEvent(QShowEvent* event) {
 
 void SearchWindow::closeEvent(QCloseEvent* event) {
     keepLook();
+    m_found->closePreview();
     if (!m_isEnding) m_program.session.settings().set("ContentSearchVisible", "No");
     QMainWindow::closeEvent(event);
 }
@@ -173,8 +180,8 @@ void SearchWindow::dropEvent(QDropEvent* event) {
     event->acceptProposedAction();
     // Once the desktop has its answer: what is asked takes time.
     m_program.session.mainLoop().post(
-        [&commands = m_program.commands, targets = droppedTargets(*event->mimeData())] {
-            commands.addToIndex(targets);
+        [life = QPointer(this), targets = droppedTargets(*event->mimeData())] {
+            if (life != nullptr) life->m_program.commands.addToIndex(targets);
         });
 }
 

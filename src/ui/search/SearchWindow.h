@@ -74,6 +74,7 @@ private:
     QLabel* m_status;
     NotificationCentre::Observation m_preferenceChanges;
     NotificationCentre::Observation m_loaderEnds;
+    std::vector<NotificationCentre::Observation> m_countChanges;
 };
 
 }  // namespace siftwell

@@ -25,9 +25,9 @@ private Q_SLOTS:
 
     void windowsThatWereOpenComeBackAndOthersDoNot() {
         m_program->settings().set("IndexListVisible", "Yes");
-        m_windows->open();
+        m_windows->open({.isInBackground = true});
         QCOMPARE(shownWindows(), 1);
-        m_windows->showSearch();
+        m_windows->open();  // by hand: to search
         QCOMPARE(shownWindows(), 2);
     }
 

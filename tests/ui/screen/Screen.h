@@ -24,7 +24,10 @@ public:
     explicit Screen(const std::string& size = "1280x960x24")
         : m_server({"Xvfb", "-displayfd", "1", "-screen", "0", size, "-nolisten", "tcp"}),
           m_name(":" + m_server.line()),
-          m_windowManager({"env", "DISPLAY=" + m_name, "openbox"}) {}
+          m_windowManager({"env", "DISPLAY=" + m_name, "openbox"}) {
+        // A window that comes before its manager is not given the keyboard.
+        waitUntil([this] { return !output("xdotool get_num_desktops").empty(); });
+    }
 
     static bool canBeHad() {
         return std::system("command -v Xvfb openbox xdotool import >/dev/null") == 0;
