@@ -86,7 +86,7 @@ void ActiveSearch::performRecentSearch(const std::string& text) {
 }
 
 Status ActiveSearch::searchService(const std::string& text) {
-    const Status status = m_controller.searchService(text);
+    Status status = m_controller.searchService(text);
     if (isNowhereSearched()) showNothingFound();
     return status;
 }
