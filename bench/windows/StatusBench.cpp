@@ -144,7 +144,7 @@ private:
         if (m_turns == 0) note(start, work);
         double first = 0;
         double all = 0;
-        while (all == 0 && millisecondsSince(start) < 60'000) {
+        while (all == 0 && view.isVisible() && millisecondsSince(start) < 60'000) {
             turn();
             const DocumentList& list = view.documents().list();
             if (&list == before) {
