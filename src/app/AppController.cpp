@@ -146,7 +146,7 @@ void AppController::handlePreferenceChange() {
 
 void AppController::applicationDidFinishLaunching() {
     Settings& settings = m_session.settings();
-    if (m_windows != nullptr) settings.set("FirstRunExplanationShown", true);
+    settings.set(m_windows != nullptr ? "FirstRunExplanationShown" : "BrowsersTold", true);
     const auto lastScan = settings.date("LastIndexScanDate");
     const bool isFirstScan = !lastScan || *lastScan <= Date::distantPast();
     if (isFirstScan && m_isLoaderDone) {

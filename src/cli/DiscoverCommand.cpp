@@ -148,8 +148,7 @@ void tellOfBrowsers(const CommandContext& context) {
     // Whoever starts the program will be told why this does not work.
     if (!session) return;
     const Settings& settings = (*session)->settings();
-    const Date lastScan = settings.date("LastIndexScanDate").value_or(Date::distantPast());
-    if (settings.boolean("FirstRunExplanationShown") || lastScan > Date::distantPast()) return;
+    if (settings.boolean("FirstRunExplanationShown") || settings.boolean("BrowsersTold")) return;
     const Browsers browsers = browsersBeside(**session);
     if (itemsIn(browsers, State::New).empty()) return;
     context.console.message(

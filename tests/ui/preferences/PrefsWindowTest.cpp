@@ -150,6 +150,8 @@ private Q_SLOTS:
         const auto confirm = [&](auto edit) {
             m_program->alerts.asked.clear();
             open(FiltersTab);
+            // The scan after the last change may still run.
+            if (!QTest::qWaitFor([&] { return m_window->isEditing(); })) return std::size_t{99};
             edit();
             m_window->accept();
             QCoreApplication::processEvents();
