@@ -71,12 +71,13 @@ void DocumentLister::handOver(DocumentWalk& walk, const std::stop_token& stop) {
         m_newest.swap(list);
     }
     m_thread.post([this, stop] {
+        if (stop.stop_requested()) return;  // the newest may be another query's by now
         DocumentListPointer newest;
         {
             MutexLock lock(m_mutex);
             newest.swap(m_newest);
         }
-        if (newest != nullptr && !stop.stop_requested()) m_take(newest);
+        if (newest != nullptr) m_take(newest);
     });
 }
 
