@@ -26,7 +26,7 @@ public:
           m_name(":" + m_server.line()),
           m_windowManager({"env", "DISPLAY=" + m_name, "openbox"}) {
         // A window that comes before its manager is not given the keyboard.
-        waitUntil([this] { return !output("xdotool get_num_desktops").empty(); });
+        waitUntil([this] { return std::atoi(output("xdotool get_num_desktops").c_str()) > 0; });
     }
 
     static bool canBeHad() {
