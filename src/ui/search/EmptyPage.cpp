@@ -107,8 +107,22 @@ EmptyPage::Contents EmptyPage::nothingTyped() const {
             {}};
 }
 
+// Of words that no index holds.
+bool EmptyPage::isOnlyStopWords() const {
+    const auto& stopWords = m_program.session.indexes().stopWords();
+    const QStringList words =
+        toQString(m_search.controller().searchQuery()).toLower().split(QLatin1Char(' '));
+    return std::all_of(words.begin(), words.end(), [&stopWords](const QString& word) {
+        return word.isEmpty() || stopWords.contains(word.toStdString());
+    });
+}
+
 EmptyPage::Contents EmptyPage::nothingFound() {
     Contents contents{q_("No page was found."), {}, {}};
+    if (isOnlyStopWords()) {
+        contents.lines << q_("Such words are on nearly every page and are not looked for.");
+        return contents;
+    }
     for (const SearchLimit& limit : limitsOf(m_search, m_program.session.settings())) {
         contents.lines << limit.text;
         contents.buttons.push_back({limit.remedy, [this, lift = limit.lift] {

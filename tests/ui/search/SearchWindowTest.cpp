@@ -274,6 +274,8 @@ void SearchWindowTest::emptyPagesSayWhy() {
     }
     QTRY_COMPARE(m_f->rowCount(), 1);
     QVERIFY(!m_f->window().isEmptyPageShown());
+    QVERIFY(m_f->search(QStringLiteral("The and")));
+    QTRY_VERIFY(page.text().contains(QStringLiteral("nearly every page")));
 }
 
 void SearchWindowTest::nowhereToLookFindsNothingAndSaysSo() {
