@@ -90,7 +90,7 @@ void X11Test::initTestCase() {
     m_server.start(QStringLiteral("Xvfb"),
                    {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
                     QStringLiteral("0"), QStringLiteral("320x240x24"), QStringLiteral("-nolisten"),
-                    QStringLiteral("tcp")});
+                    QStringLiteral("tcp"), QStringLiteral("-noreset")});
     if (!m_server.waitForStarted()) QSKIP("There is no Xvfb.");
     m_display = QLatin1Char(':') + QString::fromLatin1(lineOf(m_server));
     QVERIFY(m_display != QLatin1String(":nothing"));

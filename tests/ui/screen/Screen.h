@@ -21,8 +21,10 @@ namespace siftwell {
 
 class Screen {
 public:
+    // A server that is reset when its last client goes would take along one that just comes.
     explicit Screen(const std::string& size = "1280x960x24")
-        : m_server({"Xvfb", "-displayfd", "1", "-screen", "0", size, "-nolisten", "tcp"}),
+        : m_server(
+              {"Xvfb", "-displayfd", "1", "-screen", "0", size, "-nolisten", "tcp", "-noreset"}),
           m_name(":" + m_server.line()),
           m_windowManager({"env", "DISPLAY=" + m_name, "openbox"}) {
         // A window that comes before its manager is not given the keyboard.
