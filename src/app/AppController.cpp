@@ -157,6 +157,11 @@ void AppController::applicationDidFinishLaunching() {
     }
 }
 
+void AppController::scanWhatIsInReach() {
+    m_cycle.performRescan(m_indexes.netConnectionAvailable() ? ScanScope::Everything
+                                                             : ScanScope::LocalSources);
+}
+
 // Nobody should have to wait a minute for the help pages.
 void AppController::startFirstScan() {
     if (m_isFirstScanAwaited && m_indexes.netConnectionAvailable()) {

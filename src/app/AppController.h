@@ -70,6 +70,9 @@ public:
     // As removeFromIndex, and returns at once: the pages go in a moment.
     void removePages(const std::vector<std::string>& urls) { m_removal.remove(urls, {}); }
 
+    // Every source, or without a network those of this computer.
+    void scanWhatIsInReach();
+
     // Whether this copy knows where to look for newer versions.
     bool canCheckForUpdate() const { return m_updater.canCheck(); }
     // Looks at once. What is found is told by "SiftwellUpdateAvailableNotification", and to who

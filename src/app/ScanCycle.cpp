@@ -50,9 +50,7 @@ ScanCycle::ScanCycle(const Surroundings& surroundings)
           .indexerDone =
               [this](const std::shared_ptr<SearchItemRecord>& record, const SearchItem& stored) {
                   postToMain([this, record, stored] { indexerDone(record, stored); });
-              }} {
-    m_minutesBetweenScans = surroundings.settings.real("MinutesBetweenScans");
-}
+              }} {}
 
 ScanCycle::~ScanCycle() { cancelTimer(); }
 

@@ -116,7 +116,7 @@ private:
     std::optional<Scope> m_scopeWaiting;  // of a scan that was put off because another one ran
     std::optional<Date> m_scanStart;
     bool m_isNetworkDown = false;
-    double m_minutesBetweenScans = 0;  // that the timer goes by
+    double m_minutesBetweenScans = m_surroundings.settings.real("MinutesBetweenScans");
     bool m_wasTimerPendingAtSleep = false;
     std::uint64_t m_endedScans = 0;
     bool m_wasLastComplete = false;

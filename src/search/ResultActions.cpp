@@ -28,8 +28,8 @@ bool copyURL(const ResultRow& row, Desktop& desktop) {
 std::string proposedFilter(const ResultRow& row) {
     const auto url = urlOf(row);
     if (!url || (!url->host() && !url->path())) return "";
-    std::string_view address = row.url;
-    address.remove_prefix(std::min(address.find(':') + 1, address.size()));
+    const std::string specifier = url->resourceSpecifier();
+    std::string_view address = specifier;
     if (address.starts_with("//")) address.remove_prefix(2);
     address = address.substr(0, address.find_first_of("?#"));
     const std::size_t host = address.substr(0, address.find('/')).rfind('@');

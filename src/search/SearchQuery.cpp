@@ -1,9 +1,11 @@
 #include "search/SearchQuery.h"
 
+#include <algorithm>
 #include <sstream>
 #include <vector>
 
 #include "text/Alphanumeric.h"
+#include "text/Folding.h"
 
 namespace siftwell {
 
@@ -45,6 +47,13 @@ std::string skSearchQuery(std::string_view searchQuery, SearchType searchType,
         default:
             return "*" + joined(words, "* | *") + "*";
     }
+}
+
+bool isOnlyStopWords(std::string_view searchQuery, const std::set<std::string>& stopWords) {
+    const std::vector<std::string> words = wordsOf(searchQuery, {});
+    return !words.empty() && std::all_of(words.begin(), words.end(), [&](const std::string& word) {
+        return stopWords.contains(folded(word));
+    });
 }
 
 }  // namespace siftwell

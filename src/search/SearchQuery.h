@@ -23,4 +23,7 @@ enum class SearchType {
 std::string skSearchQuery(std::string_view searchQuery, SearchType searchType,
                           const std::set<std::string>& stopWords);
 
+// Whether the text has words, and no index holds any of them.
+bool isOnlyStopWords(std::string_view searchQuery, const std::set<std::string>& stopWords);
+
 }  // namespace siftwell

@@ -215,9 +215,7 @@ void WindowSet::showAbout() { AboutBox(m_program, QApplication::activeWindow()).
 
 void WindowSet::showFirstRun() {
     if (FirstRunWindow(m_program, QApplication::activeWindow()).exec() != QDialog::Accepted) return;
-    if (!m_program.driver.startScan(Driver::ScanScope::Everything).isOk()) {
-        static_cast<void>(m_program.driver.startScan(Driver::ScanScope::LocalSources));
-    }
+    m_program.driver.scanWhatIsInReach();
 }
 
 void WindowSet::addToIndex(const QStringList& targets) {

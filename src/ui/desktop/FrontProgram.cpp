@@ -35,7 +35,7 @@ FrontProgram::FrontProgram(QObject* parent)
     : QObject(parent),
       m_server(*x11Server()),
       m_root(rootWindow(m_server)),
-      m_activeWindow(atomOf(m_server, "_NET_ACTIVE_WINDOW")) {
+      m_activeWindowAtom(atomOf(m_server, "_NET_ACTIVE_WINDOW")) {
     watchRoot();
     qGuiApp->installNativeEventFilter(this);
 }
@@ -63,7 +63,8 @@ FrontProgram::Kind FrontProgram::kind() const {
 
 std::uint32_t FrontProgram::frontWindow() const {
     const X11Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        &m_server, xcb_get_property(&m_server, 0, m_root, m_activeWindow, XCB_ATOM_WINDOW, 0, 1),
+        &m_server,
+        xcb_get_property(&m_server, 0, m_root, m_activeWindowAtom, XCB_ATOM_WINDOW, 0, 1),
         nullptr));
     const bool isSaid = reply != nullptr && reply->format == 32 && reply->length == 1;
     return isSaid ? *static_cast<std::uint32_t*>(xcb_get_property_value(reply.get())) : 0;
@@ -83,12 +84,11 @@ QByteArray FrontProgram::classOf(std::uint32_t window) const {
 }
 
 bool FrontProgram::nativeEventFilter(const QByteArray& type, void* message, qintptr*) {
-    constexpr std::uint8_t kSentBySomebody = 0x80;
     if (type != "xcb_generic_event_t") return false;
     const auto* event = static_cast<const xcb_generic_event_t*>(message);
-    if ((event->response_type & ~kSentBySomebody) != XCB_PROPERTY_NOTIFY) return false;
+    if (kindOf(*event) != XCB_PROPERTY_NOTIFY) return false;
     const auto* change = reinterpret_cast<const xcb_property_notify_event_t*>(event);
-    if (change->window == m_root && change->atom == m_activeWindow) {
+    if (change->window == m_root && change->atom == m_activeWindowAtom) {
         // Later: whoever hears of it hides and shows windows.
         QMetaObject::invokeMethod(this, &FrontProgram::changed, Qt::QueuedConnection);
     }

@@ -39,7 +39,7 @@ private:
 
     xcb_connection_t& m_server;
     const std::uint32_t m_root;
-    const std::uint32_t m_activeWindow;  // the name of the property
+    const std::uint32_t m_activeWindowAtom;
 };
 
 }  // namespace siftwell

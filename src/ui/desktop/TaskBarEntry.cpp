@@ -8,8 +8,9 @@ namespace siftwell {
 
 // By a message to the window manager, as the Extended Window Manager Hints say.
 void setInTaskBar(const QWidget& window, bool isInTaskBar) {
-    if (x11Server() == nullptr) return;
-    xcb_connection_t& server = *x11Server();
+    xcb_connection_t* const connection = x11Server();
+    if (connection == nullptr) return;
+    xcb_connection_t& server = *connection;
     xcb_client_message_event_t message{};
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = 32;

@@ -8,12 +8,6 @@
 
 namespace siftwell {
 
-namespace {
-
-constexpr std::uint8_t kSentBySomebody = 0x80;
-
-}  // namespace
-
 bool X11HotKeyGrab::isPossible() { return x11Server() != nullptr; }
 
 X11HotKeyGrab::X11HotKeyGrab(Handlers handlers)
@@ -80,7 +74,7 @@ void X11HotKeyGrab::grabAgain() {
 bool X11HotKeyGrab::nativeEventFilter(const QByteArray& type, void* message, qintptr*) {
     if (type != "xcb_generic_event_t") return false;
     const auto* event = static_cast<const xcb_generic_event_t*>(message);
-    const int kind = event->response_type & ~kSentBySomebody;
+    const int kind = kindOf(*event);
     if (kind == XCB_MAPPING_NOTIFY) grabAgain();
     if (kind != XCB_KEY_PRESS) return false;
     const auto* press = reinterpret_cast<const xcb_key_press_event_t*>(event);

@@ -13,7 +13,7 @@ namespace {
 // What other values a scan would work by.
 const std::set<std::string>& keysOfScans() {
     static const std::set<std::string> keys{"UseContentExtractors", "DaysToSearch",
-                                            "IndexProtectedPages", "MinutesBetweenScans"};
+                                            "IndexProtectedPages"};
     return keys;
 }
 
@@ -142,9 +142,11 @@ bool PrefsEdits::storeFilters() {
 }
 
 PrefsEdits::Changes PrefsEdits::confirm() {
-    m_areFiltersUnchecked = m_session.preferences().takeFiltersChanged();  // by others
-    Changes changes{
-        .hasSources = storeItems(), .hasFilters = storeFilters(), .hasValues = !m_values.empty()};
+    m_areFiltersUnchecked |= m_session.preferences().takeFiltersChanged();
+    Changes changes{.hasNewFilters = hasNewFilters()};
+    changes.hasSources = storeItems();
+    changes.hasFilters = storeFilters();
+    changes.hasValues = !m_values.empty();
     changes.concernsScans = changes.hasSources || changes.hasFilters;
     for (auto& [key, value] : m_values) {
         changes.concernsScans |= keysOfScans().contains(key);
@@ -156,6 +158,7 @@ PrefsEdits::Changes PrefsEdits::confirm() {
                                                           {});
     }
     static_cast<void>(m_session.preferences().takeFiltersChanged());
+    m_areFiltersUnchecked = false;
     m_values.clear();
     return changes;
 }

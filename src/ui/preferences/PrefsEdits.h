@@ -33,6 +33,8 @@ public:
         bool hasFilters = false;
         bool hasValues = false;
         bool concernsScans = false;  // a scan at once finds something to do
+        // Filters keep pages out that they did not keep out before, whoever added them.
+        bool hasNewFilters = false;
 
         bool isNone() const { return !hasSources && !hasFilters && !hasValues; }
     };
@@ -55,13 +57,11 @@ public:
     std::string string(const std::string& key) const;
     void set(const std::string& key, PropertyList value);
 
-    // Whether the filters keep pages out that they did not keep out before.
-    bool hasNewFilters() const;
-
     // Stores what was changed, and tells of it. What is shown is to be loaded anew then.
     Changes confirm();
 
 private:
+    bool hasNewFilters() const;
     bool storeItems();
     std::vector<URLFilter> mergedFilters() const;
     bool storeFilters();

@@ -185,9 +185,7 @@ void PrefsWindow::accept() {
     const PrefsEdits::Changes changes = commitSettings(true);
     closeWindow();
     if (!changes.concernsScans || m_isQuitting) return;
-    if (!m_program.driver.startScan(Driver::ScanScope::Everything).isOk()) {
-        static_cast<void>(m_program.driver.startScan(Driver::ScanScope::LocalSources));
-    }
+    m_program.driver.scanWhatIsInReach();
 }
 
 // A field that is being edited gives up the keyboard first, and with it what it holds.
@@ -235,12 +233,12 @@ void PrefsWindow::applicationWillTerminate() {
 // ---- Storing
 
 PrefsEdits::Changes PrefsWindow::commitSettings(bool isAsking) {
-    const bool hasNewFilters = m_edits.hasNewFilters();
     const PrefsEdits::Changes changes = m_edits.confirm();  // whatever becomes of the questions
     if (isAsking) askAboutLaunch();
     applyLaunch();
     // At the end of the program there is no time to filter the pages.
-    if (isAsking && hasNewFilters && !m_isQuitting && isFilterPassWanted(m_program.alerts)) {
+    if (isAsking && changes.hasNewFilters && !m_isQuitting &&
+        isFilterPassWanted(m_program.alerts)) {
         m_program.session.centre().postMainThreadNotificationName(
             "SiftwellIndexFilterRequestNotification", {});
     }

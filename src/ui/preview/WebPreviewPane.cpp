@@ -205,14 +205,13 @@ void WebPreviewPane::endWaiting() {
 
 // What comes of it from now on does not count.
 void WebPreviewPane::leave() {
-    ++m_load;
+    m_thread.drop();
     ++m_visit;
     m_hasPage = false;
     if (m_engine) m_engine->leave();
 }
 
 void WebPreviewPane::blank() {
-    m_thread.drop();
     leave();
     endWaiting();
     m_stack->setCurrentWidget(m_empty);
@@ -233,11 +232,9 @@ void WebPreviewPane::showRow(const ResultRow& row, const std::string& query) {
 }
 
 void WebPreviewPane::get(Wanted wanted, std::function<void()> otherwise) {
-    const int load = ++m_load;
-    m_thread.runInstead([this, load, wanted = std::move(wanted),
+    m_thread.runInstead([this, wanted = std::move(wanted),
                          otherwise = std::move(otherwise)](const std::stop_token& stop) {
-        return [this, load, otherwise, content = wanted(stop)] {
-            if (load != m_load) return;
+        return [this, otherwise, content = wanted(stop)] {
             if (!content) return otherwise();
             visit(*content);
         };
@@ -304,22 +301,20 @@ void WebPreviewPane::getFeed(const Url& url, std::function<void()> otherwise) {
 
 void WebPreviewPane::markWords() {
     endWaiting();
-    const int load = m_load;
     const QPointer<WebPreviewPane> self = this;
-    m_engine->runScript(scriptOfTexts(), [self, load](const QVariant& texts) {
-        if (self && load == self->m_load) self->mark(texts.toString());
+    m_engine->runScript(scriptOfTexts(), [self, visit = m_visit](const QVariant& texts) {
+        if (self && visit == self->m_visit) self->mark(texts.toString());
     });
 }
 
 void WebPreviewPane::mark(const QString& texts) {
     const auto query =
         std::make_shared<QueryMatches>(m_query, m_program.session.indexes().stopWords());
-    m_thread.runInstead([this, load = m_load, texts, query](const std::stop_token&) {
-        return [this, load, script = scriptOfMarks(marksIn(texts, *query))] {
-            if (load != m_load) return;
+    m_thread.runInstead([this, texts, query](const std::stop_token&) {
+        return [this, script = scriptOfMarks(marksIn(texts, *query))] {
             const QPointer<WebPreviewPane> self = this;
-            m_engine->runScript(script, [self, load](const QVariant&) {
-                if (self && load == self->m_load) self->settle();
+            m_engine->runScript(script, [self, visit = m_visit](const QVariant&) {
+                if (self && visit == self->m_visit) self->settle();
             });
         };
     });

@@ -91,7 +91,6 @@ private:
     QTimer m_patience;            // until a page that was left is taken away
     QElapsedTimer m_lastGesture;  // a person's, in the page; it led nowhere yet
     std::string m_query;
-    int m_load = 0;   // counts what was asked for
     int m_visit = 0;  // counts the pages in the engine, and the rows that take their place
     bool m_hasPage = false;
     std::unique_ptr<PreviewEngine> m_engine;

@@ -3,6 +3,7 @@
 #include <QPushButton>
 #include <algorithm>
 
+#include "search/SearchQuery.h"
 #include "ui/Text.h"
 #include "ui/search/SearchLimits.h"
 
@@ -107,19 +108,10 @@ EmptyPage::Contents EmptyPage::nothingTyped() const {
             {}};
 }
 
-// Of words that no index holds.
-bool EmptyPage::isOnlyStopWords() const {
-    const auto& stopWords = m_program.session.indexes().stopWords();
-    const QStringList words =
-        toQString(m_search.controller().searchQuery()).toLower().split(QLatin1Char(' '));
-    return std::all_of(words.begin(), words.end(), [&stopWords](const QString& word) {
-        return word.isEmpty() || stopWords.contains(word.toStdString());
-    });
-}
-
 EmptyPage::Contents EmptyPage::nothingFound() {
     Contents contents{q_("No page was found."), {}, {}};
-    if (isOnlyStopWords()) {
+    if (isOnlyStopWords(m_search.controller().searchQuery(),
+                        m_program.session.indexes().stopWords())) {
         contents.lines << q_("Such words are on nearly every page and are not looked for.");
         return contents;
     }

@@ -40,7 +40,6 @@ private:
     Reason reasonNow() const;
     Contents contentsFor(Reason reason);
     Contents nothingTyped() const;
-    bool isOnlyStopWords() const;
     Contents nothingFound();
     Contents nothingIndexed() const;
     Contents indexingOff() const;

@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <QStatusBar>
 #include <QToolBar>
+#include <utility>
 
 #include "ui/BringUp.h"
 #include "ui/Text.h"
@@ -92,23 +93,22 @@ void SearchWindow::connectParts() {
 }
 
 void SearchWindow::observe() {
-    NotificationCentre& centre = m_program.session.centre();
-    m_preferenceChanges =
-        centre.observe("SiftwellPreferenceChangeNotification", [this](const PropertyList&) {
-            m_bar->showLimits();
-            takePaletteSettings();
-            emptyPage().refresh();
-        });
+    const auto observe = [this](const char* name, NotificationCentre::Observer observer) {
+        m_observations.push_back(m_program.session.centre().observe(name, std::move(observer)));
+    };
+    observe("SiftwellPreferenceChangeNotification", [this](const PropertyList&) {
+        m_bar->showLimits();
+        takePaletteSettings();
+        emptyPage().refresh();
+    });
+    observe("SiftwellIndexerProgressDoneNotification", [this](const PropertyList& report) {
+        const auto* values = report.asDictionary();
+        if (values != nullptr && stringFor(*values, "source") == "Loader") showCount();
+    });
     for (const char* change :
          {"SiftwellIndexingDoneNotification", "SiftwellStatusRemoveURLNotification"}) {
-        m_countChanges.push_back(
-            centre.observe(change, [this](const PropertyList&) { m_bar->showCount(); }));
+        observe(change, [this](const PropertyList&) { m_bar->showCount(); });
     }
-    m_loaderEnds = centre.observe(
-        "SiftwellIndexerProgressDoneNotification", [this](const PropertyList& report) {
-            const auto* values = report.asDictionary();
-            if (values != nullptr && stringFor(*values, "source") == "Loader") showCount();
-        });
 }
 
 void SearchWindow::limitsChanged() {

@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QMainWindow>
 #include <functional>
+#include <vector>
 
 #include "ui/Program.h"
 #include "ui/search/ActiveSearch.h"
@@ -72,9 +73,7 @@ private:
     QToolBar* m_actionBar;
     QAction* m_tableForm = nullptr;
     QLabel* m_status;
-    NotificationCentre::Observation m_preferenceChanges;
-    NotificationCentre::Observation m_loaderEnds;
-    std::vector<NotificationCentre::Observation> m_countChanges;
+    std::vector<NotificationCentre::Observation> m_observations;
 };
 
 }  // namespace siftwell
