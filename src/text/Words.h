@@ -39,6 +39,8 @@ public:
 
 private:
     bool readPlainWord();
+    bool findPlainWords();
+    bool takePlainWords();
     bool readWord();
     bool readAsciiWord();
     bool readRun();
@@ -53,33 +55,55 @@ private:
     std::size_t m_position = 0;  // where reading goes on
     std::size_t m_runEnd = 0;    // of the run of word characters that is being read
     bool m_isInRun = false;      // between the pieces of a run
-    ByteClasses m_classes;       // of the bytes from m_classesAt on
-    std::size_t m_classesAt = static_cast<std::size_t>(-1) - ByteClasses::kBytes;  // none yet
+    // Of the bytes from m_block on, which were looked at together: one bit for each.
+    std::size_t m_block = 0;
+    std::uint64_t m_begins = 0;     // of plain words, or of plain bytes within others
+    std::uint64_t m_ends = 0;       // separators behind them
+    std::uint64_t m_special = 0;    // what needs a closer look
+    std::uint64_t m_plainEnds = 0;  // of the words that are read next
     std::string m_folded;
     std::vector<std::size_t> m_pieceEnds;  // of the divided stretch, last first
 };
 
-// The short way of most words: plain ones between two separators. False, with nothing changed, for
-// any other.
+// The short way of most words: plain ones between two separators. False, with none read, for any
+// other.
 inline bool WordScanner::readPlainWord() {
-    constexpr std::size_t kOldest = ByteClasses::kBytes / 2;
+    if (m_plainEnds == 0 && !findPlainWords()) return false;
+    m_begin = m_block + static_cast<std::size_t>(std::countr_zero(m_begins));
+    m_end = m_block + static_cast<std::size_t>(std::countr_zero(m_plainEnds));
+    m_begins &= m_begins - 1;
+    m_plainEnds &= m_plainEnds - 1;
+    m_word = {m_text.data() + m_begin, m_end - m_begin};
+    return true;
+}
+
+// Those of the block that come next, or of the next block.
+inline bool WordScanner::findPlainWords() {
     if (m_isInRun) return false;
-    if (m_position - m_classesAt >= kOldest) {
-        if (m_text.size() - m_position < ByteClasses::kBytes) return false;
-        m_classesAt = m_position;
-        m_classes = ByteClasses::of(m_text.data() + m_position);
+    const std::size_t read = m_position - m_block;
+    if (m_special != 0 && read < ByteClasses::kBytes) {
+        const std::uint64_t unread = ~std::uint64_t{0} << read;
+        m_begins &= unread;
+        m_ends &= unread << 1;  // the first is that of the last word
+        m_special &= unread;
+        if (takePlainWords()) return true;
+        if (m_special != 0) return false;
     }
-    const std::size_t from = m_position - m_classesAt;
-    const std::uint64_t plain = m_classes.plain >> from;
-    const auto blanks = static_cast<std::size_t>(std::countr_zero(plain));
-    if (plain == 0) return false;
-    const auto size = static_cast<std::size_t>(std::countr_one(plain >> blanks));
-    const std::size_t end = from + blanks + size;  // whose byte must be known
-    if (end >= ByteClasses::kBytes) return false;
-    if ((m_classes.special >> from << (ByteClasses::kBytes - 1 - blanks - size)) != 0) return false;
-    m_begin = m_position + blanks;
-    m_position = m_end = m_begin + size;
-    m_word = m_text.substr(m_begin, size);
+    if (m_text.size() - m_position < ByteClasses::kBytes) return false;
+    const auto [plain, special] = ByteClasses::of(m_text.data() + m_position);
+    m_block = m_position;
+    m_begins = plain & ~(plain << 1);
+    m_ends = ~plain & (plain << 1) & ~special;
+    m_special = special;
+    return takePlainWords();
+}
+
+// Up to the first byte that needs a closer look.
+inline bool WordScanner::takePlainWords() {
+    m_plainEnds = m_ends & (m_special - 1);
+    m_ends ^= m_plainEnds;
+    if (m_plainEnds == 0) return false;
+    m_position = m_block + static_cast<std::size_t>(std::bit_width(m_plainEnds)) - 1;
     return true;
 }
 
