@@ -56,10 +56,11 @@ public:
 
 private:
     void grow(std::size_t bytes) {
-        m_capacity = std::max(m_size + bytes, m_capacity * 2);
-        std::unique_ptr<char[]> larger(new char[m_capacity]);
+        const std::size_t capacity = std::max(m_size + bytes, m_capacity * 2);
+        std::unique_ptr<char[]> larger(new char[capacity]);
         if (m_size > 0) std::memcpy(larger.get(), m_bytes.get(), m_size);
         m_bytes = std::move(larger);
+        m_capacity = capacity;
     }
 
     std::unique_ptr<char[]> m_bytes;

@@ -7,14 +7,14 @@ namespace siftwell::fulltext {
 std::optional<std::size_t> InvertedText::find(const WordKey& word) const {
     const auto slot = m_table->find(word);
     if (!slot) return std::nullopt;
-    const auto found = std::find(m_slots.begin(), m_slots.end(), *slot);
-    if (found == m_slots.end()) return std::nullopt;
-    return static_cast<std::size_t>(found - m_slots.begin());
+    const auto all = slots();
+    const auto found = std::find(all.begin(), all.end(), *slot);
+    if (found == all.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - all.begin());
 }
 
 std::size_t InvertedText::memoryBytes() const {
-    return sizeof *this + m_slots.capacity() * sizeof(TermTable::Slot) +
-           m_places.capacity() * sizeof(Place) + m_positions.capacity();
+    return sizeof *this + m_numbers.capacity() * sizeof m_numbers[0] + m_positions.capacity();
 }
 
 }  // namespace siftwell::fulltext

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,19 +18,19 @@ namespace siftwell::fulltext {
 
 class InvertedText {
 public:
-    std::size_t termCount() const { return m_slots.size(); }
+    std::size_t termCount() const { return m_terms; }
     std::uint32_t words() const { return m_words; }  // occurrences of all terms
 
     const TermTable& table() const { return *m_table; }
     // The terms, each once, in the order in which they first occur.
-    const std::vector<TermTable::Slot>& slots() const { return m_slots; }
+    std::span<const TermTable::Slot> slots() const { return {m_numbers.data(), m_terms}; }
 
-    std::string_view term(std::size_t index) const { return m_table->word(m_slots[index]); }
-    std::uint32_t frequency(std::size_t index) const { return m_places[index].frequency; }
+    std::string_view term(std::size_t index) const { return m_table->word(m_numbers[index]); }
+    std::uint32_t frequency(std::size_t index) const { return m_numbers[m_terms + index]; }
     // As postings keep them: varint distances. kReadSlack bytes behind them can be read.
     std::string_view positions(std::size_t index) const {
-        const std::uint32_t begin = m_places[index].positions;
-        return {m_positions.data() + begin, m_places[index + 1].positions - begin};
+        const std::uint32_t* const begin = &m_numbers[2 * m_terms + index];
+        return {m_positions.data() + begin[0], begin[1] - begin[0]};
     }
 
     // Where the positions of all terms begin.
@@ -43,14 +44,11 @@ public:
 private:
     friend class Inverter;
 
-    struct Place {
-        std::uint32_t positions = 0;  // where its positions begin in m_positions
-        std::uint32_t frequency = 0;
-    };
-
     std::shared_ptr<const TermTable> m_table;
-    std::vector<TermTable::Slot> m_slots;
-    std::vector<Place> m_places;    // one more than slots, for the ends
+    std::size_t m_terms = 0;
+    // Of all terms, one after another: the slots, the frequencies, and where the positions begin in
+    // m_positions; then where the last ones end.
+    std::vector<std::uint32_t> m_numbers;
     std::vector<char> m_positions;  // and the slack
     std::uint32_t m_words = 0;
 };

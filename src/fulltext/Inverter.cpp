@@ -17,16 +17,17 @@ constexpr std::size_t kWordsAtOnce = 16;
 
 void Inverter::Numbers::makeRoom(std::size_t count, std::size_t kept) {
     if (count <= m_capacity) return;
-    m_capacity = std::max(count, m_capacity * 2);
-    std::unique_ptr<std::uint32_t[]> larger(new std::uint32_t[m_capacity]);
+    const std::size_t capacity = std::max(count, m_capacity * 2);
+    std::unique_ptr<std::uint32_t[]> larger(new std::uint32_t[capacity]);
     std::copy_n(m_numbers.get(), kept, larger.get());
     m_numbers = std::move(larger);
+    m_capacity = capacity;
 }
 
 InvertedText Inverter::invert(std::string_view text, TermTables& tables) {
     std::shared_ptr<TermTable> table = tables.take();
     while (!scan(text, *table, tables.filter())) {
-        const bool isOfOneText = table->wordCount() == m_entries.size();
+        const bool isOfOneText = table->wordCount() == m_entryCount;
         table = tables.takeInsteadOf(std::move(table), isOfOneText);
     }
     sortPositions();
@@ -38,7 +39,7 @@ InvertedText Inverter::invert(std::string_view text, TermTables& tables) {
 
 // False when the table has no room for the words of this text besides.
 bool Inverter::scan(std::string_view text, TermTable& table, const TermFilter& filter) {
-    m_entries.clear();
+    m_entryCount = 0;
     m_words = 0;
     m_textNumber = table.nextText();
     // Words that stand in the text are looked up several at a time, while the table's memory is
@@ -62,51 +63,72 @@ bool Inverter::scan(std::string_view text, TermTable& table, const TermFilter& f
     return addWords({keys.data(), count}, table, filter);
 }
 
+// Whether a text had a word before cannot be guessed, so nothing branches on it.
 bool Inverter::addWords(std::span<const WordKey> keys, TermTable& table, const TermFilter& filter) {
     m_sequence.makeRoom(m_words + keys.size(), m_words);
-    std::uint32_t* const sequence = m_sequence.get();
+    const std::size_t most = m_entryCount + keys.size();
+    if (m_entries.size() < most) m_entries.resize(std::max(most, m_entries.size() * 2));
+    const std::uint32_t number = m_textNumber;
+    std::uint32_t* sequence = m_sequence.get() + m_words;
+    Entry* const entries = m_entries.data();
+    std::uint32_t count = m_entryCount;
+    bool hasRoom = true;
     for (const WordKey& key : keys) {
         const auto slot = table.add(key, filter);
-        if (!slot) return false;
-        TermTable::Note& note = table.note(*slot);
-        if (note.text != m_textNumber) {
-            note = {m_textNumber, static_cast<std::uint32_t>(m_entries.size())};
-            m_entries.push_back(
-                {.slot = *slot, .frequency = 0, .nextPosition = 0, .isTerm = table.isTerm(*slot)});
+        if (!slot) {
+            hasRoom = false;
+            break;
         }
-        ++m_entries[note.entry].frequency;
-        sequence[m_words++] = note.entry;
+        TermTable::Note& note = table.note(*slot);
+        const std::uint32_t isNew = note.text != number ? 1 : 0;
+        const std::uint32_t maskIfKnown = isNew - 1;
+        note = {number, (note.entry & maskIfKnown) | (count & ~maskIfKnown)};
+        count += isNew;
+        Entry& entry = entries[note.entry];
+        entry.slot = *slot;
+        entry.isTerm = table.isTerm(*slot);
+        entry.frequency = (entry.frequency & maskIfKnown) + 1;
+        *sequence++ = note.entry;
     }
-    return true;
+    m_entryCount = count;
+    m_words = static_cast<std::size_t>(sequence - m_sequence.get());
+    return hasRoom;
 }
 
 void Inverter::sortPositions() {
     std::uint32_t sum = 0;
-    for (Entry& entry : m_entries) {
+    for (Entry& entry : entriesOfText()) {
         entry.nextPosition = sum;
         sum += entry.frequency;
     }
     m_positions.makeRoom(m_words, 0);
     const std::uint32_t* const sequence = m_sequence.get();
     std::uint32_t* const positions = m_positions.get();
+    Entry* const entries = m_entries.data();
     for (std::uint32_t position = 0; position < m_words; ++position) {
-        positions[m_entries[sequence[position]].nextPosition++] = position;
+        positions[entries[sequence[position]].nextPosition++] = position;
     }
 }
 
 InvertedText Inverter::gather(std::shared_ptr<const TermTable> table) {
+    const auto isTerm = [](const Entry& entry) { return entry.isTerm; };
     InvertedText result;
-    result.m_slots.reserve(m_entries.size());
-    result.m_places.reserve(m_entries.size() + 1);
+    result.m_terms = static_cast<std::size_t>(
+        std::count_if(entriesOfText().begin(), entriesOfText().end(), isTerm));
+    result.m_numbers.resize(result.m_terms * 3 + 1);
+    std::uint32_t* const slots = result.m_numbers.data();
+    std::uint32_t* const frequencies = slots + result.m_terms;
+    std::uint32_t* const begins = frequencies + result.m_terms;
     m_encoded.clear();
-    for (const Entry& entry : m_entries) {
+    std::size_t term = 0;
+    for (const Entry& entry : entriesOfText()) {
         if (!entry.isTerm) continue;
-        result.m_slots.push_back(entry.slot);
-        result.m_places.push_back({static_cast<std::uint32_t>(m_encoded.size()), entry.frequency});
+        slots[term] = entry.slot;
+        frequencies[term] = entry.frequency;
         result.m_words += entry.frequency;
         encodePositions(entry);
+        begins[++term] = static_cast<std::uint32_t>(m_encoded.size());
     }
-    result.m_places.push_back({static_cast<std::uint32_t>(m_encoded.size()), 0});
     const char* const end = m_encoded.room(kReadSlack) + kReadSlack;
     result.m_positions.assign(m_encoded.view().data(), end);
     result.m_table = std::move(table);

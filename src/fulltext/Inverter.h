@@ -38,8 +38,8 @@ private:
     InvertedText gather(std::shared_ptr<const TermTable> table);
     void encodePositions(const Entry& entry);
 
-    std::uint32_t m_textNumber = 0;  // in the table
-    std::vector<Entry> m_entries;
+    std::span<Entry> entriesOfText() { return {m_entries.data(), m_entryCount}; }
+
     // Numbers that are not initialized until they are written.
     class Numbers {
     public:
@@ -53,6 +53,9 @@ private:
         std::size_t m_capacity = 0;
     };
 
+    std::uint32_t m_textNumber = 0;  // in the table
+    std::vector<Entry> m_entries;    // the first m_entryCount are those of the text
+    std::uint32_t m_entryCount = 0;
     std::size_t m_words = 0;  // of the text
     Numbers m_sequence;       // entry of each of them
     Numbers m_positions;      // of the first entry, then of the second, and so on

@@ -1,6 +1,7 @@
 #include "fulltext/SegmentBuilder.h"
 
 #include <algorithm>
+#include <memory>
 #include <numeric>
 
 #include "fulltext/Postings.h"
@@ -41,11 +42,11 @@ public:
     std::span<const Place> places(std::uint32_t term) const {
         constexpr std::uint32_t kAhead = 32;
         const std::uint32_t begin = m_ends[term] - m_counts[term];
-        const std::size_t end = std::min<std::size_t>(m_ends[term] + kAhead, m_places.size());
+        const std::size_t end = std::min<std::size_t>(m_ends[term] + kAhead, m_placeCount);
         for (std::size_t i = begin + kAhead; i < end; ++i) {
             __builtin_prefetch(positions(m_places[i]).data());
         }
-        return std::span(m_places).subspan(begin, m_counts[term]);
+        return {&m_places[begin], m_counts[term]};
     }
     std::string_view positions(const Place& place) const {
         return {m_positions[place.document] + place.positionsAt, place.positionsSize};
@@ -82,7 +83,8 @@ private:
     std::vector<std::string_view> m_texts;  // by term
     std::vector<std::uint32_t> m_counts;    // by term: of its places
     std::vector<std::uint32_t> m_ends;      // by term: of its places in m_places
-    std::vector<Place> m_places;
+    std::unique_ptr<Place[]> m_places;      // not initialized before they are set
+    std::size_t m_placeCount = 0;
     std::vector<const char*> m_positions;  // by document: its texts' positions
 };
 
@@ -145,7 +147,8 @@ void TermGatherer::numberTerms() {
 void TermGatherer::groupPlaces() {
     m_ends.resize(m_counts.size());
     std::exclusive_scan(m_counts.begin(), m_counts.end(), m_ends.begin(), std::uint32_t{0});
-    m_places.resize(m_counts.empty() ? 0 : m_ends.back() + m_counts.back());
+    m_placeCount = m_counts.empty() ? 0 : m_ends.back() + m_counts.back();
+    m_places.reset(new Place[m_placeCount]);
     for (std::uint32_t document = 0; document < m_documents.size(); ++document) {
         const InvertedText& text = *m_documents[document]->text;
         const std::vector<std::uint32_t>& terms = sourceOf(text.table()).ofSlot;

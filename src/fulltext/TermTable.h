@@ -37,8 +37,8 @@ public:
     std::uint64_t sortKey(Slot slot) const { return __builtin_bswap64(m_terms[slot].head[0]); }
 
     std::optional<Slot> find(const WordKey& key) const {
-        const Slot slot = locate(key);
-        return sizeAt(slot) == 0 ? std::nullopt : std::optional(slot);
+        const Place place = locate(key);
+        return place.isTaken ? std::optional(place.slot) : std::nullopt;
     }
 
     // What follows is for the one that adds.
@@ -50,9 +50,9 @@ public:
 
     // The slot of the word, new or not; none when the table is full. The filter is always the same.
     std::optional<Slot> add(const WordKey& key, const TermFilter& filter) {
-        const Slot slot = locate(key);
-        const bool isThere = sizeAt(slot) != 0 || insert(slot, key, filter);
-        return isThere ? std::optional(slot) : std::nullopt;
+        const Place place = locate(key);
+        const bool isThere = place.isTaken || insert(place.slot, key, filter);
+        return isThere ? std::optional(place.slot) : std::nullopt;
     }
 
     // Whether the filter makes the word a term.
@@ -84,20 +84,20 @@ private:
         return static_cast<const char*>(anonymous);
     }
 
-    std::uint32_t sizeAt(Slot slot) const {
-        return m_terms[slot].size.load(std::memory_order_acquire);
-    }
-
-    // The slot of the word, or the free one where it would stand.
-    Slot locate(const WordKey& key) const {
+    // The slot of a word, or the free one where it would stand.
+    struct Place {
+        Slot slot;
+        bool isTaken;
+    };
+    Place locate(const WordKey& key) const {
         for (std::size_t slot = key.hash & m_mask;; slot = (slot + 1) & m_mask) {
             const Term& term = m_terms[slot];
             const std::size_t size = term.size.load(std::memory_order_acquire);
-            if (size == 0) return static_cast<Slot>(slot);
+            if (size == 0) return {static_cast<Slot>(slot), false};
             if (term.head[0] == key.head[0] && term.head[1] == key.head[1] &&
                 size == key.word.size() &&
                 (key.isWhole() || word(static_cast<Slot>(slot)) == key.word)) {
-                return static_cast<Slot>(slot);
+                return {static_cast<Slot>(slot), true};
             }
         }
     }
