@@ -2,10 +2,18 @@
 
 namespace siftwell::fulltext {
 
+namespace {
+
+// What an index lets wait, and the record that makes it too much.
+constexpr std::size_t kUsualPart = 288 << 10;
+
+}  // namespace
+
 RecordPlace FileTail::append(std::string_view record) {
     MutexLock lock(m_mutex);
     if (m_waiting.empty() || m_waiting.back().offset + m_waiting.back().bytes.size() != m_end) {
         m_waiting.push_back({m_end, {}});
+        m_waiting.back().bytes.reserve(kUsualPart);
     }
     const RecordPlace place{m_end, record.size()};
     m_waiting.back().bytes += record;

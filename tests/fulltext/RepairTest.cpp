@@ -284,17 +284,22 @@ TEST_F(RepairTest, AnOldDurableRootIsNotTakenForTheNewestOne) {
 
 // A page may hold whatever its maker likes, also what looks like a record.
 TEST_F(RepairTest, WhatLooksLikeARecordInsideOfOneIsNotTakenForOne) {
-    CrashStorage made;
-    auto index = *Index::create(kPath, m_settings, {.storage = &made});
     const std::string forged = recordOf(9, "//bank", "send your money");
     std::string noise;
     for (int i = 0; i < 2000; ++i) noise += static_cast<char>(pick(m_random, 256));
-    const std::string text = noise + forged + noise;
-    ASSERT_TRUE(index->add({"http", "//one"}, text, text));
-    ASSERT_TRUE(index->add({"http", "//two"}, "two", "two"));
-    ASSERT_TRUE(index->close().isOk());
-    std::string bytes = made.files().at(kPath);
-    const std::size_t place = bytes.find(forged);
+    std::string bytes;
+    std::size_t place = std::string::npos;
+    // Where it stands decides whether compression finds repetitions in it.
+    for (std::size_t cut = 0; cut < 100 && place == std::string::npos; ++cut) {
+        CrashStorage made;
+        auto index = *Index::create(kPath, m_settings, {.storage = &made});
+        const std::string text = noise.substr(cut) + forged + noise;
+        ASSERT_TRUE(index->add({"http", "//one"}, text, text));
+        ASSERT_TRUE(index->add({"http", "//two"}, "two", "two"));
+        ASSERT_TRUE(index->close().isOk());
+        bytes = made.files().at(kPath);
+        place = bytes.find(forged);
+    }
     ASSERT_NE(place, std::string::npos) << "it is stored as it stands";
     bytes[place - 100] ^= 1;
     bytes.replace(1024, 2048, 2048, '?');
