@@ -60,6 +60,7 @@ void BestFirstTerm::openNextBlock() {
     m_document = kNoDocument;
     while (!m_blocks.empty() && m_blocks.front().bound * kBoundSlack >= m_threshold) {
         m_postings.goToBlock(m_blocks.front().number);
+        m_postings.prefetchLengths();
         std::pop_heap(m_blocks.begin(), m_blocks.end(), kComesLater);
         m_blocks.pop_back();
         if (m_postings.document() == kNoDocument || findInBlock()) return;

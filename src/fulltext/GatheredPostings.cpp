@@ -21,6 +21,13 @@ protected:
     float scoreOf(DocumentID document, std::uint32_t frequency) const {
         return m_weight * m_bm25.frequencyPart(frequency, m_lengths.lengthOf(document));
     }
+    // With a lower frequency part, no document scores as high as the threshold.
+    float leastPartFor(float threshold) const { return m_weight > 0 ? threshold / m_weight : 0; }
+    // Whether the document's may be as high; costs less than its score.
+    bool mayReach(float leastPart, DocumentID document, std::uint32_t frequency) const {
+        return leastPart <= 0 ||
+               m_bm25.mayReach(leastPart, frequency, m_lengths.lengthOf(document));
+    }
     // No document with so many occurrences scores above this.
     float boundOf(std::uint32_t frequency) const {
         return m_weight * m_bm25.frequencyPart(frequency, 0);
@@ -89,11 +96,13 @@ private:
 
     DocumentID m_document = kNoDocument;
     std::uint32_t m_least = 1;  // occurrences that count
+    float m_leastPart = 0;      // frequency part that counts
 };
 
 // Few documents with one or two occurrences can score high, however short they are.
 void DenseMatcher::setThreshold(float threshold) {
     constexpr std::uint32_t kMostInteresting = 64;
+    m_leastPart = leastPartFor(threshold);
     while (m_least < kMostInteresting && cannotBeat(boundOf(m_least), threshold)) ++m_least;
 }
 
@@ -106,10 +115,14 @@ bool DenseMatcher::isAnyAmong(std::size_t index) const {
 
 void DenseMatcher::findFrom(std::size_t index) {
     const std::vector<std::uint32_t>& counts = m_postings.counts;
-    while (index + kAtOnce <= counts.size() && !isAnyAmong(index)) index += kAtOnce;
-    while (index < counts.size() && counts[index] < m_least) ++index;
-    const bool isThere = index < counts.size();
-    m_document = isThere ? m_postings.first + static_cast<DocumentID>(index) : kNoDocument;
+    for (; index < counts.size(); ++index) {
+        while (index + kAtOnce <= counts.size() && !isAnyAmong(index)) index += kAtOnce;
+        while (index < counts.size() && counts[index] < m_least) ++index;
+        if (index == counts.size()) break;
+        m_document = m_postings.first + static_cast<DocumentID>(index);
+        if (mayReach(m_leastPart, m_document, counts[index])) return;
+    }
+    m_document = kNoDocument;
 }
 
 }  // namespace

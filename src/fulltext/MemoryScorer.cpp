@@ -7,9 +7,11 @@
 
 namespace siftwell::fulltext {
 
-MemoryScorer::MemoryScorer(const Query& query) : m_query(query) {
-    for (const QueryLeaf& leaf : query.leaves) {
+void MemoryScorer::prepare() {
+    m_keys.reserve(m_query.leaves.size());
+    for (const QueryLeaf& leaf : m_query.leaves) {
         std::vector<WordKey>& keys = m_keys.emplace_back();
+        keys.reserve(leaf.words.size());
         for (const QueryWord& word : leaf.words) keys.emplace_back(word.word);
     }
 }

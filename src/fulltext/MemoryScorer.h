@@ -16,7 +16,10 @@ namespace siftwell::fulltext {
 class MemoryScorer {
 public:
     // The query outlives the scorer.
-    explicit MemoryScorer(const Query& query);
+    explicit MemoryScorer(const Query& query) : m_query(query) {}
+
+    // Once, before documents are asked about.
+    void prepare();
 
     // Whether the document holds the word at all.
     bool holds(const InvertedText& text, std::size_t leaf, std::size_t word) const;

@@ -28,9 +28,11 @@ struct PostingList {
     std::string_view lengths;  // u32 per number from firstOfSegment on
 
     bool isShort() const { return documents < kBlockDocuments; }
+    const char* placeOfLength(DocumentID document) const {
+        return lengths.data() + std::size_t{document - firstOfSegment} * sizeof(std::uint32_t);
+    }
     std::uint32_t lengthOf(DocumentID document) const {
-        const std::size_t at = std::size_t{document - firstOfSegment} * sizeof(std::uint32_t);
-        const auto length = loadNumber<std::uint32_t>(lengths.data() + at);
+        const auto length = loadNumber<std::uint32_t>(placeOfLength(document));
         return length == kAbsent ? 0 : length;
     }
 };
@@ -69,6 +71,13 @@ public:
         if (m_index + 1 >= m_count) return false;
         m_document = m_documents[++m_index];
         return true;
+    }
+
+    // Brings the lengths of the documents of the block on their way into the cache.
+    void prefetchLengths() const {
+        for (std::uint32_t i = m_index; i < m_count; ++i) {
+            __builtin_prefetch(m_list.placeOfLength(m_documents[i]));
+        }
     }
 
     // The positions of the current document as they stand in the list.

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t kMaxQueryBytes = 64 << 10;
 constexpr int kMaxDepth = 128;  // brackets nested deeper are left out
+constexpr std::size_t kUsualParts = 4;
 
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kOperators = "&|!()\"";
@@ -32,11 +33,13 @@ QueryNode nodeOf(QueryNode::Kind kind, std::vector<QueryNode> children,
 
 void divide(std::vector<Part> parts, std::vector<QueryNode>& wanted,
             std::vector<QueryNode>& unwanted) {
+    wanted.reserve(parts.size());
     for (Part& part : parts) (part.isNegated ? unwanted : wanted).push_back(std::move(part.node));
 }
 
 std::optional<Part> both(std::vector<Part> parts) {
     if (parts.empty()) return std::nullopt;
+    if (parts.size() == 1) return std::move(parts.front());
     std::vector<QueryNode> wanted;
     std::vector<QueryNode> unwanted;
     divide(std::move(parts), wanted, unwanted);
@@ -47,6 +50,7 @@ std::optional<Part> both(std::vector<Part> parts) {
 
 std::optional<Part> either(std::vector<Part> parts) {
     if (parts.empty()) return std::nullopt;
+    if (parts.size() == 1) return std::move(parts.front());
     std::vector<QueryNode> wanted;
     std::vector<QueryNode> unwanted;
     divide(std::move(parts), wanted, unwanted);
@@ -61,9 +65,12 @@ public:
         : m_text(text), m_filter(filter), m_leaves(leaves) {}
 
     std::optional<Part> parse() {
-        std::vector<Part> parts;
+        std::optional<Part> first = readEither();
+        if (isAtEnd()) return first;
         // A closing bracket without an opening one ends nothing.
-        while (!isAtEnd()) {
+        std::vector<Part> parts;
+        if (first) parts.push_back(*std::move(first));
+        for (++m_at; !isAtEnd();) {
             if (auto part = readEither()) parts.push_back(std::move(*part));
             if (!isAtEnd()) ++m_at;
         }
@@ -80,17 +87,21 @@ private:
 
     // Up to the end of the text or a closing bracket.
     std::optional<Part> readEither() {
+        std::optional<Part> first = readBoth();
+        if (isAtEnd() || current() != '|') return first;
         std::vector<Part> parts;
-        for (;;) {
-            if (auto part = readBoth()) parts.push_back(std::move(*part));
-            if (isAtEnd() || current() != '|') return either(std::move(parts));
+        if (first) parts.push_back(*std::move(first));
+        while (!isAtEnd() && current() == '|') {
             ++m_at;
+            if (auto part = readBoth()) parts.push_back(std::move(*part));
         }
+        return either(std::move(parts));
     }
 
     // Up to the end of the text, a closing bracket or a "|" that has something on its left.
     std::optional<Part> readBoth() {
         std::vector<Part> parts;
+        parts.reserve(kUsualParts);
         for (;;) {
             skipBlanks();
             if (isAtEnd() || current() == ')') return both(std::move(parts));

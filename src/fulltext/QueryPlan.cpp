@@ -15,6 +15,7 @@ QueryPlan::QueryPlan(const Query& query, const Snapshot& snapshot)
       m_scorer(query),
       m_terms(snapshot.segments.size()) {
     for (auto& leaves : m_terms) leaves.resize(query.leaves.size());
+    m_documentsOfWord.reserve(query.leaves.size());
     for (const QueryLeaf& leaf : query.leaves) m_documentsOfWord.emplace_back(leaf.words.size());
 }
 
@@ -44,6 +45,7 @@ Status QueryPlan::lookUp(std::size_t segment, std::size_t leaf) {
     const TermDictionary& dictionary = m_snapshot.segments[segment].segment->terms();
     LeafTerms& found = m_terms[segment][leaf];
     found.ofWord.clear();
+    found.ofWord.reserve(m_query.leaves[leaf].words.size());
     for (std::size_t i = 0; i < m_query.leaves[leaf].words.size(); ++i) {
         const QueryWord& word = m_query.leaves[leaf].words[i];
         auto terms = dictionary.matches(word.word, word.match);
@@ -72,6 +74,8 @@ Result<bool> QueryPlan::gather(std::size_t segment, std::size_t leaf, const Dead
 }
 
 void QueryPlan::countInMemory() {
+    if (m_snapshot.memory.empty()) return;
+    m_scorer.prepare();
     for (const auto& document : m_snapshot.memory) {
         if (document == nullptr) continue;
         for (std::size_t leaf = 0; leaf < m_query.leaves.size(); ++leaf) {
@@ -84,6 +88,7 @@ void QueryPlan::countInMemory() {
 
 // A phrase weighs what its words do together.
 void QueryPlan::computeWeights() {
+    m_weights.reserve(m_documentsOfWord.size());
     for (const auto& documentsOfWord : m_documentsOfWord) {
         float weight = 0;
         for (const std::uint64_t documents : documentsOfWord) weight += m_bm25.weight(documents);
@@ -173,14 +178,15 @@ bool QueryPlan::isAllTerms(const QueryNode& node) const {
 Result<std::unique_ptr<Matcher>> QueryPlan::termsMatcher(const QueryNode& node,
                                                          std::size_t segment) const {
     std::vector<WeightedList> terms;
+    terms.reserve(node.children.size());
     for (const QueryNode& child : node.children) {
         const std::vector<TermNumber>& found = m_terms[segment][child.leaf].ofWord.front();
         if (found.empty()) return std::unique_ptr<Matcher>();
         const auto list = m_snapshot.segments[segment].segment->postings(found.front());
         if (!list) return list.status();
-        terms.push_back({*list, m_weights[child.leaf]});
+        terms.push_back({*list, m_weights[child.leaf], terms.size()});
     }
-    return std::unique_ptr<Matcher>(std::make_unique<TermsMatcher>(terms, m_bm25));
+    return std::unique_ptr<Matcher>(std::make_unique<TermsMatcher>(std::move(terms), m_bm25));
 }
 
 Result<std::unique_ptr<Matcher>> QueryPlan::allMatcher(const QueryNode& node,

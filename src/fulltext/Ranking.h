@@ -3,6 +3,7 @@
 // Threads: one at a time. It borrows plan and snapshot, which must outlive it.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -20,7 +21,9 @@ public:
 
     // Keeps `max` hits, at least one. Documents that cannot be among them are not scored.
     Ranking(const QueryPlan& plan, const Snapshot& snapshot, std::size_t max)
-        : m_plan(plan), m_snapshot(snapshot), m_max(max) {}
+        : m_plan(plan), m_snapshot(snapshot), m_max(max) {
+        m_hits.reserve(std::min(max, kUsualHits));
+    }
 
     // Goes on until all are seen or the time is over; whether it is done.
     Result<bool> run(const Deadline& deadline);
@@ -31,6 +34,8 @@ public:
     bool hasLeftOut() const { return m_hasLeftOut; }
 
 private:
+    static constexpr std::size_t kUsualHits = 16;
+
     Result<bool> rankSegment(const Deadline& deadline);
     void rankMemory();
     bool offer(const Hit& hit);  // whether it is kept

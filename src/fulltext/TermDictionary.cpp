@@ -75,6 +75,9 @@ std::optional<std::pair<TermNumber, TermNumber>> TermDictionary::rangeAround(
     const auto firstThat = [&](std::size_t from, auto holds) {
         for (std::size_t end = count; from < end;) {
             const std::size_t middle = from + (end - from) / 2;
+            // One of both is next.
+            __builtin_prefetch(samples->data() + (from + middle) / 2 * sizeof(key));
+            __builtin_prefetch(samples->data() + (middle + end) / 2 * sizeof(key));
             holds(sampleAt(middle)) ? end = middle : from = middle + 1;
         }
         return from;
@@ -100,11 +103,13 @@ Result<TermNumber> TermDictionary::lowerBound(std::string_view word) const {
     const auto entries = m_body->range(m_entries.offset + std::uint64_t{first} * kTermEntrySize,
                                        (std::uint64_t{high} - first + 1) * kTermEntrySize);
     if (!entries) return damaged();
+    prefetch(*entries);
     const std::uint32_t begin = offsetOf(*entries, 0);
     const std::uint32_t end = offsetOf(*entries, high - first);
     if (begin > end || end > m_bytes.size) return damaged();
     const auto bytes = m_body->range(m_bytes.offset + begin, end - begin);
     if (!bytes) return damaged();
+    prefetch(*bytes);
     while (low < high) {
         const TermNumber middle = low + (high - low) / 2;
         const std::uint32_t at = offsetOf(*entries, middle - first);

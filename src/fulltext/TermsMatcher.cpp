@@ -5,20 +5,19 @@
 
 namespace siftwell::fulltext {
 
-TermsMatcher::TermsMatcher(const std::vector<WeightedList>& terms, const Bm25& bm25)
+TermsMatcher::TermsMatcher(std::vector<WeightedList> terms, const Bm25& bm25)
     : m_scores(terms.size()), m_bm25(bm25) {
-    std::vector<std::size_t> byRarity(terms.size());
-    std::iota(byRarity.begin(), byRarity.end(), std::size_t{0});
-    std::stable_sort(byRarity.begin(), byRarity.end(), [&](std::size_t a, std::size_t b) {
-        return terms[a].list.documents < terms[b].list.documents;
+    std::sort(terms.begin(), terms.end(), [](const WeightedList& a, const WeightedList& b) {
+        const bool isRarer = a.list.documents < b.list.documents;
+        return a.list.documents != b.list.documents ? isRarer : a.place < b.place;
     });
     m_terms.reserve(terms.size());
-    for (const std::size_t place : byRarity) {
+    for (const WeightedList& term : terms) {
         // No match comes before the rarest term's first document.
-        const DocumentID from =
-            m_terms.empty() ? kFirstDocumentID : m_terms.front().postings.document();
-        m_terms.emplace_back(terms[place], place, from);
+        m_terms.emplace_back(
+            term, m_terms.empty() ? kFirstDocumentID : m_terms.front().postings.document());
     }
+    m_terms.front().postings.prefetchLengths();
     findFrom(kFirstDocumentID);
 }
 

@@ -17,12 +17,13 @@ namespace siftwell::fulltext {
 struct WeightedList {
     PostingList list;
     float weight = 0;
+    std::size_t place = 0;  // in the query
 };
 
 class TermsMatcher final : public Matcher {
 public:
-    // At least one term. Scores are added in their order.
-    TermsMatcher(const std::vector<WeightedList>& terms, const Bm25& bm25);
+    // At least one term. Scores are added in the order of the query.
+    TermsMatcher(std::vector<WeightedList> terms, const Bm25& bm25);
 
     DocumentID document() const override { return m_document; }
     void advanceTo(DocumentID target) override {
@@ -36,10 +37,10 @@ public:
 
 private:
     struct Term {
-        Term(const WeightedList& weighted, std::size_t placeInQuery, DocumentID from)
+        Term(const WeightedList& weighted, DocumentID from)
             : list(weighted.list),
               weight(weighted.weight),
-              place(placeInQuery),
+              place(weighted.place),
               postings(weighted.list, from) {}
 
         PostingList list;
