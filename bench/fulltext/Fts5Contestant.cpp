@@ -64,7 +64,10 @@ public:
 private:
     static std::string joined(const Words& words, const std::string& separator) {
         std::string text;
-        for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
+        for (const std::string& word : words) {
+            if (!text.empty()) text += separator;
+            text += word;
+        }
         return text;
     }
 

@@ -12,7 +12,10 @@ constexpr std::chrono::minutes kLong(5);
 
 std::string joined(const Words& words) {
     std::string text;
-    for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+    for (const std::string& word : words) {
+        if (!text.empty()) text += ' ';
+        text += word;
+    }
     return text;
 }
 
