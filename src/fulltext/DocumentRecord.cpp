@@ -209,6 +209,17 @@ std::string bytesOfKey(const DocumentKey& key) {
     return bytes;
 }
 
+bool endsBeforePayload(std::string_view payload) {
+    ByteReader reader(payload);
+    reader.number<DocumentID>();
+    readKey(reader);
+    reader.number<std::uint32_t>();
+    if (!reader.isOk()) return false;
+    const std::string_view text = reader.rest();
+    const std::size_t size = ZSTD_findFrameCompressedSize(text.data(), text.size());
+    return ZSTD_isError(size) == 0 && size < text.size();
+}
+
 bool isPayloadSizeSane(std::uint64_t payloadSize) {
     constexpr std::uint64_t kSmallest = 4 + 1 + 5 + 4;  // with an empty key and no text
     return payloadSize >= kSmallest && payloadSize <= kMaxRecord;

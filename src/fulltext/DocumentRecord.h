@@ -63,6 +63,10 @@ std::optional<DocumentKey> keyIfReadable(const StorageFile& file, std::uint64_t 
 // The bytes of the key as they stand in its document's record.
 std::string bytesOfKey(const DocumentKey& key);
 
+// Whether the text of a record whose checksum is wrong ends before the payload does, as it seems:
+// then it is the payload's size that is wrong.
+bool endsBeforePayload(std::string_view payload);
+
 // What a document record may hold at most and must hold at least.
 bool isPayloadSizeSane(std::uint64_t payloadSize);
 

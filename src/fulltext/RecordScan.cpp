@@ -40,6 +40,7 @@ private:
     enum class Place { InSequence, Anywhere };
     bool isWhole(const RecordHeader& header, std::uint64_t offset, Place place);
     std::optional<std::string_view> covered(const RecordHeader& header, std::uint64_t offset) const;
+    bool isEndTrusted(const RecordHeader& header, std::uint64_t offset, std::uint64_t end) const;
     std::uint64_t nextWhole(std::uint64_t offset);
     void pace(std::uint64_t offset);
 
@@ -103,6 +104,15 @@ std::uint64_t RecordScan::nextWhole(std::uint64_t offset) {
     return offset;
 }
 
+// Whether a damaged record ends where its header says. By chance, a damaged size can lead to the
+// beginning of another record.
+bool RecordScan::isEndTrusted(const RecordHeader& header, std::uint64_t offset,
+                              std::uint64_t end) const {
+    const bool isFollowed = end == m_file.size() || headerAt(end);
+    if (!isFollowed || header.kind != RecordKind::Document) return isFollowed;
+    return !endsBeforePayload(m_file.substr(offset + kRecordHeaderSize, header.payloadSize));
+}
+
 ScanOutcome RecordScan::run() {
     for (std::uint64_t offset = kHeaderPageSize; offset < m_file.size(); pace(offset)) {
         const auto header = headerAt(offset);
@@ -119,8 +129,7 @@ ScanOutcome RecordScan::run() {
         }
         m_outcome.lastGap = offset;
         m_visitor.damaged(header->kind, offset);
-        const bool isEndTrusted = end == m_file.size() || headerAt(end);
-        offset = isEndTrusted ? end : nextWhole(offset + 1);
+        offset = isEndTrusted(*header, offset, end) ? end : nextWhole(offset + 1);
     }
     return m_outcome;
 }

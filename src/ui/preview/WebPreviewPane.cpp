@@ -312,6 +312,7 @@ void WebPreviewPane::mark(const QString& texts) {
         std::make_shared<QueryMatches>(m_query, m_program.session.indexes().stopWords());
     m_thread.runInstead([this, texts, query](const std::stop_token&) {
         return [this, script = scriptOfMarks(marksIn(texts, *query))] {
+            if (m_engine == nullptr) return;
             const QPointer<WebPreviewPane> self = this;
             m_engine->runScript(script, [self, visit = m_visit](const QVariant&) {
                 if (self && visit == self->m_visit) self->settle();
