@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "base/Translate.h"
+#include "fulltext/Bytes.h"
 #include "fulltext/Compaction.h"
 #include "fulltext/DocumentRecord.h"
 #include "fulltext/Flushing.h"
@@ -14,6 +15,8 @@ namespace siftwell::fulltext {
 namespace {
 
 constexpr std::size_t kMaxWaitingBytes = 256 << 10;
+// Of the words, which are read once the text is compressed.
+constexpr std::size_t kMaxPrefetchedText = 8 << 10;
 
 Inverter& inverterOfThisThread() {
     thread_local Inverter inverter;
@@ -151,6 +154,7 @@ Result<AddedDocument> Index::add(const DocumentKey& key, std::string_view text,
     if (Status status = m_core->currentWriteError(); !status.isOk()) return status;
     const std::uint64_t keyHash = hashOfKey(key);
     prefetchCandidates(segmentsOf(*m_core), keyHash);
+    prefetch(text.substr(0, kMaxPrefetchedText));
     Result<PreparedDocument> record = PreparedDocument::prepare(key, readableText);
     if (!record) return record.status();
     Incoming incoming{.key = key,
